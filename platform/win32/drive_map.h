@@ -1,0 +1,38 @@
+// Which folders of this machine stand for Windows' drives and for the network. The map is process-wide: fill
+// it before other threads use paths. All calls of windows.h that take a path go through native_path.
+//
+//   C:\a\b            a/b in the folder of drive C; letters of either case; / and \ are equal
+//   \\server\name\x   server/name/x in the network folder
+//   anything else     taken as it stands, with / for \ (so this machine's own paths work)
+//
+// ".." on a drive or a share is resolved in the text, as Windows does, and never climbs above its root.
+// Symbolic links are followed wherever they lead: whoever may make one inside a drive's folder may also
+// choose the folder. Names below a drive's folder are case-sensitive, unlike on Windows.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+// Lets `folder` stand for the drive (a letter of either case); an empty folder takes the drive away. The
+// folder need not exist; until it does, the drive is like one that is not there. Throws std::invalid_argument
+// for another letter.
+void map_drive(char letter, const std::string& folder);
+
+// Lets `folder` stand for the network: it holds a folder for each server, which holds one for each share.
+void map_network(const std::string& folder);
+
+// Forgets all drives and the network.
+void clear_drive_map();
+
+struct NativePath {
+    std::string path;             // empty when there is an error
+    DWORD error = ERROR_SUCCESS;  // ERROR_PATH_NOT_FOUND: empty path, or a drive that is not mapped
+                                  // ERROR_BAD_NETPATH: no network folder, or no share named
+                                  // ERROR_INVALID_NAME: on a drive or share, a name that Windows could not
+                                  // store ERROR_FILENAME_EXCED_RANGE: longer than this machine can open
+};
+
+// This machine's path for a Windows path. Does not look whether anything is there.
+NativePath native_path(std::string_view windows_path);

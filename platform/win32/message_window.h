@@ -1,0 +1,14 @@
+// Windows that exist only to receive messages, so that a program can see its thread's queue being drained.
+#pragma once
+
+#include <windows.h>
+
+using WNDPROC = LRESULT (*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+// A window of the calling thread; DispatchMessageA runs `procedure` on that thread. Destroy it there too,
+// before the thread ends.
+HWND create_message_window(WNDPROC procedure);
+
+// Messages that still wait for the window are dropped. Returns FALSE with ERROR_INVALID_WINDOW_HANDLE when it
+// is none.
+BOOL destroy_message_window(HWND window);

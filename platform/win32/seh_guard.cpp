@@ -1,0 +1,199 @@
+#include "detail/fault_signals.h"
+#include "detail/file_times.h"
+#include "detail/filter_state.h"
+#include "detail/seh_classify.h"
+
+#include <seh_guard.h>
+
+#include <cxxabi.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <cfenv>
+#include <csetjmp>
+#include <csignal>
+#include <cstdlib>
+
+namespace {
+
+class Guard;
+
+// Handlers read these. With the dynamic model the first access on a thread allocates, which hangs a thread
+// that faulted inside the allocator.
+[[gnu::tls_model("initial-exec")]] thread_local Guard* t_innermost = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local int t_filter_depth = 0;
+[[gnu::tls_model("initial-exec")]] thread_local std::uintptr_t t_stack_low = 0;
+
+// The C++ runtime's account of the thread's exceptions, as the Itanium C++ ABI lays it out. A call that ends
+// by a fault never ends its catch blocks, so the account is set back by hand.
+struct CppExceptions {
+    void* caught;
+    unsigned uncaught;
+};
+
+CppExceptions& cpp_exceptions() {
+    return *reinterpret_cast<CppExceptions*>(abi::__cxa_get_globals());
+}
+
+// One guarded call: a link of the thread's chain, from the innermost outward, and the way back to the guard.
+class Guard {
+public:
+    Guard(SehFilter filter, void* owner)
+        : m_outer(t_innermost),
+          m_filter(filter),
+          m_owner(owner),
+          m_filter_depth(t_filter_depth),
+          m_exceptions(cpp_exceptions()) {
+        std::fegetenv(&m_environment);
+        t_innermost = this;
+    }
+
+    ~Guard() { t_innermost = m_outer; }
+
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+    Guard* outer() const { return m_outer; }
+    sigjmp_buf& way_back() { return m_way_back; }
+
+    // Meanwhile only the guards outside are there, so a fault in the filter is theirs.
+    bool filter_takes(EXCEPTION_POINTERS& information) noexcept {
+        t_innermost = m_outer;
+        ++t_filter_depth;
+        const int decision = m_filter(information.ExceptionRecord->ExceptionCode, &information, m_owner);
+        --t_filter_depth;
+        return decision == EXCEPTION_EXECUTE_HANDLER;
+    }
+
+    [[noreturn]] void resume(DWORD code) {
+        m_taken = code;
+        siglongjmp(m_way_back, 1);
+    }
+
+    // Undoes what the abandoned call left behind on the thread; returns the code that was taken.
+    DWORD tidy_up() {
+        t_innermost = this;
+        t_filter_depth = m_filter_depth;
+        cpp_exceptions() = m_exceptions;
+        std::fesetenv(&m_environment);
+        return m_taken;
+    }
+
+private:
+    Guard* const m_outer;
+    const SehFilter m_filter;
+    void* const m_owner;
+    const int m_filter_depth;
+    const CppExceptions m_exceptions;
+    std::fenv_t m_environment;
+    sigjmp_buf m_way_back;
+    DWORD m_taken = ERROR_SUCCESS;
+};
+
+// Asks the guards, innermost first; comes back only when none takes the exception.
+void offer_to_guards(EXCEPTION_POINTERS& information) {
+    Guard* const innermost = t_innermost;
+    for (Guard* guard = innermost; guard != nullptr; guard = guard->outer())
+        if (guard->filter_takes(information)) guard->resume(information.ExceptionRecord->ExceptionCode);
+    t_innermost = innermost;
+}
+
+void on_fault(int signal, const siginfo_t& information, const ucontext_t& machine) {
+    if (t_innermost == nullptr) return;
+    win32_detail::Fault fault = win32_detail::classify_fault(signal, information, machine, t_stack_low);
+    EXCEPTION_POINTERS pointers{&fault.record, &fault.context};
+    offer_to_guards(pointers);
+}
+
+// Where the calling function stands: its frame and the place to which it returns.
+[[gnu::always_inline]] inline CONTEXT caller_context() {
+    const auto* frame = static_cast<const ULONG_PTR*>(__builtin_frame_address(0));
+    return {reinterpret_cast<ULONG_PTR>(frame + 2), frame[0],
+            reinterpret_cast<ULONG_PTR>(__builtin_return_address(0))};
+}
+
+[[gnu::noinline]] bool cpp_exception_is_taken(Guard& guard) {
+    CONTEXT context = caller_context();
+    EXCEPTION_RECORD record{};
+    record.ExceptionCode = CPP_EXCEPTION_CODE;
+    record.ExceptionFlags = EXCEPTION_NONCONTINUABLE;
+    record.ExceptionAddress = reinterpret_cast<PVOID>(context.Rip);
+    EXCEPTION_POINTERS pointers{&record, &context};
+    return guard.filter_takes(pointers);
+}
+
+// A function of its own, without variables that change: only such survive the jump back.
+[[gnu::noinline]] DWORD call_or_come_back(Guard& guard, void (*call)(void*), void* argument) {
+    if (sigsetjmp(guard.way_back(), 1) != 0) return guard.tidy_up();
+    call(argument);
+    return ERROR_SUCCESS;
+}
+
+// The end of a thread is caught as an exception that has no object, to which the sanitizer's null check
+// objects.
+__attribute__((no_sanitize("null"))) DWORD run_guarded(void (*call)(void*), void* argument, SehFilter filter,
+                                                       void* owner) {
+    Guard guard(filter, owner);
+    try {
+        return call_or_come_back(guard, call, argument);
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        if (cpp_exception_is_taken(guard)) return CPP_EXCEPTION_CODE;
+        throw;
+    }
+}
+
+// Lowest address of the calling thread's stack, or 0. Slow on the main thread, whose bounds are read from a
+// file.
+std::uintptr_t find_stack_low() {
+    pthread_attr_t attributes;
+    if (pthread_getattr_np(pthread_self(), &attributes) != 0) return 0;
+    void* low = nullptr;
+    std::size_t size = 0;
+    pthread_attr_getstack(&attributes, &low, &size);
+    pthread_attr_destroy(&attributes);
+    return reinterpret_cast<std::uintptr_t>(low);
+}
+
+[[gnu::noinline]] DWORD run_outermost(void (*call)(void*), void* argument, SehFilter filter, void* owner) {
+    if (t_stack_low == 0) t_stack_low = find_stack_low();
+    win32_detail::remember_utc_offset();
+    const win32_detail::FaultSignals signals(on_fault);
+    return run_guarded(call, argument, filter, owner);
+}
+
+}  // namespace
+
+namespace win32_detail {
+
+bool in_filter() {
+    return t_filter_depth > 0;
+}
+
+}  // namespace win32_detail
+
+DWORD seh_guarded_call(void (*call)(void*), void* argument, SehFilter filter, void* owner) {
+    // A filter of the outermost guard has no guard around it, but the handlers and the signal stack are in
+    // place.
+    const bool is_prepared = t_innermost != nullptr || t_filter_depth > 0;
+    return is_prepared ? run_guarded(call, argument, filter, owner)
+                       : run_outermost(call, argument, filter, owner);
+}
+
+void RaiseException(DWORD code, DWORD flags, DWORD count, const ULONG_PTR* parameters) {
+    CONTEXT context = caller_context();
+    EXCEPTION_RECORD record{};
+    record.ExceptionCode = code;
+    record.ExceptionFlags = flags;
+    record.ExceptionAddress = reinterpret_cast<PVOID>(context.Rip);
+    if (parameters != nullptr) {
+        record.NumberParameters = std::min<DWORD>(count, EXCEPTION_MAXIMUM_PARAMETERS);
+        std::copy_n(parameters, record.NumberParameters, record.ExceptionInformation);
+    }
+    EXCEPTION_POINTERS pointers{&record, &context};
+    offer_to_guards(pointers);
+    raise(win32_detail::signal_of_exception(
+        code));  // reaches what ruled this signal before the guards, or kills
+    std::abort();
+}

@@ -1,0 +1,37 @@
+// Guarded calls: structured exceptions for code that cannot say __try. The contract is the same on every
+// system; this folder implements it on signals, a Windows build with a __try around the call.
+#pragma once
+
+#include <tlhelp32.h>
+#include <windows.h>
+
+// The code under which a C++ exception reaches the filters.
+inline constexpr DWORD CPP_EXCEPTION_CODE = 0xE06D7363;
+
+// Decides about an exception: EXCEPTION_EXECUTE_HANDLER takes it, EXCEPTION_CONTINUE_SEARCH passes it on
+// outward. Runs on the faulting thread, on top of the faulting frames, before anything is unwound. Whatever
+// lock the faulting code held is still held, so a filter calls only what is marked filter-safe, and neither
+// allocates nor throws. It runs on a small stack of its own (about 60 KiB). A fault inside a filter goes to
+// the guard outside.
+using SehFilter = int (*)(DWORD code, EXCEPTION_POINTERS* information, void* owner);
+
+// Runs call(argument). Returns 0 when it returned, or the code of the exception that the filter took: then
+// the call ended where it stood, without destructors, and the floating-point environment and the signal mask
+// are those of the entry again.
+//
+// Processor faults (SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP; not when sent by kill) ask the guards of the
+// faulting thread, innermost first. What no guard takes keeps the effect that it would have without guards.
+//
+// A C++ exception that leaves the call runs the filter once with CPP_EXCEPTION_CODE, after the call's frames
+// are unwound, the record and context describing the guard itself. If the filter does not take it, the same
+// exception goes on. The end of a thread by pthread_exit passes without the filter.
+DWORD seh_guarded_call(void (*call)(void*), void* argument, SehFilter filter, void* owner);
+
+// The frame-pointer register at the moment of the fault.
+inline ULONG_PTR frame_pointer(const CONTEXT& context) {
+    return context.Rbp;
+}
+
+// Describes the loaded module whose memory holds the address. Returns false when there is none. Filter-safe.
+// The path of a library is the one it was loaded by, so it can be relative.
+bool find_loaded_module(const void* address, MODULEENTRY32* module);

@@ -1,0 +1,101 @@
+// Exceptions that are no processor faults: those of C++, and those that are raised in software.
+#include "faults.h"
+#include "guard_watch.h"
+
+#include <seh_guard.h>
+
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <stdexcept>
+
+namespace {
+
+TEST(SehGuard, CppExceptionPassesAsTheSameObjectOncePastEachFilter) {
+    Watch outer, inner;
+    outer.decision = inner.decision = EXCEPTION_CONTINUE_SEARCH;
+    const std::exception* thrown = nullptr;
+    const auto throw_noted = [&] {
+        try {
+            throw std::runtime_error("passes");
+        } catch (const std::exception& exception) {
+            thrown = &exception;
+            throw;
+        }
+    };
+    try {
+        guarded([&] { guarded(throw_noted, inner); }, outer);
+        FAIL() << "the exception did not pass";
+    } catch (const std::runtime_error& exception) {
+        EXPECT_EQ(&exception, thrown);
+    }
+    for (const Watch& seen : {inner, outer}) {
+        EXPECT_EQ(seen.runs, 1);
+        EXPECT_EQ(seen.code, CPP_EXCEPTION_CODE);
+        MODULEENTRY32 module;
+        EXPECT_TRUE(find_loaded_module(seen.record.ExceptionAddress, &module));
+        EXPECT_FALSE(IsBadReadPtr(reinterpret_cast<const void*>(frame_pointer(seen.context)), 16));
+    }
+}
+
+TEST(SehGuard, CppExceptionCaughtInsideIsNobodysBusiness) {
+    Watch seen;
+    EXPECT_EQ(guarded(
+                  [] {
+                      try {
+                          throw 1;
+                      } catch (int) {
+                      }
+                  },
+                  seen),
+              0u);
+    EXPECT_EQ(seen.runs, 0);
+}
+
+TEST(SehGuard, FilterMayTakeACppException) {
+    Watch seen;
+    EXPECT_EQ(guarded([] { throw 1; }, seen), CPP_EXCEPTION_CODE);
+    EXPECT_EQ(std::uncaught_exceptions(), 0);
+    EXPECT_EQ(std::current_exception(), nullptr);
+}
+
+struct FaultsOnDestruction {
+    ~FaultsOnDestruction() { read_address_16(nullptr); }
+};
+
+TEST(SehGuard, FaultWhileAnExceptionIsUnderWayLeavesNoTraceOfIt) {
+    Watch seen;
+    const auto fault_in_catch = [] {
+        try {
+            throw 1;
+        } catch (int) {
+            read_address_16(nullptr);
+        }
+    };
+    const auto fault_in_unwinding = [] {
+        const FaultsOnDestruction guard;
+        throw 1;
+    };
+    EXPECT_EQ(guarded(fault_in_catch, seen), EXCEPTION_ACCESS_VIOLATION);
+    EXPECT_EQ(std::current_exception(), nullptr);
+    EXPECT_EQ(guarded(fault_in_unwinding, seen), EXCEPTION_ACCESS_VIOLATION);
+    EXPECT_EQ(std::uncaught_exceptions(), 0);
+}
+
+TEST(RaiseException, WalksTheGuardsLikeAFault) {
+    constexpr DWORD codes[] = {EXCEPTION_ARRAY_BOUNDS_EXCEEDED, EXCEPTION_INT_OVERFLOW,
+                               EXCEPTION_STACK_OVERFLOW, EXCEPTION_GUARD_PAGE, 0xE0001234};
+    for (const DWORD code : codes) {
+        Watch outer, inner;
+        inner.decision = EXCEPTION_CONTINUE_SEARCH;
+        const ULONG_PTR parameters[] = {7, 8};
+        const auto raise_it = [&] { RaiseException(code, 0, 2, parameters); };
+        EXPECT_EQ(guarded([&] { guarded(raise_it, inner); }, outer), code);
+        EXPECT_EQ(inner.runs, 1);
+        EXPECT_EQ(outer.runs, 1);
+        EXPECT_EQ(outer.record.NumberParameters, 2u);
+        EXPECT_EQ(outer.record.ExceptionInformation[1], 8u);
+    }
+}
+
+}  // namespace

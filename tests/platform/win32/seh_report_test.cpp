@@ -1,0 +1,127 @@
+// What a filter may ask the system for while the faulting code holds whatever it holds.
+#include "faults.h"
+#include "guard_watch.h"
+#include "sanitizer_options.h"
+
+#include <seh_guard.h>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <thread>
+
+namespace {
+
+// What a crash report asks for.
+struct Report {
+    char executable[MAX_PATH];
+    MODULEENTRY32 module;
+    SYSTEMTIME modified;
+    BYTE instruction[16];
+    bool frame_is_readable;
+    bool complete;
+};
+
+int report(DWORD, EXCEPTION_POINTERS* information, void* owner) {
+    auto& text = *static_cast<Report*>(owner);
+    const void* address = information->ExceptionRecord->ExceptionAddress;
+    bool complete = GetModuleFileNameA(nullptr, text.executable, MAX_PATH) > 0;
+    complete &= find_loaded_module(address, &text.module);
+    const HANDLE file = CreateFileA(text.module.szExePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    FILETIME utc, local;
+    complete &= GetFileTime(file, nullptr, nullptr, &utc) && FileTimeToLocalFileTime(&utc, &local) &&
+                FileTimeToSystemTime(&local, &text.modified);
+    complete &= CloseHandle(file) != FALSE;
+    complete &=
+        ReadProcessMemory(GetCurrentProcess(), address, text.instruction, sizeof(text.instruction), nullptr);
+    text.frame_is_readable =
+        IsBadReadPtr(reinterpret_cast<const void*>(frame_pointer(*information->ContextRecord)), 16) == FALSE;
+    text.complete = complete;
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+TEST(SehGuard, FilterCanGatherACrashReport) {
+    Report gathered{};
+    ASSERT_EQ(guarded([] { read_address_16(nullptr); }, report, &gathered), EXCEPTION_ACCESS_VIOLATION);
+    EXPECT_TRUE(gathered.complete);
+    EXPECT_STREQ(gathered.executable, gathered.module.szExePath);
+    EXPECT_TRUE(gathered.frame_is_readable);
+    EXPECT_GE(gathered.modified.wYear, 2024);
+}
+
+// The offset of local time in hours.
+int local_offset() {
+    const FILETIME utc{0, 0x01C00000};
+    FILETIME local;
+    FileTimeToLocalFileTime(&utc, &local);
+    const auto ticks = [](const FILETIME& time) {
+        return static_cast<std::int64_t>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
+    };
+    return static_cast<int>((ticks(local) - ticks(utc)) / 36'000'000'000);
+}
+
+void set_time_zone(const char* zone) {
+    setenv("TZ", zone, 1);
+    tzset();
+}
+
+TEST(SehGuard, LocalTimeInAFilterIsThatOfTheGuardsEntry) {
+    if (under_tsan) GTEST_SKIP() << "ThreadSanitizer defers a fault inside a handler";
+    const auto note_offset = [](DWORD, EXCEPTION_POINTERS*, void* offset) {
+        *static_cast<int*>(offset) = local_offset();
+        return EXCEPTION_EXECUTE_HANDLER;
+    };
+    const auto faulting_filter = [](DWORD, EXCEPTION_POINTERS*, void*) {
+        read_address_16(nullptr);
+        return EXCEPTION_EXECUTE_HANDLER;
+    };
+    const auto move_and_fault = [&] {
+        set_time_zone("WEST+3");
+        seh_guarded_call(read_address_16, nullptr, faulting_filter, nullptr);
+    };
+    int offset = 0;
+    set_time_zone("EAST-5");
+    EXPECT_NE(guarded(move_and_fault, note_offset, &offset), 0u);
+    EXPECT_EQ(offset, 5);
+    EXPECT_EQ(local_offset(), -3);  // outside the filter it is the present one
+    unsetenv("TZ");
+    tzset();
+}
+
+// Makes the allocator fault in the middle of its work: the list of free blocks leads to address 16.
+void fault_inside_malloc(void*) {
+    constexpr std::size_t beyond_the_thread_cache = 5000;
+    // volatile: the compiler must neither leave out an allocation nor see that a block is used after it was
+    // freed
+    void* volatile* volatile block = static_cast<void**>(std::malloc(beyond_the_thread_cache));
+    void* volatile barrier = std::malloc(beyond_the_thread_cache);
+    std::free(const_cast<void**>(block));
+    block[1] = reinterpret_cast<void*>(16);
+    void* volatile result = std::malloc(2 * beyond_the_thread_cache);
+    std::free(result);
+    std::free(barrier);
+}
+
+TEST(SehGuardDeathTest, ReportIsGatheredWhileTheAllocatorsLockIsHeld) {
+    if (under_asan || under_tsan) GTEST_SKIP() << "the sanitizer has an allocator of its own";
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            alarm(20);
+            std::thread([] { Sleep(INFINITE); }).detach();  // alone, a thread's allocator takes no lock
+            Report gathered{};
+            const DWORD code = seh_guarded_call(fault_inside_malloc, nullptr, report, &gathered);
+            _exit(code == EXCEPTION_ACCESS_VIOLATION && gathered.complete &&
+                          std::strstr(gathered.module.szExePath, "libc") != nullptr
+                      ? 0
+                      : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+}  // namespace

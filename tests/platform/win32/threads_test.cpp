@@ -1,0 +1,103 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+namespace {
+
+TEST(ThreadLocalSlots, HoldOneValueAThread) {
+    const DWORD index = TlsAlloc();
+    ASSERT_NE(index, TLS_OUT_OF_INDEXES);
+    int mine = 0, other = 0;
+    EXPECT_TRUE(TlsSetValue(index, &mine));
+    std::thread([&] {
+        SetLastError(ERROR_ACCESS_DENIED);
+        EXPECT_EQ(TlsGetValue(index), nullptr);
+        EXPECT_EQ(GetLastError(), ERROR_SUCCESS);  // null is a value
+        EXPECT_TRUE(TlsSetValue(index, &other));
+        EXPECT_EQ(TlsGetValue(index), &other);
+    }).join();
+    EXPECT_EQ(TlsGetValue(index), &mine);
+    EXPECT_TRUE(TlsFree(index));
+}
+
+TEST(ThreadLocalSlots, StartOutNullWhenAllocatedAgain) {
+    const DWORD index = TlsAlloc();
+    int value = 0;
+    TlsSetValue(index, &value);
+    TlsFree(index);
+    ASSERT_EQ(TlsAlloc(), index);
+    EXPECT_EQ(TlsGetValue(index), nullptr);
+    TlsFree(index);
+}
+
+TEST(ThreadLocalSlots, RefuseAnIndexThatIsNotAllocated) {
+    const DWORD freed = TlsAlloc();
+    TlsFree(freed);
+    for (const DWORD index : {freed, TLS_MINIMUM_AVAILABLE, TLS_OUT_OF_INDEXES}) {
+        SetLastError(ERROR_SUCCESS);
+        EXPECT_EQ(TlsGetValue(index), nullptr);
+        EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+        EXPECT_FALSE(TlsSetValue(index, nullptr));
+        EXPECT_FALSE(TlsFree(index));
+    }
+}
+
+TEST(ThreadLocalSlots, RunOut) {
+    std::vector<DWORD> indexes;
+    for (DWORD index = TlsAlloc(); index != TLS_OUT_OF_INDEXES; index = TlsAlloc())
+        indexes.push_back(index);
+    EXPECT_EQ(GetLastError(), ERROR_NO_MORE_ITEMS);
+    EXPECT_EQ(indexes.size(), TLS_MINIMUM_AVAILABLE);
+    for (const DWORD index : indexes)
+        EXPECT_TRUE(TlsFree(index));
+}
+
+TEST(LastError, BelongsToTheThread) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    std::thread([] {
+        EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+        SetLastError(ERROR_DISK_FULL);
+    }).join();
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+}
+
+TEST(CriticalSection, IsExclusiveAndItsOwnerMayEnterAgain) {
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    int counter = 0;
+    const auto count = [&] {
+        for (int i = 0; i < 5000; ++i) {
+            EnterCriticalSection(&section);
+            EnterCriticalSection(&section);
+            ++counter;
+            LeaveCriticalSection(&section);
+            LeaveCriticalSection(&section);
+        }
+    };
+    std::thread other(count);
+    count();
+    other.join();
+    EXPECT_EQ(counter, 10'000);
+    DeleteCriticalSection(&section);
+}
+
+TEST(Time, SleepLastsAtLeastItsTimeOnTheTickCount) {
+    const DWORD start = GetTickCount();
+    Sleep(30);
+    EXPECT_GE(GetTickCount() - start, 30u);
+    Sleep(0);
+}
+
+TEST(Threads, IdentifiersDiffer) {
+    DWORD other = 0;
+    std::thread([&] { other = GetCurrentThreadId(); }).join();
+    EXPECT_NE(other, 0u);
+    EXPECT_NE(other, GetCurrentThreadId());
+}
+
+}  // namespace
