@@ -1,0 +1,81 @@
+#include "render/job_state.h"
+#include "support/file_system.h"
+#include "support/filename_utilities.h"
+#include "support/log.h"
+
+#include <stdexcept>
+
+namespace {
+
+/// Where the TGA writer's alpha split puts the alpha channel of a file.
+std::string alpha_companion_name(const std::string& name) {
+    return ensure_trailing_backslash(get_directory_from_path(name)) + "A_" + get_filename_from_path(name);
+}
+
+void throw_on_error(const char* operation, BMMRES result) {
+    if (result != BMMRES_SUCCESS)
+        throw std::runtime_error(std::string("Error in bm->") + operation + "(): error code " +
+                                 std::to_string(result));
+}
+
+/// A writer's success proves nothing: a share may have dropped the file.
+void require_file(const std::string& name, const char* circumstance) {
+    if (!file_exists(name))
+        throw std::runtime_error(std::string("bm->Write() returned success, but the ") + circumstance +
+                                 "output file, \"" + name + "\" did not exist.");
+}
+
+void write_bitmap(Bitmap* bitmap, const BitmapInfo& info) {
+    throw_on_error("OpenOutput", bitmap->OpenOutput(info));
+    throw_on_error("Write", bitmap->Write(info, BMM_SINGLEFRAME));
+    bitmap->Close(info, 0);
+}
+
+}  // namespace
+
+void JobState::save_output(Bitmap* bitmap, const BitmapInfo& info) {
+    const std::string name = info.Name();
+    // Formed for every write: a name that the path rules refuse fails before anything is written.
+    const std::string alpha_name = alpha_companion_name(name);
+    connect_log.entry("writing to output file: ", name);
+    if (alphaSplit) connect_log.entry("Alpha Split feature (tga) is enabled, need to save ", alpha_name);
+
+    write_bitmap(bitmap, info);
+    require_file(name, "");
+    if (alphaSplit) require_file(alpha_name, "Alpha Split feature (tga) is enabled, and the ");
+    writtenOutputFiles.push_back(name);
+    if (alphaSplit) writtenOutputFiles.push_back(alpha_name);
+}
+
+void JobState::save_region_output(Bitmap* bitmap, const BitmapInfo& info) {
+    const int width = bitmap->Width() - 2 * regionPadding + regionLeftOverflow + regionRightOverflow;
+    const int height = bitmap->Height() - 2 * regionPadding + regionTopOverflow + regionBottomOverflow;
+    BitmapInfo region_info;
+    region_info.Copy(info);
+    region_info.SetWidth(static_cast<std::uint16_t>(width));
+    region_info.SetHeight(static_cast<std::uint16_t>(height));
+
+    regionBitmap = TheManager->Create(region_info);
+    if (regionBitmap == nullptr)
+        throw std::runtime_error("Failed to allocate region Bitmap: TheManager->Create() return NULL");
+    region_info.SetCustomFlags(BMM_CUSTOM_POSITION);
+    region_info.SetCustomX(regionLeftOverflow - regionPadding);
+    region_info.SetCustomY(regionTopOverflow - regionPadding);
+    regionBitmap->PrepareGChannels(region_info);
+    if (regionBitmap->HasStorage())
+        regionBitmap->CopyImage(*bitmap, COPY_IMAGE_USE_CUSTOM, BMM_Color_fl{0, 0, 0, 0}, region_info);
+    save_output(regionBitmap, region_info);
+    regionBitmap->DeleteThis();
+    regionBitmap = nullptr;
+}
+
+void JobState::write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info) const {
+    const std::string preview_name =
+        jpegOutputPath + get_filename_from_path(replace_extension(info.Name(), ".jpg"));
+    connect_log.entry("writing jpeg output to temp file: ", preview_name);
+    BitmapInfo preview_info;
+    PrepareBitmapInfo(preview_info);
+    preview_info.SetName(preview_name.c_str());
+    write_bitmap(bitmap, preview_info);
+    require_file(preview_name, "");
+}
