@@ -1,0 +1,77 @@
+#include "farm/command_handlers.h"
+#include "quorvel/max3d/maxscript.h"
+#include "support/log.h"
+
+#include <max/core_interface.h>
+
+#include <stdexcept>
+
+namespace {
+
+using quorvel::max3d::maxscript_value_text;
+
+/// Checks the parameters that both script commands share and notes the frame; answers what is wrong. Both
+/// call an invalid frame ExecuteScript's.
+bool accept_script_command(Command& command) {
+    if (command.parameter_count() < 2) {
+        command.reply_error(command.fields.front() + ": Expected 2 parameters, got " +
+                            std::to_string(command.parameter_count()));
+        return false;
+    }
+    const std::optional<int> frame = parse_integer(command.parameter(1));
+    if (!frame) {
+        command.reply_error("ExecuteScript: Parameter 1 , \"" + command.parameter(1) +
+                            "\", is not a valid frame number.");
+        return false;
+    }
+    command.job.currentFrame = *frame;
+    return true;
+}
+
+void set_scene_time(int frame, TimeValue time) {
+    Interface* core = GetCOREInterface();
+    core->SetTime(time, TRUE);
+    connect_log.entry("Set Time to ", frame);
+    connect_log.entry("GetTime(): ", core->GetTime());
+}
+
+bool means_success(Value* value) {
+    return value->is(Ok_class) || (value->is(Boolean_class) && value->to_bool());
+}
+
+}  // namespace
+
+void execute_script(Command& command) {
+    if (!accept_script_command(command)) return;
+    const int frame = command.job.currentFrame;
+    const bool sets_time = command.parameter_count() >= 3 && command.parameter(3) == "setTime";
+    TimeValue time = 0;
+    try {
+        if (sets_time) time = frame_time(frame);
+    } catch (const std::exception& error) {
+        return command.reply_error(std::string("ExecuteScript: ") + error.what());
+    }
+
+    command.reply("STARTED");
+    if (sets_time) set_scene_time(frame, time);
+    const std::string& path = command.parameter(2);
+    connect_log.entry("Executing script ", path);
+    Value* value = quorvel::max3d::execute_maxscript_file(path);
+    connect_log.entry("Done Executing script ", path);
+    if (means_success(value))
+        command.reply("SUCCESS");
+    else
+        command.reply_error("Script did not return success: " + maxscript_value_text(value));
+}
+
+void execute_string_script(Command& command) {
+    if (!accept_script_command(command)) return;
+    command.reply("STARTED");
+    connect_log.entry("Executing script... ");
+    Value* value = quorvel::max3d::execute_maxscript_string(command.parameter(2));
+    connect_log.entry("... Done Executing script ");
+    if (value->is(String_class))
+        command.reply(std::string("SUCCESS: ") + value->to_string());
+    else
+        command.reply_error("Script did not return a string: " + maxscript_value_text(value));
+}
