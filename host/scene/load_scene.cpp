@@ -1,0 +1,163 @@
+#include "scene/load_scene.h"
+
+#include "scene/accessor_reader.h"
+#include "scene/gltf_document.h"
+#include "scene/limits.h"
+#include "scene/merge_scene.h"
+#include "scene/part_readers.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cctype>
+#include <cstring>
+#include <fstream>
+#include <set>
+#include <system_error>
+
+namespace corrivane::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+Scene read_one_file(LoadContext& context) {
+    const GltfDocument document = read_document(context);
+    AccessorReader accessors(context, document);
+    Scene scene;
+    read_materials(context, document, accessors, scene);
+    read_meshes(context, document, accessors, scene);
+    const std::vector<int> node_indices = read_nodes(context, document, scene);
+    read_animations(context, document, accessors, node_indices, scene);
+    return scene;
+}
+
+bool is_windows_path(const std::string& name) {
+    const bool drive =
+        name.size() >= 2 && std::isalpha(static_cast<unsigned char>(name[0])) != 0 && name[1] == ':';
+    return drive || name.starts_with("\\\\");
+}
+
+/// One load: the scene file, then the xrefs that it and its xrefs name, each file once.
+class SceneLoader {
+public:
+    explicit SceneLoader(const LoadOptions& options) : m_options(options) {}
+
+    Scene load(const fs::path& file) {
+        note(file);
+        Scene scene = read(file);
+        // The list grows while it is walked.
+        for (std::size_t i = 0; i < m_xrefs.size(); ++i)
+            merge_scene(read(fs::path(m_xrefs[i])), scene);
+        scene.warnings = std::move(m_warnings);
+        return scene;
+    }
+
+private:
+    Scene read(const fs::path& file) {
+        LoadContext context(file, m_options, m_budget, m_warnings);
+        Scene scene = read_one_file(context);
+        for (const std::string& name : scene.settings.xrefs)
+            add_xref(name, context);
+        return scene;
+    }
+
+    void add_xref(const std::string& name, LoadContext& context) {
+        const fs::path file = locate(name, context.file());
+        std::error_code error;
+        if (file.empty() || !fs::is_regular_file(file, error)) {
+            context.missing(MissingKind::xref, name, name + " is not there");
+            return;
+        }
+        if (!note(file)) return;
+        if (m_xrefs.size() == limits::xref_files) context.fail("more than 256 xrefs");
+        m_xrefs.push_back(file);
+    }
+
+    fs::path locate(const std::string& name, const fs::path& from) const {
+        if (is_windows_path(name)) return m_options.resolve_path ? m_options.resolve_path(name) : fs::path();
+        return from.parent_path() / name;
+    }
+
+    /// False when the file has been noted before.
+    bool note(const fs::path& file) {
+        std::error_code error;
+        const fs::path canonical = fs::weakly_canonical(file, error);
+        return m_noted.insert(error ? file : canonical).second;
+    }
+
+    const LoadOptions& m_options;
+    LoadBudget m_budget;
+    std::vector<std::string> m_warnings;
+    std::vector<fs::path> m_xrefs;
+    std::set<fs::path> m_noted;
+};
+
+/// Reads on just until asset.version is known.
+class VersionReader : public nlohmann::json_sax<nlohmann::json> {
+public:
+    const std::string& version() const { return m_version; }
+
+    bool key(string_t& name) override {
+        m_key = name;
+        if (m_depth == 1) m_in_asset = name == "asset";
+        return true;
+    }
+    bool string(string_t& text) override {
+        const bool found = m_in_asset && m_depth == 2 && m_key == "version";
+        if (found) m_version = text;
+        return !found;
+    }
+    bool start_object(std::size_t) override { return enter(); }
+    bool end_object() override { return leave(); }
+    bool start_array(std::size_t) override { return m_depth > 0 && enter(); }
+    bool end_array() override { return leave(); }
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(number_integer_t) override { return true; }
+    bool number_unsigned(number_unsigned_t) override { return true; }
+    bool number_float(number_float_t, const string_t&) override { return true; }
+    bool binary(binary_t&) override { return true; }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;
+    }
+
+private:
+    bool enter() { return ++m_depth <= limits::json_depth; }
+    bool leave() {
+        --m_depth;
+        return true;
+    }
+
+    int m_depth = 0;
+    bool m_in_asset = false;
+    std::string m_key;
+    std::string m_version;
+};
+
+std::uint32_t little_endian(const std::array<char, 12>& header, std::size_t at) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, header.data() + at, sizeof value);
+    return value;
+}
+
+}  // namespace
+
+std::shared_ptr<const Scene> load_scene(const fs::path& file, const LoadOptions& options) {
+    return std::make_shared<const Scene>(SceneLoader(options).load(file));
+}
+
+bool is_scene_file(const fs::path& file) {
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) return false;
+    std::ifstream stream(file, std::ios::binary);
+    std::array<char, 12> header{};
+    if (!stream.read(header.data(), header.size())) return false;
+    if (std::memcmp(header.data(), "glTF", 4) == 0) return little_endian(header, 4) == 2;
+    stream.seekg(0);
+    VersionReader reader;
+    nlohmann::json::sax_parse(stream, &reader);
+    return is_version_2(reader.version());
+}
+
+}  // namespace corrivane::host
