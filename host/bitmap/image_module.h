@@ -1,0 +1,69 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace corrivane::host {
+
+// Images as files, through corrivane-imageio.so: the module that brings the image library, loaded on first
+// use since that takes a third of a second. Everything here may be called from any thread.
+
+enum class ImageFormat { png, jpeg, bmp, tga, tiff, exr };
+
+/// How one channel of a pixel is stored. Not every format has every depth: JPEG, BMP and TGA have bits8; PNG
+/// bits8 and bits16; TIFF those and float32; EXR half and float32.
+enum class SampleDepth { bits8, bits16, half, float32 };
+
+/// Which channels of the pixels go into the file. JPEG has no alpha.
+enum class ImageChannels { rgba, rgb, alpha };
+
+struct EncodeRequest {
+    const float* rgba = nullptr;  ///< four floats a pixel, rows from the top, without gaps
+    int width = 0;
+    int height = 0;
+    ImageFormat format = ImageFormat::png;
+    SampleDepth depth = SampleDepth::bits8;
+    ImageChannels channels = ImageChannels::rgba;
+    float pixel_aspect = 1;  ///< width of a pixel over its height; not kept by BMP
+};
+
+/// The largest width and height of a JPEG file.
+constexpr int max_jpeg_size = 65500;
+
+struct ImageFacts {
+    int width = 0;
+    int height = 0;
+    int channels = 0;
+};
+
+/// What the module gives. Both functions throw std::runtime_error with what went wrong, or std::bad_alloc.
+struct ImageModule {
+    /// Puts the bytes of the file into `bytes`, which comes empty. Colour is not divided by alpha. Integer
+    /// samples are rounded, 1.0 is the largest one; what lies outside 0 to 1 is clamped, what is not a number
+    /// becomes 0. Floating-point samples keep all of that; a half holds at most 65504, larger values become
+    /// infinite.
+    void (*encode)(const EncodeRequest& request, std::vector<unsigned char>& bytes);
+    /// See verify_image_file; the text does not name the file.
+    ImageFacts (*verify)(const std::string& path);
+};
+
+/// Name of the function through which the module hands out its ImageModule.
+constexpr const char* image_module_entry = "corrivane_image_module";
+
+/// Takes the module from this file instead of from beside the program. To be called before anything else
+/// here.
+void set_image_module_path(const std::string& path);
+
+/// Starts to load the module on a thread of its own, so that the first image does not wait for it. Returns at
+/// once; a failure is reported by image_module(). The program's exit waits for a load that is under way.
+void prefetch_image_module();
+
+/// The loaded module; waits until it is there. Throws std::runtime_error with the loader's text when it
+/// cannot be loaded, every time alike.
+const ImageModule& image_module();
+
+/// Reads an image file of this machine to its last pixel, in bands. Throws std::runtime_error, which names
+/// the file, when it is missing, is not an image, or is damaged or cut short.
+ImageFacts verify_image_file(const std::string& path);
+
+}  // namespace corrivane::host

@@ -1,0 +1,184 @@
+#include "bitmap/output_file.h"
+
+#include "bitmap/image_names.h"
+#include "bitmap/output_codes.h"
+#include "bitmap/staged_file.h"
+
+#include <drive_map.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <csignal>
+#include <cstdint>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace corrivane::host {
+
+namespace {
+
+bool alpha_split = false;
+
+ImageFormat checked_format(std::string_view name) {
+    if (name.empty()) throw OutputFailure{output_invalid_name};
+    const std::optional<ImageFormat> format = image_format(name);
+    if (!format) throw OutputFailure{output_unknown_format};
+    return *format;
+}
+
+std::string checked_path(std::string_view name) {
+    NativePath native = native_path(name);
+    if (native.error == ERROR_PATH_NOT_FOUND) throw OutputFailure{output_drive_missing};
+    if (native.error != ERROR_SUCCESS) throw OutputFailure{BMMRES(native.error)};
+    return std::move(native.path);
+}
+
+void check_folder(const std::string& folder) {
+    struct stat status;
+    if (stat(folder.c_str(), &status) != 0) throw OutputFailure{output_code(errno)};
+    if (!S_ISDIR(status.st_mode)) throw OutputFailure{output_not_a_folder};
+    if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+        throw OutputFailure{output_code(errno)};
+}
+
+/// A rename would replace whatever is there, so a file that may not be written is looked for here.
+void check_replaceable(const std::string& path) {
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0) {
+        if (errno != ENOENT) throw OutputFailure{output_code(errno)};
+        return;
+    }
+    if (S_ISDIR(status.st_mode)) throw OutputFailure{output_is_a_folder};
+    constexpr mode_t any_write = S_IWUSR | S_IWGRP | S_IWOTH;
+    const bool read_only = (status.st_mode & any_write) == 0;
+    if (!S_ISREG(status.st_mode) || read_only || faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) {
+        throw OutputFailure{output_access_denied};
+    }
+}
+
+/// A file name's folder with the slash behind it; empty when there is none.
+std::string folder_of(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1);
+}
+
+void check_place(const std::string& path) {
+    const std::string folder = folder_of(path);
+    check_folder(folder.empty() ? "." : folder);
+    check_replaceable(path);
+}
+
+SampleDepth depth_for(ImageFormat format, int image_type) {
+    const bool floats = image_type == BMM_FLOAT_RGBA_32;
+    switch (format) {
+        case ImageFormat::exr:
+            return floats ? SampleDepth::float32 : SampleDepth::half;
+        case ImageFormat::tiff:
+            if (floats) return SampleDepth::float32;
+            [[fallthrough]];
+        case ImageFormat::png:
+            return floats || image_type == BMM_TRUE_64 ? SampleDepth::bits16 : SampleDepth::bits8;
+        default:
+            return SampleDepth::bits8;
+    }
+}
+
+EncodeRequest checked_request(const BitmapInfo& info, int width, int height) {
+    EncodeRequest request{.width = width, .height = height, .format = checked_format(info.Name())};
+    request.depth = depth_for(request.format, info.Type());
+    const bool has_alpha = (info.Flags() & MAP_HAS_ALPHA) != 0 && request.format != ImageFormat::jpeg;
+    request.channels = has_alpha ? ImageChannels::rgba : ImageChannels::rgb;
+    if (std::isfinite(info.Aspect()) && info.Aspect() > 0) request.pixel_aspect = info.Aspect();
+    return request;
+}
+
+void check_size(const EncodeRequest& request) {
+    switch (request.format) {
+        case ImageFormat::jpeg:
+            if (std::max(request.width, request.height) <= max_jpeg_size) return;
+            break;
+        case ImageFormat::bmp:
+        case ImageFormat::tga:
+            // Both count their bytes in 32 bits; a pixel has up to four.
+            if (std::int64_t{4} * request.width * request.height < std::int64_t{UINT32_MAX}) return;
+            break;
+        default:
+            return;
+    }
+    throw OutputFailure{output_image_too_large};
+}
+
+const ImageModule& loaded_module() {
+    try {
+        return image_module();
+    } catch (const std::runtime_error&) {
+        throw OutputFailure{output_no_image_module};
+    }
+}
+
+std::vector<unsigned char> encoded(EncodeRequest request, const BMM_Color_fl* pixels) {
+    request.rgba = &pixels->r;
+    const ImageModule& module = loaded_module();
+    std::vector<unsigned char> bytes;
+    try {
+        module.encode(request, bytes);
+    } catch (const std::runtime_error&) {
+        throw OutputFailure{output_encoding_failed};
+    }
+    return bytes;
+}
+
+void ignore_file_size_signal() {
+    [[maybe_unused]] static const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+}
+
+}  // namespace
+
+void set_tga_alpha_split(bool split) {
+    alpha_split = split;
+}
+
+bool tga_alpha_split() {
+    return alpha_split;
+}
+
+OutputFile::OutputFile(const BitmapInfo& info, int width, int height)
+    : m_request(checked_request(info, width, height)) {
+    check_size(m_request);
+    m_path = checked_path(info.Name());
+    check_place(m_path);
+    if (m_request.format == ImageFormat::tga && alpha_split) {
+        const std::string folder = folder_of(m_path);
+        m_alpha_path = folder + "A_" + m_path.substr(folder.size());
+        m_request.channels = ImageChannels::rgb;
+        check_place(m_alpha_path);
+    }
+}
+
+void OutputFile::write(const BMM_Color_fl* pixels) const {
+    ignore_file_size_signal();
+    try {
+        StagedFile image(m_path, encoded(m_request, pixels));
+        if (!m_alpha_path.empty()) {
+            EncodeRequest alpha = m_request;
+            alpha.channels = ImageChannels::alpha;
+            StagedFile(m_alpha_path, encoded(alpha, pixels)).publish();
+        }
+        image.publish();
+    } catch (const std::system_error& error) {
+        throw OutputFailure{output_code(error.code().value())};
+    } catch (const std::bad_alloc&) {
+        throw OutputFailure{output_out_of_memory};
+    }
+}
+
+}  // namespace corrivane::host
