@@ -1,0 +1,111 @@
+#include <max/maxscript/streams.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "maxscript/errors.h"
+#include "maxscript/file_access.h"
+#include "maxscript/text_reader.h"
+#include "maxscript/values.h"
+
+using corrivane::host::raise_runtime_error;
+
+/// The file behind a stream: read as a whole when it is opened, written piece by piece.
+struct FileStream::File {
+    enum class State { unopened, failed, reading, writing, closed };
+
+    ~File() { close(); }
+
+    void close() {
+        if (output != nullptr) std::fclose(output);
+        output = nullptr;
+        reader.clear();
+        if (state == State::reading || state == State::writing) state = State::closed;
+    }
+
+    void open(const std::string& mode) {
+        close();
+        state = State::failed;
+        if (mode == "r" || mode == "rt" || mode == "rb") {
+            if (!corrivane::host::read_file(name, failure, reader)) return;
+            state = State::reading;
+        } else {
+            output = corrivane::host::open_for_writing(name, mode, failure);
+            if (output != nullptr) state = State::writing;
+        }
+    }
+
+    corrivane::host::TextReader& readable() {
+        if (state == State::reading) return reader;
+        if (state == State::failed) raise_runtime_error("Unable to open file: " + name + ": " + failure);
+        if (state == State::unopened) raise_runtime_error("The file stream has not been opened");
+        raise_runtime_error((state == State::closed ? "The file is closed: " : "The file is open for writing: ") +
+                            name);
+    }
+
+    void write(const char* text, std::size_t size) {
+        if (state != State::writing) raise_runtime_error("The file is not open for writing: " + name);
+        if (std::fwrite(text, 1, size, output) != size)
+            raise_runtime_error("Unable to write to file: " + name + ": " + std::strerror(errno));
+    }
+
+    State state = State::unopened;
+    std::string name;
+    std::string failure;
+    corrivane::host::TextReader reader;
+    std::FILE* output = nullptr;
+};
+
+FileStream::FileStream() : m_file(new File) {}
+
+FileStream::~FileStream() {
+    delete m_file;
+}
+
+FileStream* FileStream::open(const char* fileName, const char* mode) {
+    m_file->name = fileName;
+    m_file->open(mode);
+    return m_file->state == File::State::failed ? nullptr : this;
+}
+
+const ValueMetaClass& FileStream::value_class() const {
+    return corrivane::host::FileStream_class;
+}
+
+void FileStream::sprin1(CharStream* stream) {
+    stream->puts(("<File:" + m_file->name + ">").c_str());
+}
+
+void FileStream::puts(const char* text) {
+    write(text, std::strlen(text));
+}
+
+void FileStream::write(const char* text, std::size_t size) {
+    m_file->write(text, size);
+}
+
+int FileStream::get_char() {
+    return m_file->readable().get();
+}
+
+void FileStream::unget_char() {
+    m_file->readable().unget();
+}
+
+bool FileStream::at_eos() {
+    return m_file->readable().at_end();
+}
+
+void FileStream::flush_whitespace() {
+    m_file->readable().skip_whitespace();
+}
+
+void FileStream::close() {
+    m_file->close();
+}
+
+SourcePosition FileStream::position() const {
+    return {m_file->name, m_file->reader.line()};
+}
