@@ -1,0 +1,235 @@
+#include "core/core.h"
+
+#include "bitmap/float_bitmap.h"
+#include "core/fault_injection.h"
+
+#include <drive_map.h>
+#include <seh_guard.h>
+
+#include <stdexcept>
+
+namespace corrivane::host {
+
+namespace {
+
+constexpr int perspective_view_type = 7;
+
+std::filesystem::path native_file(const std::string& windows_path) {
+    return native_path(windows_path).path;
+}
+
+std::string path_fault(DWORD error) {
+    switch (error) {
+        case ERROR_PATH_NOT_FOUND:
+            return "no folder of this machine stands for that drive";
+        case ERROR_BAD_NETPATH:
+            return "no folder of this machine stands for that share";
+        default:
+            return "this cannot be the name of a file";
+    }
+}
+
+}  // namespace
+
+Core& Core::instance() {
+    static Core core;
+    return core;
+}
+
+bool Core::IsMaxFile(const char* fileName) {
+    const NativePath path = native_path(fileName == nullptr ? "" : fileName);
+    return path.error == ERROR_SUCCESS && is_scene_file(path.path);
+}
+
+int Core::LoadFromFile(const char* fileName, int /*flags*/) {
+    fail_if_ordered(CoreCall::load_from_file);
+    const std::string name = fileName == nullptr ? "" : fileName;
+    const NativePath path = native_path(name);
+    if (path.error != ERROR_SUCCESS) {
+        m_log.error("LoadFromFile", name + ": " + path_fault(path.error));
+        return 0;
+    }
+    LoadOptions options = m_default_actions.load_options();
+    options.resolve_path = native_file;
+    try {
+        replace_document(std::make_unique<Document>(load_scene(path.path, options), name));
+    } catch (const SceneError& error) {
+        m_log.error("LoadFromFile", error.what());
+        return 0;
+    }
+    for (const std::string& warning : m_document->scene()->warnings) {
+        m_log.warning("LoadFromFile", warning);
+    }
+    return 1;
+}
+
+void Core::FileReset(BOOL /*noPrompt*/) {
+    replace_document(std::make_unique<Document>());
+}
+
+void Core::replace_document(std::unique_ptr<Document> document) {
+    m_session.reset();
+    m_document = std::move(document);
+    set_tga_alpha_split(settings().tga_alpha_split);
+}
+
+void Core::SetTime(TimeValue time, BOOL /*redraw*/) {
+    fail_if_ordered(CoreCall::set_time);
+    m_document->set_time(time);
+    if (!m_rendering) {
+        m_document->elements().restore_names();
+    }
+}
+
+int Core::ActiveViewport::GetViewType() const {
+    return m_core.settings().active_view.empty() ? perspective_view_type : VIEW_CAMERA;
+}
+
+INode* Core::ActiveViewport::GetViewCamera() {
+    Document& document = m_core.document();
+    return document.nodes().at(document.view_camera());
+}
+
+ViewExp* Core::GetActiveViewport() {
+    fail_if_ordered(CoreCall::get_active_viewport);
+    return &m_viewport;
+}
+
+void Core::ReleaseViewport(ViewExp* /*viewport*/) {
+    fail_if_ordered(CoreCall::release_viewport);
+}
+
+INode* Core::GetINodeByName(const char* name) {
+    return name == nullptr ? nullptr : m_document->nodes().find(name);
+}
+
+void Core::SetupRendParams(RendParams& params, ViewExp* /*viewport*/, int renderType) {
+    params.rendType = renderType;
+    params.width = settings().width;
+    params.height = settings().height;
+    params.pixelAspect = settings().pixel_aspect;
+}
+
+RenderSession::Setup Core::session_setup(INode* camera_node, ViewExp* viewport, int render_type) {
+    if (m_document->renderer() == nullptr) {
+        throw std::invalid_argument("the scene's renderer is not installed");
+    }
+    if ((camera_node == nullptr) == (viewport == nullptr)) {
+        throw std::invalid_argument("either a camera or a viewport has to be given");
+    }
+    RenderSession::Setup setup;
+    setup.scene = m_document->scene();
+    setup.render_type = render_type;
+    setup.pixel_aspect = settings().pixel_aspect;
+    setup.samples = settings().samples;
+    if (camera_node == nullptr) {
+        setup.camera_node = m_document->view_camera();
+        return setup;
+    }
+    if (!m_document->nodes().contains(camera_node)) {
+        throw std::invalid_argument("the camera is not part of the open scene");
+    }
+    const HostNode& node = static_cast<HostNode&>(*camera_node);
+    if (!node.is_camera()) {
+        throw std::invalid_argument("the node \"" + std::string(node.GetName()) + "\" is not a camera");
+    }
+    setup.camera_node = node.index();
+    return setup;
+}
+
+int Core::OpenCurRenderer(INode* cameraNode, ViewExp* viewport, int renderType, int width, int height) {
+    fail_if_ordered(CoreCall::open_cur_renderer);
+    m_session.reset();
+    try {
+        RenderSession::Setup setup = session_setup(cameraNode, viewport, renderType);
+        setup.width = width;
+        setup.height = height;
+        m_session = std::make_shared<RenderSession>(std::move(setup));
+        return 1;
+    } catch (const std::exception& error) {
+        m_log.error("OpenCurRenderer", error.what());
+        return 0;
+    }
+}
+
+void Core::CloseCurRenderer() {
+    fail_if_ordered(CoreCall::close_cur_renderer);
+    m_session.reset();
+}
+
+/// One frame's render with the scripts around it, as a guarded call.
+struct Core::FrameCall {
+    Core& core;
+    const RenderSession::Frame& frame;
+    int result = 0;
+
+    static void run(void* self) { static_cast<FrameCall*>(self)->run(); }
+
+    void run() {
+        run_hook(core.m_hooks.before_frame);
+        const std::shared_ptr<RenderSession> session = core.m_session;
+        if (session == nullptr) {
+            core.m_log.error("CurRendererRenderFrame", "a script closed the renderer in front of the frame");
+            return;
+        }
+        result = core.render(*session, frame) ? 1 : 0;
+        run_hook(core.m_hooks.after_frame);
+    }
+
+    static void run_hook(const std::function<void()>& hook) {
+        if (hook) {
+            hook();
+        }
+    }
+
+    /// A fault leaves the call without running destructors, so the end of the rendering is noted by a filter,
+    /// which passes everything on.
+    static int leave(DWORD /*code*/, EXCEPTION_POINTERS* /*information*/, void* owner) {
+        static_cast<Core*>(owner)->m_rendering = false;
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+};
+
+int Core::CurRendererRenderFrame(TimeValue time, Bitmap* bitmap, RendProgressCallback* progress,
+                                 float /*frameDuration*/, ViewParams* view, RECT* region) {
+    fail_if_ordered(CoreCall::cur_renderer_render_frame);
+    if (m_session == nullptr || m_rendering) {
+        m_log.error("CurRendererRenderFrame",
+                    m_rendering ? "a frame is being rendered" : "the renderer is not open");
+        return 0;
+    }
+    RenderSession::Frame frame;
+    frame.time = time;
+    frame.bitmap = bitmap;
+    frame.progress = progress;
+    frame.view = view;
+    frame.region = region;
+    FrameCall call{*this, frame};
+    m_rendering = true;
+    seh_guarded_call(&FrameCall::run, &call, &FrameCall::leave, this);
+    m_rendering = false;
+    return call.result;
+}
+
+bool Core::render(RenderSession& session, const RenderSession::Frame& frame) {
+    try {
+        return session.render(frame, m_document->elements());
+    } catch (const std::exception& error) {
+        m_log.error("CurRendererRenderFrame", error.what());
+        return false;
+    }
+}
+
+}  // namespace corrivane::host
+
+Interface* GetCOREInterface() {
+    return GetCOREInterface8();
+}
+
+Interface8* GetCOREInterface8() {
+    return &corrivane::host::Core::instance();
+}
+
+int GetTicksPerFrame() {
+    return corrivane::host::Core::instance().document().ticks_per_frame();
+}

@@ -1,0 +1,89 @@
+#include "core/document.h"
+
+#include "core/class_ids.h"
+#include "core/view_params.h"
+
+#include <cmath>
+#include <stdexcept>
+
+namespace corrivane::host {
+
+namespace {
+
+constexpr int frames_without_animation = 100;
+constexpr int largest_side = 32768;
+constexpr int fastest_rate = static_cast<int>(ticks_per_second);
+
+int checked(const char* what, int number, int largest) {
+    if (number < 1 || number > largest) {
+        throw std::invalid_argument(std::string(what) + " must be between 1 and " + std::to_string(largest) +
+                                    ", got " + std::to_string(number));
+    }
+    return number;
+}
+
+int last_frame(const Scene& scene, int frame_rate) {
+    if (!(scene.duration > 0)) {
+        return frames_without_animation;
+    }
+    // A key's time is a float: it may lie a hair behind the frame that it means.
+    constexpr double hair = 1e-3;
+    const double longest = INT32_MAX / ticks_per_second;
+    const double seconds = std::min<double>(scene.duration, longest);
+    return static_cast<int>(std::ceil(seconds * frame_rate - hair));
+}
+
+}  // namespace
+
+Document::Document() : Document(std::make_shared<const Scene>(), "") {}
+
+Document::Document(std::shared_ptr<const Scene> scene, std::string file_name)
+    : m_scene(std::move(scene)),
+      m_file_name(std::move(file_name)),
+      m_settings(m_scene->settings),
+      m_nodes(m_scene, m_settings),
+      m_elements(m_settings),
+      m_animation_range(0, last_frame(*m_scene, m_settings.frame_rate) * ticks_per_frame()) {
+    if (m_settings.renderer_class_id != ClassId{0, 0}) {
+        m_renderer.emplace(m_settings);
+    }
+    m_output.SetName(m_settings.output.c_str());
+    m_output.SetWidth(static_cast<std::uint16_t>(m_settings.width));
+    m_output.SetHeight(static_cast<std::uint16_t>(m_settings.height));
+    m_output.SetAspect(m_settings.pixel_aspect);
+}
+
+int Document::ticks_per_frame() const {
+    return static_cast<int>(ticks_per_second) / m_settings.frame_rate;
+}
+
+void Document::set_animation_range(Interval range) {
+    if (range.End() < range.Start()) {
+        throw std::invalid_argument("the animation range must not end before it starts");
+    }
+    m_animation_range = range;
+}
+
+void Document::set_frame_rate(int frames_per_second) {
+    m_settings.frame_rate = checked("the frame rate", frames_per_second, fastest_rate);
+}
+
+void Document::set_width(int pixels) {
+    m_settings.width = checked("the render width", pixels, largest_side);
+    m_output.SetWidth(static_cast<std::uint16_t>(pixels));
+}
+
+void Document::set_height(int pixels) {
+    m_settings.height = checked("the render height", pixels, largest_side);
+    m_output.SetHeight(static_cast<std::uint16_t>(pixels));
+}
+
+Imath::M44f Document::node_placement(int node) const {
+    return pose_at(*m_scene, to_seconds(m_time))[static_cast<std::size_t>(node)];
+}
+
+int Document::view_camera() const {
+    return m_settings.active_view.empty() ? -1 : m_scene->find_camera(m_settings.active_view);
+}
+
+}  // namespace corrivane::host
