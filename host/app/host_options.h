@@ -1,0 +1,34 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <variant>
+
+namespace corrivane::host {
+
+/// What the command line asks for.
+struct HostOptions {
+    /// Folders of this machine by drive letter in upper case; C is always among them.
+    std::map<char, std::string> drives;
+    std::string network;     ///< folder that stands for the network; empty for none
+    std::string library;     ///< file of this machine; empty for the one beside the program
+    std::string scene_file;  ///< Windows path; empty for none
+    std::map<std::string, std::variant<int, std::string>> script_arguments;  ///< maxOps.mxsCmdLineArgs
+    std::string listener_log;            ///< file of this machine; empty for none
+    std::optional<std::string> execute;  ///< text to run
+    std::string script;                  ///< Windows path of the script to run; empty for none
+};
+
+/// A command line that cannot be followed. The text says which argument, and what would be right.
+class CommandLineError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads the command line; nothing when it asked for the help text, which has then been printed to standard
+/// output. Throws CommandLineError.
+std::optional<HostOptions> read_command_line(int argc, const char* const* argv);
+
+}  // namespace corrivane::host

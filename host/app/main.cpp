@@ -1,0 +1,74 @@
+#include "app/host_options.h"
+#include "app/plugin_library.h"
+#include "app/script_globals.h"
+#include "core/core.h"
+#include "maxscript/runtime.h"
+
+#include <drive_map.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+
+namespace {
+
+using namespace corrivane::host;
+
+/// A worker that goes away and a full disk are errors of the calls that meet them, not the end of the
+/// process.
+void keep_running_on_write_errors() {
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void map_folders(const HostOptions& options) {
+    for (const auto& [letter, folder] : options.drives) {
+        map_drive(letter, folder);
+    }
+    if (!options.network.empty()) {
+        map_network(options.network);
+    }
+}
+
+void run_script(const HostOptions& options) {
+    ScriptResult result{true, ""};
+    if (options.execute) {
+        result = run_text(*options.execute);
+    } else if (!options.script.empty()) {
+        result = run_file(options.script);
+    }
+    if (!result.succeeded) {
+        throw std::runtime_error(result.text);
+    }
+}
+
+void run(const HostOptions& options) {
+    // The library opens files while it loads, so the drives come first.
+    map_folders(options);
+    RuntimeOptions runtime_options;
+    runtime_options.listener_log = options.listener_log;
+    const MaxScriptRuntime runtime(runtime_options);
+    Core& core = Core::instance();
+    define_script_globals(core, options);
+    const PluginLibrary library(options.library.empty() ? default_library() : options.library);
+    if (!options.scene_file.empty() && core.LoadFromFile(options.scene_file.c_str(), 0) == 0) {
+        throw std::runtime_error("cannot open the scene " + options.scene_file);
+    }
+    run_script(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    keep_running_on_write_errors();
+    try {
+        if (const std::optional<HostOptions> options = read_command_line(argc, argv)) {
+            run(*options);
+        }
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,71 @@
+#include "app/plugin_library.h"
+
+#include <dlfcn.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+
+namespace corrivane::host {
+
+namespace {
+
+/// The release that this host stands in for: release number in the upper 16 bits, API number in bits 8 to 15.
+/// The low bits, the revision, may differ.
+constexpr std::uint32_t host_version = 9000U << 16 | 21U << 8;
+constexpr std::uint32_t revision_bits = 0xFF;
+
+std::string in_hex(std::uint32_t number) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08X", number);
+    return text;
+}
+
+}  // namespace
+
+PluginLibrary::PluginLibrary(const std::string& file)
+    : m_handle(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+    if (m_handle == nullptr) {
+        const char* reason = dlerror();
+        throw std::runtime_error("cannot load the library " + file + ": " +
+                                 (reason == nullptr ? "" : reason));
+    }
+    try {
+        identify(file);
+    } catch (...) {
+        dlclose(m_handle);
+        throw;
+    }
+}
+
+PluginLibrary::~PluginLibrary() {
+    dlclose(m_handle);
+}
+
+void PluginLibrary::identify(const std::string& file) {
+    const auto describe = reinterpret_cast<const char* (*)()>(entry_point(file, "LibDescription"));
+    const auto version = reinterpret_cast<std::uint32_t (*)()>(entry_point(file, "LibVersion"));
+    const auto initialise = reinterpret_cast<void (*)()>(entry_point(file, "LibInit"));
+    const char* description = describe();
+    m_description = description == nullptr ? "" : description;
+    if ((version() & ~revision_bits) != host_version) {
+        throw std::runtime_error("the library " + file + " is built for version " + in_hex(version()) +
+                                 " of 3ds Max; this is " + in_hex(host_version));
+    }
+    initialise();
+}
+
+void* PluginLibrary::entry_point(const std::string& file, const char* name) const {
+    void* entry = dlsym(m_handle, name);
+    if (entry == nullptr) {
+        throw std::runtime_error("the library " + file + " has no entry point " + name);
+    }
+    return entry;
+}
+
+std::string default_library() {
+    return (std::filesystem::read_symlink("/proc/self/exe").parent_path() / "corrivane.dlx").string();
+}
+
+}  // namespace corrivane::host

@@ -1,0 +1,163 @@
+#include "app/script_globals.h"
+
+#include "app/scene_values.h"
+#include "core/fault_injection.h"
+#include "core/processor_faults.h"
+#include "maxscript/runtime.h"
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <type_traits>
+
+namespace corrivane::host {
+
+namespace {
+
+/// Runs a call into the host; what it refuses is an error of the script.
+template <typename Call>
+auto as_script_error(Call call) {
+    try {
+        return call();
+    } catch (const std::invalid_argument& error) {
+        throw RuntimeError(error.what());
+    }
+}
+
+Value* time_value(const Document& document, TimeValue ticks) {
+    return new TimeScriptValue(ticks, document.ticks_per_frame());
+}
+
+/// A time, or a number of frames.
+TimeValue to_ticks(const Document& document, Value* value) {
+    if (const auto* time = dynamic_cast<const TimeScriptValue*>(value)) {
+        return time->ticks();
+    }
+    const double ticks = std::round(static_cast<double>(to_float(value)) * document.ticks_per_frame());
+    // Not a number fails both comparisons.
+    if (!(ticks >= std::numeric_limits<TimeValue>::min() && ticks <= std::numeric_limits<TimeValue>::max())) {
+        throw RuntimeError("Time out of range");
+    }
+    return static_cast<TimeValue>(ticks);
+}
+
+Interval to_interval(Value* value) {
+    const auto* interval = dynamic_cast<const IntervalScriptValue*>(value);
+    if (interval == nullptr) {
+        throw RuntimeError(("animationRange must be an interval, got " + printed_form(value)).c_str());
+    }
+    return interval->interval();
+}
+
+void define_time(Core& core) {
+    const auto current = [&core] { return time_value(core.document(), core.GetTime()); };
+    define_variable("currentTime", current);
+    define_variable("sliderTime", current,
+                    [&core](Value* time) { core.SetTime(to_ticks(core.document(), time), TRUE); });
+    define_variable(
+        "animationRange",
+        [&core] {
+            return new IntervalScriptValue(core.document().animation_range(),
+                                           core.document().ticks_per_frame());
+        },
+        [&core](Value* range) {
+            as_script_error([&] { core.document().set_animation_range(to_interval(range)); });
+        });
+    define_function("interval", [&core](Arguments& arguments) -> Value* {
+        arguments.require(2);
+        const Interval interval(to_ticks(core.document(), arguments[0]),
+                                to_ticks(core.document(), arguments[1]));
+        return new IntervalScriptValue(interval, core.document().ticks_per_frame());
+    });
+}
+
+/// A whole number of the render settings.
+void define_setting(Core& core, const char* name, int RenderSettings::*field, void (Document::*set)(int)) {
+    define_variable(
+        name, [&core, field] { return make_integer(core.document().settings().*field); },
+        [&core, set](Value* number) {
+            as_script_error([&] { (core.document().*set)(to_integer(number)); });
+        });
+}
+
+void define_render_settings(Core& core) {
+    define_setting(core, "frameRate", &RenderSettings::frame_rate, &Document::set_frame_rate);
+    define_setting(core, "renderWidth", &RenderSettings::width, &Document::set_width);
+    define_setting(core, "renderHeight", &RenderSettings::height, &Document::set_height);
+    define_variable(
+        "rendOutputFilename", [&core] { return make_string(core.GetRendFileBI().Name()); },
+        [&core](Value* name) { core.GetRendFileBI().SetName(to_text(name).c_str()); });
+}
+
+/// Length of the folder part of a Windows path, its last separator included.
+std::size_t folder_length(const std::string& path) {
+    const std::size_t separator = path.find_last_of("\\/");
+    return separator == std::string::npos ? 0 : separator + 1;
+}
+
+void define_scene(Core& core) {
+    define_variable("maxFilePath", [&core] {
+        const std::string& path = core.document().file_name();
+        return make_string(path.substr(0, folder_length(path)));
+    });
+    define_variable("maxFileName", [&core] {
+        const std::string& path = core.document().file_name();
+        return make_string(path.substr(folder_length(path)));
+    });
+    define_function("getNodeByName", [&core](Arguments& arguments) -> Value* {
+        arguments.require(1);
+        const HostNode* node = core.document().nodes().find(arguments.text(0));
+        if (node == nullptr) {
+            return &undefined;
+        }
+        return new NodeScriptValue(core, node->index());
+    });
+}
+
+void define_failures() {
+    define_function("standin.fault", [](Arguments& arguments) -> Value* {
+        arguments.require(2);
+        as_script_error([&] { fault_at_next(arguments.text(0), arguments.text(1)); });
+        return &ok;
+    });
+    define_function("standin.throwNext", [](Arguments& arguments) -> Value* {
+        arguments.require(3);
+        as_script_error([&] { throw_at_next(arguments.text(0), arguments.text(1), arguments.text(2)); });
+        return &ok;
+    });
+    define_function("standin.crash", [](Arguments& arguments) -> Value* {
+        arguments.require(1);
+        as_script_error([&] { return &find_processor_fault(arguments.text(0)); })->provoke();
+        return &ok;
+    });
+}
+
+Value* script_argument(const std::variant<int, std::string>& content) {
+    if (const int* number = std::get_if<int>(&content)) {
+        return make_integer(*number);
+    }
+    return make_string(std::get<std::string>(content));
+}
+
+void define_script_arguments(const HostOptions& options) {
+    const Rooted dictionary(make_dictionary());
+    for (const auto& [key, content] : options.script_arguments) {
+        const Rooted value(script_argument(content));
+        set_in_dictionary(dictionary.get(), key, value.get());
+    }
+    define_constant("maxOps.mxsCmdLineArgs", dictionary.get());
+}
+
+}  // namespace
+
+void define_script_globals(Core& core, const HostOptions& options) {
+    define_time(core);
+    define_render_settings(core);
+    define_scene(core);
+    define_failures();
+    define_script_arguments(options);
+    core.set_render_hooks(
+        {[] { run_callbacks("preRenderFrame"); }, [] { run_callbacks("postRenderFrame"); }});
+}
+
+}  // namespace corrivane::host
