@@ -1,0 +1,98 @@
+#include "worker/host_connection.h"
+
+#include "worker/failures.h"
+
+#include <algorithm>
+
+namespace corrivane::worker {
+namespace {
+
+using quorvel::win32::simple_socket_disconnect_error;
+using quorvel::win32::simple_socket_error;
+
+/// A message comes in one piece over the loopback; one that does not is a host in trouble.
+constexpr std::chrono::milliseconds k_message_patience{2000};
+constexpr std::chrono::milliseconds k_token_patience{2000};
+/// A host that does not read for so long will not read any more.
+constexpr timeval k_send_patience{10, 0};
+
+/// Runs a call on the socket; its failures become those of the host.
+template <typename Call>
+auto on_socket(Call call) {
+    try {
+        return call();
+    } catch (const simple_socket_disconnect_error&) {
+        throw HostFailure("the host closed the connection");
+    } catch (const simple_socket_error& error) {
+        throw HostFailure(std::string("the connection to the host failed: ") + error.what());
+    }
+}
+
+}  // namespace
+
+HostConnection::HostConnection(const StopRequest& stop) : m_stop(stop) {
+    m_socket.start_listen(0, true);
+}
+
+void HostConnection::accept(const std::string& token, Deadline deadline) {
+    std::string purpose = "connect";
+    for (;;) {
+        wait_for(static_cast<int>(m_socket.listening_handle()), deadline, StopReaction::GiveUp, purpose);
+        on_socket([this] { m_socket.wait_for_connect(0, false); });
+        prepare_connection();
+        if (peer_has_token(token, std::min(deadline, deadline_in(k_token_patience)))) return;
+        m_socket.close(false);
+        purpose = "connect with its token (a peer with another token was turned away)";
+    }
+}
+
+bool HostConnection::peer_has_token(const std::string& token, Deadline deadline) {
+    wait_for(handle(), deadline, StopReaction::GiveUp, "send its token");
+    return receive_message() == token;
+}
+
+void HostConnection::send(const std::string& message) {
+    on_socket([&] { m_socket.send(message); });
+}
+
+std::string HostConnection::receive(Deadline deadline) {
+    wait_for(handle(), deadline, StopReaction::GoOn, "answer");
+    return receive_message();
+}
+
+std::string HostConnection::receive_message() {
+    std::string message = on_socket([this] { return m_socket.receive(k_message_patience.count()); });
+    prepare_connection();
+    return message;
+}
+
+/// Bounds a send to a host that stopped reading, and acknowledges at once what comes in: the plug-in sends
+/// small messages in pairs, and its system holds the second back until the first is acknowledged, which by
+/// default takes up to 40 ms. The kernel goes back to its default by itself, so this is set again for each
+/// message.
+void HostConnection::prepare_connection() {
+    const int at_once = 1;
+    ::setsockopt(handle(), IPPROTO_TCP, TCP_QUICKACK, &at_once, sizeof at_once);
+    ::setsockopt(handle(), SOL_SOCKET, SO_SNDTIMEO, &k_send_patience, sizeof k_send_patience);
+}
+
+void HostConnection::wait_for(int descriptor, Deadline deadline, StopReaction reaction,
+                              const std::string& purpose) {
+    for (;;) {
+        if (m_stop.level() == StopRequest::Level::Immediate) throw Stopped();
+        if (m_stop.requested() && reaction == StopReaction::GiveUp) throw Stopped();
+        if (m_stop.requested() && !m_stop_deadline) m_stop_deadline = deadline_in(k_stop_patience);
+        const Deadline limit = m_stop_deadline ? std::min(deadline, *m_stop_deadline) : deadline;
+
+        const int stop_fd = m_stop_deadline ? m_stop.immediate_fd() : m_stop.orderly_fd();
+        const int output_fd = m_host != nullptr ? m_host->output_fd() : -1;
+        const int exit_fd = m_host != nullptr ? m_host->exit_fd() : -1;
+        const auto ready = wait_readable({stop_fd, descriptor, output_fd, exit_fd}, limit);
+        if (ready == descriptor) return;
+        if (Clock::now() >= limit) throw HostFailure("the host did not " + purpose + " in time");
+        if (ready == output_fd) m_host->read_output();
+        if (ready == exit_fd) throw HostFailure("the host ended");
+    }
+}
+
+}  // namespace corrivane::worker

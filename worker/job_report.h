@@ -1,0 +1,44 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace corrivane::worker {
+
+struct FrameOutcome {
+    enum class Status {
+        Done,        // answered with SUCCESS, and its files are there where that was to be checked
+        Failed,      // `error` says why, in full
+        NotRendered  // the job failed or was stopped before
+    };
+
+    int frame = 0;
+    Status status = Status::NotRendered;
+    std::string error;
+    std::vector<std::string> files;     // as the host names them; none when the scene skips or saves nothing
+    std::chrono::milliseconds time{0};  // from the command to the last answer, in the last attempt
+};
+
+/// What became of a job.
+struct JobReport {
+    std::vector<FrameOutcome> frames;   // in the job's order
+    std::vector<std::string> problems;  // of the job as a whole: why it failed, scripts that did
+    std::chrono::milliseconds elapsed{0};
+    bool stopped = false;  // by the user
+
+    /// Every frame done and no problem.
+    bool success() const;
+};
+
+/// A few lines for people: how many frames went which way, in what time, which failed and why in short, and
+/// the files.
+std::string summary_text(const JobReport& report);
+
+/// Minutes and seconds as 0:07 or 12:34, hours before them where there are any.
+std::string format_duration(std::chrono::milliseconds duration);
+
+/// Seconds with two decimals and the unit.
+std::string format_seconds(std::chrono::milliseconds duration);
+
+}  // namespace corrivane::worker

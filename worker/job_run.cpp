@@ -1,0 +1,260 @@
+#include "worker/job_run.h"
+
+#include "worker/failures.h"
+#include "worker/frame_queue.h"
+#include "worker/written_files.h"
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace corrivane::worker {
+namespace {
+
+using Status = FrameOutcome::Status;
+
+std::chrono::milliseconds since(Deadline begin) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
+}
+
+/// What the lanes of a job share.
+class SharedJob {
+public:
+    SharedJob(const Job& the_job, const RunSettings& run_settings, const StopRequest& stop_request,
+              ProgressView& progress_view)
+        : job(the_job),
+          settings(run_settings),
+          stop(stop_request),
+          view(progress_view),
+          commands(make_job_commands(the_job)),
+          queue(the_job.frames) {
+        for (const int frame : job.frames)
+            m_outcomes.emplace_back().frame = frame;
+    }
+
+    /// False once the job failed or is to stop.
+    bool goes_on() const { return !m_failed && !stop.requested(); }
+
+    void record(const FrameTask& task, FrameOutcome outcome) {
+        const std::lock_guard lock(m_mutex);
+        m_outcomes[task.index] = std::move(outcome);
+    }
+
+    void add_problem(const std::string& problem) {
+        view.log("", problem);
+        const std::lock_guard lock(m_mutex);
+        // Hosts side by side fail for one and the same reason.
+        if (std::find(m_problems.begin(), m_problems.end(), problem) == m_problems.end())
+            m_problems.push_back(problem);
+    }
+
+    /// The whole job ends.
+    void fail(const std::string& reason) {
+        m_failed = true;
+        add_problem(reason);
+    }
+
+    /// One lane ends. That is no problem of the job while others render the frames.
+    void lose_lane(const std::string& reason) {
+        view.log("", reason);
+        const std::lock_guard lock(m_mutex);
+        m_lost_lane = reason;
+    }
+
+    /// When all lanes have ended.
+    JobReport report() {
+        const bool complete =
+            std::none_of(m_outcomes.begin(), m_outcomes.end(),
+                         [](const FrameOutcome& outcome) { return outcome.status == Status::NotRendered; });
+        if (!complete && !m_lost_lane.empty()) m_problems.push_back(m_lost_lane);
+        return {std::move(m_outcomes), std::move(m_problems), since(m_begin), stop.requested() && !complete};
+    }
+
+    const Job& job;
+    const RunSettings& settings;
+    const StopRequest& stop;
+    ProgressView& view;
+    const JobCommands commands;
+    FrameQueue queue;
+
+private:
+    const Clock::time_point m_begin = Clock::now();
+    std::atomic<bool> m_failed = false;
+    std::mutex m_mutex;
+    std::vector<FrameOutcome> m_outcomes;
+    std::vector<std::string> m_problems;
+    std::string m_lost_lane;  // why the last one that gave up did so
+};
+
+/// Keeps one host at work: starts it, feeds it frames, and replaces it when it fails. One thread.
+class Lane : public SessionObserver {
+public:
+    Lane(SharedJob& shared, std::size_t number) : m_shared(shared), m_number(number) {}
+
+    /// Returns when there is nothing more to do for this lane, whatever the reason.
+    void run() {
+        try {
+            while (m_shared.goes_on() && !m_shared.queue.empty())
+                serve_one_host();
+        } catch (const Stopped&) {
+        } catch (const JobFailure& failure) {
+            m_shared.fail(std::string("The job can't be started: ") + failure.what());
+        } catch (const std::exception& error) {
+            m_shared.lose_lane(error.what());
+        }
+    }
+
+private:
+    /// From the start of a host to its end.
+    void serve_one_host() {
+        const auto host = start_host();
+        if (!host) return;
+        m_failed_starts = 0;
+        while (m_shared.goes_on()) {
+            const auto task = m_shared.queue.take();
+            if (!task) break;
+            if (!render(*host, *task)) return;
+        }
+        finish(*host);
+    }
+
+    /// A host with the job started, or null when it failed and another one may be tried.
+    std::unique_ptr<RunningHost> start_host() {
+        std::unique_ptr<RunningHost> host;
+        std::string reason;
+        try {
+            host = std::make_unique<RunningHost>(m_shared.settings.host, m_shared.job, *this, m_shared.stop,
+                                                 m_shared.settings.limits,
+                                                 [this](std::string_view line) { on_host_output(line); });
+            host->session().start_job(m_shared.commands);
+            return host;
+        } catch (const HostFailure& failure) {
+            reason = host ? host->end_after(failure.what()) : failure.what();
+        } catch (const JobFailure&) {
+            host->end();
+            throw;
+        }
+        if (m_shared.stop.requested()) throw Stopped();
+        if (m_failed_starts++ == m_shared.settings.retries)
+            throw std::runtime_error("No host comes up: " + reason);
+        m_shared.view.log(label(), "a host did not come up, trying again: " + reason);
+        return nullptr;
+    }
+
+    /// Returns false when the host is gone.
+    bool render(RunningHost& host, const FrameTask& task) {
+        m_shared.view.begin_frame(m_number, task.frame);
+        const auto begin = Clock::now();
+        CommandResult result;
+        try {
+            result = host.session().render(task.frame);
+        } catch (const HostFailure& failure) {
+            lose_host(host, task, failure.what(), begin);
+            return false;
+        }
+        if (!result.success && m_shared.stop.requested()) {
+            m_shared.view.drop_frame(m_number);  // it failed because it was told to
+            return !result.session_over;
+        }
+        const bool usable = conclude(host, task, result, begin);
+        if (!usable || result.session_over) host.end();
+        return usable && !result.session_over;
+    }
+
+    /// Records a frame that was answered. Returns false when the host failed at telling its files.
+    bool conclude(RunningHost& host, const FrameTask& task, const CommandResult& result,
+                  Clock::time_point begin) {
+        FrameOutcome outcome{
+            task.frame, result.success ? Status::Done : Status::Failed, result.error, {}, since(begin)};
+        bool usable = true;
+        if (result.success) {
+            try {
+                outcome.files = host.session().written_files(task.frame).value_or(outcome.files);
+            } catch (const HostFailure& failure) {
+                m_shared.view.log(label(), failure.what());
+                usable = false;
+            }
+            if (m_shared.settings.check_files) outcome.error = check_written_files(outcome.files);
+            if (!outcome.error.empty()) outcome.status = Status::Failed;
+        }
+        finish_frame(task, std::move(outcome));
+        return usable;
+    }
+
+    /// The host died, hangs or talks nonsense while it has a frame.
+    void lose_host(RunningHost& host, const FrameTask& task, const std::string& failure,
+                   Clock::time_point begin) {
+        const std::string reason = host.end_after(failure);
+        m_shared.view.drop_frame(m_number);
+        if (m_shared.stop.requested()) return;
+        if (task.attempts < m_shared.settings.retries) {
+            m_shared.view.log(label(), "frame " + std::to_string(task.frame) + " is tried again: " + reason);
+            m_shared.queue.give_back({task.index, task.frame, task.attempts + 1});
+        } else {
+            finish_frame(task, {task.frame, Status::Failed, reason, {}, since(begin)});
+        }
+    }
+
+    void finish_frame(const FrameTask& task, FrameOutcome outcome) {
+        m_shared.view.finish_frame(m_number, outcome);
+        m_shared.record(task, std::move(outcome));
+    }
+
+    /// The host's part of the job is over.
+    void finish(RunningHost& host) {
+        try {
+            if (m_shared.commands.post_script && m_shared.goes_on()) run_post_script(host);
+            const CommandResult result = host.session().end_job();
+            if (!result.success && !m_shared.stop.requested())
+                m_shared.view.log(label(), "warning from the end of the job: " + result.error);
+        } catch (const HostFailure& failure) {
+            m_shared.view.log(label(),
+                              "the host failed at the end of the job: " + host.end_after(failure.what()));
+        }
+        host.end();
+    }
+
+    void run_post_script(RunningHost& host) {
+        const CommandResult result = host.session().run_script(*m_shared.commands.post_script);
+        if (!result.success) m_shared.add_problem("The post script failed: " + result.error);
+    }
+
+    void on_title(std::string_view title) override { m_shared.view.set_title(m_number, title); }
+    void on_progress(double percent) override { m_shared.view.set_percent(m_number, percent); }
+    void on_log(std::string_view text) override { m_shared.view.log(label(), text); }
+
+    void on_host_output(std::string_view line) {
+        if (m_shared.settings.show_host_output) m_shared.view.log(label(), line);
+    }
+
+    /// Which host speaks, where there are several.
+    std::string label() const {
+        return m_shared.settings.hosts > 1 ? "host " + std::to_string(m_number + 1) + ": " : "";
+    }
+
+    SharedJob& m_shared;
+    const std::size_t m_number;
+    int m_failed_starts = 0;
+};
+
+}  // namespace
+
+std::size_t lane_count(const Job& job, const RunSettings& settings) {
+    return std::clamp<std::size_t>(settings.hosts, 1, std::max<std::size_t>(job.frames.size(), 1));
+}
+
+JobReport run_job(const Job& job, const RunSettings& settings, const StopRequest& stop, ProgressView& view) {
+    check_job(job);
+    SharedJob shared(job, settings, stop, view);
+    std::vector<std::thread> threads;
+    for (std::size_t lane = 0; lane < lane_count(job, settings); ++lane)
+        threads.emplace_back([&shared, lane] { Lane(shared, lane).run(); });
+    for (std::thread& thread : threads)
+        thread.join();
+    view.close();
+    return shared.report();
+}
+
+}  // namespace corrivane::worker

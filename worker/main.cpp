@@ -1,0 +1,70 @@
+#include "worker/failures.h"
+#include "worker/options.h"
+#include "worker/signal_watch.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <iostream>
+
+namespace {
+
+using namespace corrivane::worker;
+
+constexpr int k_failure_exit_code = 1;
+constexpr int k_stopped_exit_code = 130;  // as shells report a program that ended by Ctrl-C
+
+std::size_t terminal_width() {
+    winsize size{};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
+    return size.ws_col;
+}
+
+const char* stop_text(StopRequest::Level level) {
+    return level == StopRequest::Level::Orderly ? "Stopping; press Ctrl-C again to kill the hosts."
+                                                : "Killing the hosts.";
+}
+
+int run(const Job& job, const RunSettings& settings) {
+    const auto style =
+        ::isatty(STDOUT_FILENO) != 0 ? ProgressView::Style::Terminal : ProgressView::Style::Plain;
+    ProgressView view(std::cout, style, job.frames.size(), lane_count(job, settings), terminal_width);
+    StopRequest stop;
+    const JobReport report = [&] {
+        const SignalWatch signals(stop, [&](StopRequest::Level level) { view.log("", stop_text(level)); });
+        return run_job(job, settings, stop, view);
+    }();
+    std::cout << summary_text(report) << std::flush;
+    if (report.stopped) return k_stopped_exit_code;
+    return report.success() ? 0 : k_failure_exit_code;
+}
+
+int run(const ScriptRun& script, const RunSettings& settings) {
+    StopRequest stop;
+    const SignalWatch signals(stop,
+                              [](StopRequest::Level level) { std::cerr << stop_text(level) << std::endl; });
+    try {
+        const bool success =
+            run_script(script, settings.host, settings.limits, settings.show_host_output, stop, std::cout);
+        return success ? 0 : k_failure_exit_code;
+    } catch (const Stopped&) {
+        return k_stopped_exit_code;
+    }
+}
+
+}  // namespace
+
+int main(int argument_count, char** arguments) {
+    std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that goes away must not end the hosts' jobs
+    const ParsedCommandLine command_line = parse_command_line(argument_count, arguments);
+    if (!command_line.invocation) return command_line.exit_code;
+    const Invocation& invocation = *command_line.invocation;
+    try {
+        return invocation.job ? run(*invocation.job, invocation.settings)
+                              : run(*invocation.script, invocation.settings);
+    } catch (const std::exception& error) {
+        std::cerr << "corrivane-worker: " << error.what() << '\n';
+        return k_failure_exit_code;
+    }
+}

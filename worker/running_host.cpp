@@ -1,0 +1,67 @@
+#include "worker/running_host.h"
+
+#include "worker/failures.h"
+
+#include <cstdint>
+#include <random>
+#include <utility>
+
+namespace corrivane::worker {
+namespace {
+
+constexpr std::chrono::milliseconds k_patience{10000};
+/// A host that failed gets only the time to write its last words.
+constexpr std::chrono::milliseconds k_patience_after_failure{1000};
+
+/// 128 random bits in hexadecimal digits, so that no other program of this machine passes for the host.
+std::string make_token() {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::random_device random;
+    std::string token;
+    for (int i = 0; i < 4; ++i)
+        for (std::uint32_t bits = random(), digit = 0; digit < 8; ++digit, bits >>= 4)
+            token += digits[bits & 15];
+    return token;
+}
+
+std::vector<std::string> host_arguments(const HostSettings& settings, int port, const std::string& token) {
+    std::vector<std::string> arguments = settings.arguments;
+    arguments.emplace_back("--execute");
+    arguments.push_back("print (QuillaneUtil.RunCorrivaneDaemon " + std::to_string(port) + " \"" + token +
+                        "\")");
+    return arguments;
+}
+
+}  // namespace
+
+RunningHost::RunningHost(const HostSettings& settings, const Job& job, SessionObserver& observer,
+                         const StopRequest& stop, const TimeLimits& limits, HostProcess::LineSink on_output)
+    : m_stop(stop),
+      m_connection(stop),
+      m_token(make_token()),
+      m_process(settings.program, host_arguments(settings, m_connection.port(), m_token),
+                std::move(on_output)),
+      m_session(m_connection, job, observer, stop, limits) {
+    m_connection.watch(m_process);
+    try {
+        m_connection.accept(m_token, deadline_in(limits.start));
+        m_greeting = m_session.handshake();
+    } catch (const HostFailure& failure) {
+        throw HostFailure(end_after(failure.what()));
+    }
+}
+
+void RunningHost::end() {
+    m_connection.close();
+    m_process.end(k_patience, m_stop);
+}
+
+std::string RunningHost::end_after(const std::string& reason) {
+    m_connection.close();
+    std::string report = reason + "; it " + m_process.end(k_patience_after_failure, m_stop);
+    const std::string output = m_process.last_output();
+    if (!output.empty()) report += "\nlast output of the host:\n" + output;
+    return report;
+}
+
+}  // namespace corrivane::worker

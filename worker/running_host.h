@@ -1,0 +1,46 @@
+#pragma once
+
+#include "worker/farm_session.h"
+#include "worker/host_connection.h"
+#include "worker/host_process.h"
+
+#include <string>
+#include <vector>
+
+namespace corrivane::worker {
+
+/// The host program and what it is started with, besides the script that connects it to the worker.
+struct HostSettings {
+    std::string program;
+    std::vector<std::string> arguments;
+};
+
+/// A host that was started, has connected with its token and has greeted. Belongs to the thread that made it.
+class RunningHost {
+public:
+    /// `job`, `observer`, `stop` and `limits` stay in use. Throws std::system_error when the program can't be
+    /// started, HostFailure when it does not come up, Stopped when the user wants to stop before it has.
+    RunningHost(const HostSettings& settings, const Job& job, SessionObserver& observer,
+                const StopRequest& stop, const TimeLimits& limits, HostProcess::LineSink on_output);
+
+    FarmSession& session() { return m_session; }
+    const std::string& greeting() const { return m_greeting; }
+
+    /// Ends the host: its session by closing the connection, then the program, by force where it does not end
+    /// itself.
+    void end();
+
+    /// Ends a host that failed. Returns the reason with what became of the program and its last lines of
+    /// output.
+    std::string end_after(const std::string& reason);
+
+private:
+    const StopRequest& m_stop;
+    HostConnection m_connection;
+    std::string m_token;
+    HostProcess m_process;
+    FarmSession m_session;
+    std::string m_greeting;
+};
+
+}  // namespace corrivane::worker
