@@ -9,7 +9,7 @@
 #include <optional>
 #include <unordered_map>
 
-struct HWND__ {
+struct MessageWindow {
     WNDPROC procedure;
     DWORD thread;
 };
@@ -28,7 +28,7 @@ using QueuePointer = std::shared_ptr<MessageQueue>;
 struct Registry {
     std::mutex mutex;
     std::unordered_map<DWORD, QueuePointer> queues;  // by thread
-    std::unordered_map<HWND, std::unique_ptr<HWND__>> windows;
+    std::unordered_map<HWND, std::unique_ptr<MessageWindow>> windows;
 
     QueuePointer queue_of(DWORD thread) {
         const std::lock_guard lock(mutex);
@@ -36,7 +36,7 @@ struct Registry {
         return found == queues.end() ? nullptr : found->second;
     }
 
-    std::optional<HWND__> window(HWND handle) {
+    std::optional<MessageWindow> window(HWND handle) {
         const std::lock_guard lock(mutex);
         const auto found = windows.find(handle);
         return found == windows.end() ? std::nullopt : std::optional(*found->second);
@@ -112,14 +112,14 @@ BOOL TranslateMessage(const MSG* /*message*/) {
 }
 
 LRESULT DispatchMessageA(const MSG* message) {
-    const std::optional<HWND__> window = registry().window(message->hwnd);
+    const std::optional<MessageWindow> window = registry().window(message->hwnd);
     return window ? window->procedure(message->hwnd, message->message, message->wParam, message->lParam) : 0;
 }
 
 BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     const MSG posted{window, message, wParam, lParam, GetTickCount(), {}};
     if (window == nullptr) return post(own_queue(), posted);
-    const std::optional<HWND__> target = registry().window(window);
+    const std::optional<MessageWindow> target = registry().window(window);
     const QueuePointer queue = target ? registry().queue_of(target->thread) : nullptr;
     if (queue == nullptr) {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
@@ -139,7 +139,7 @@ BOOL PostThreadMessageA(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam
 
 HWND create_message_window(WNDPROC procedure) {
     own_queue();
-    auto window = std::make_unique<HWND__>(HWND__{procedure, GetCurrentThreadId()});
+    auto window = std::make_unique<MessageWindow>(MessageWindow{procedure, GetCurrentThreadId()});
     const HWND handle = window.get();
     const std::lock_guard lock(registry().mutex);
     registry().windows.emplace(handle, std::move(window));

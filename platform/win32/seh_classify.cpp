@@ -88,7 +88,7 @@ ULONG_PTR access_kind(const ucontext_t& machine) {
 // A frame may be larger than the guard page, so the stack pointer can be anywhere below the stack; the access
 // is then near it.
 bool is_stack_overflow(ULONG_PTR stack_pointer, ULONG_PTR address, std::uintptr_t stack_low) {
-    constexpr ULONG_PTR margin = 64 * 1024;
+    constexpr ULONG_PTR margin = 65'536;
     if (stack_low < margin || stack_pointer >= stack_low + margin || address >= stack_low + margin)
         return false;
     const ULONG_PTR lowest = std::min(stack_pointer, stack_low);

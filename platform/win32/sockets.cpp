@@ -183,7 +183,7 @@ public:
     }
 
 private:
-    std::array<pollfd, 3 * FD_SETSIZE> m_entries{};
+    std::array<pollfd, std::size_t{3} * FD_SETSIZE> m_entries{};
     unsigned m_count = 0;
     unsigned m_kept = 0;
 };
@@ -231,8 +231,8 @@ SOCKET socket(int family, decltype(SOCK_STREAM) type, int protocol) {
     return socket_of(::socket(family, static_cast<int>(type) | SOCK_CLOEXEC, protocol));
 }
 
-// Windows' loopback acknowledges at once. Here the peer's acknowledgement may take 40 ms, for which a second small
-// message would wait; so messages leave without waiting for one.
+// Windows' loopback acknowledges at once. Here the peer's acknowledgement may take 40 ms, for which a second
+// small message would wait; so messages leave without waiting for one.
 int connect(SOCKET socket, const sockaddr* address, int size) {
     const int descriptor = descriptor_of(socket);
     const int enabled = 1;

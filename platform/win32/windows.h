@@ -54,7 +54,7 @@ using HANDLE = void*;
 using HLOCAL = HANDLE;
 using HMODULE = HANDLE;
 using HINSTANCE = HMODULE;
-using HWND = struct HWND__*;
+using HWND = struct MessageWindow*;
 using FARPROC = INT_PTR (*)();
 
 inline constexpr int MAX_PATH = 260;  // characters, terminator included
