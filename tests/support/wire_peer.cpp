@@ -1,0 +1,153 @@
+#include "support/wire_peer.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+namespace corrivane::test {
+
+namespace {
+
+constexpr int patience_ms = 20'000;
+
+void require(bool holds, const char* what) {
+    if (!holds) throw std::runtime_error(std::string("wire peer: ") + what + ": " + std::strerror(errno));
+}
+
+sockaddr_in loopback(int port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
+void wait_until_readable(int descriptor) {
+    pollfd entry{descriptor, POLLIN, 0};
+    require(poll(&entry, 1, patience_ms) == 1, "nothing came");
+}
+
+void close_if_open(int& descriptor) {
+    if (descriptor >= 0) ::close(std::exchange(descriptor, -1));
+}
+
+void send_at_once(int descriptor) {
+    const int enabled = 1;
+    require(setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &enabled, sizeof enabled) == 0, "setsockopt");
+}
+
+}  // namespace
+
+WirePeer::WirePeer() : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    require(m_listener >= 0, "socket");
+    sockaddr_in address = loopback(0);
+    socklen_t size = sizeof address;
+    require(::bind(m_listener, reinterpret_cast<sockaddr*>(&address), size) == 0, "bind");
+    require(::listen(m_listener, 1) == 0, "listen");
+    require(::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) == 0, "getsockname");
+    m_port = ntohs(address.sin_port);
+}
+
+WirePeer::~WirePeer() {
+    close();
+    stop_listening();
+}
+
+void WirePeer::accept() {
+    wait_until_readable(m_listener);
+    m_connection = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+    require(m_connection >= 0, "accept");
+    send_at_once(m_connection);
+}
+
+void WirePeer::connect(int port) {
+    m_connection = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address = loopback(port);
+    require(::connect(m_connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
+            "connect");
+    send_at_once(m_connection);
+}
+
+std::string WirePeer::length_field(std::uint32_t length) {
+    const std::uint32_t big_endian = htonl(length);
+    return {reinterpret_cast<const char*>(&big_endian), sizeof big_endian};
+}
+
+std::string WirePeer::frame(std::string_view message) {
+    return length_field(static_cast<std::uint32_t>(message.size())).append(message);
+}
+
+void WirePeer::send_bytes(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = ::send(m_connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        require(sent > 0, "send");
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+}
+
+std::string WirePeer::receive_some(std::size_t count) {
+    wait_until_readable(m_connection);
+    std::string bytes(count, '\0');
+    const ssize_t got = ::recv(m_connection, bytes.data(), count, 0);
+    require(got >= 0 || errno == ECONNRESET, "recv");
+    bytes.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+    return bytes;
+}
+
+std::string WirePeer::receive_bytes(std::size_t count) {
+    std::string bytes;
+    while (bytes.size() < count) {
+        const std::string more = receive_some(count - bytes.size());
+        require(!more.empty(), "the connection ended");
+        bytes += more;
+    }
+    return bytes;
+}
+
+std::string WirePeer::receive_payload(const std::string& header) {
+    std::uint32_t length = 0;
+    std::memcpy(&length, header.data(), sizeof length);
+    return receive_bytes(ntohl(length));
+}
+
+std::string WirePeer::receive() {
+    return receive_payload(receive_bytes(sizeof(std::uint32_t)));
+}
+
+std::vector<std::string> WirePeer::receive_all(std::string_view last) {
+    std::vector<std::string> messages;
+    for (std::string start = receive_some(1); !start.empty(); start = receive_some(1)) {
+        std::string message = receive_payload(start + receive_bytes(sizeof(std::uint32_t) - 1));
+        if (message == last) break;
+        messages.push_back(std::move(message));
+    }
+    return messages;
+}
+
+void WirePeer::finish_sending() {
+    require(::shutdown(m_connection, SHUT_WR) == 0, "shutdown");
+}
+
+void WirePeer::close() {
+    close_if_open(m_connection);
+}
+
+void WirePeer::reset() {
+    const linger at_once{1, 0};
+    require(setsockopt(m_connection, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once) == 0, "setsockopt");
+    close();
+}
+
+void WirePeer::stop_listening() {
+    close_if_open(m_listener);
+}
+
+}  // namespace corrivane::test

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corrivane::test {
+
+/// The other end of a loopback connection, in plain POSIX calls, so that a test decides where bytes are cut
+/// and how the connection ends. Waits at most 20 s for anything; then, and on every failure, throws
+/// std::runtime_error.
+class WirePeer {
+public:
+    /// Listens on a free port.
+    WirePeer();
+    ~WirePeer();
+    WirePeer(const WirePeer&) = delete;
+    WirePeer& operator=(const WirePeer&) = delete;
+
+    int port() const { return m_port; }
+    void accept();
+    /// Connects to somebody else's port instead.
+    void connect(int port);
+
+    /// A length field and a message as they travel.
+    static std::string frame(std::string_view message);
+    static std::string length_field(std::uint32_t length);
+
+    void send(std::string_view message) { send_bytes(frame(message)); }
+    void send_bytes(std::string_view bytes);
+
+    /// One message; exactly so many bytes.
+    std::string receive();
+    std::string receive_bytes(std::size_t count);
+    /// All messages until the connection ends, or up to the message `last`, which is left out.
+    std::vector<std::string> receive_all(std::string_view last = "\xFFnever sent");
+
+    /// What is sent is complete; receiving goes on.
+    void finish_sending();
+    void close();
+    /// Ends the connection as a process that dies does.
+    void reset();
+    /// No more connections.
+    void stop_listening();
+
+private:
+    /// Up to `count` bytes, "" at the connection's end.
+    std::string receive_some(std::size_t count);
+    std::string receive_payload(const std::string& header);
+
+    int m_listener;
+    int m_connection = -1;
+    int m_port = 0;
+};
+
+}  // namespace corrivane::test
