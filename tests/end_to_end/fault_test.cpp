@@ -1,0 +1,171 @@
+#include "job_session.h"
+#include "test_scene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <sstream>
+
+namespace corrivane::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string script(const std::string& text) {
+    return "ExecuteStringScript,0," + field(text + "; \"armed\"");
+}
+
+const std::vector<std::string> armed = {"STARTED", "SUCCESS: armed"};
+
+std::string arm(const std::string& call, const std::string& kind) {
+    return script("standin.fault \"" + call + "\" \"" + kind + "\"");
+}
+
+/// A crash report, from its first to its last line.
+testing::Matcher<std::string> report_of(const std::string& error_text, const std::string& code) {
+    return testing::AllOf(StartsWith("ERROR: " + error_text + "\nProcess:  /"), HasSubstr("\nModule:  /"),
+                          HasSubstr("\nDate Modified:  "), HasSubstr("\nException Code:  " + code + "\n"),
+                          HasSubstr("\nInstruction:  "), HasSubstr("\nCall Stack:\n"),
+                          HasSubstr("  Exception Offset"), testing::Not(testing::EndsWith("\n")));
+}
+
+struct Kind {
+    const char* name;
+    const char* code;
+};
+
+constexpr Kind kinds[] = {
+    {"Datatype Misalignment", "80000002"},   {"Access Violation", "C0000005"},
+    {"In Page Error", "C0000006"},           {"Illegal Instruction", "C000001D"},
+    {"Array Bounds Exceeded", "C000008C"},   {"Float Denormal Operand", "C000008D"},
+    {"Float Divide By Zero", "C000008E"},    {"Float Inexact Result", "C000008F"},
+    {"Float Invalid Operation", "C0000090"}, {"Float Overflow", "C0000091"},
+    {"Float Stack Check", "C0000092"},       {"Integer Divide By Zero", "C0000094"},
+    {"Integer Overflow", "C0000095"},        {"Privileged Instruction", "C0000096"},
+    {"Stack Overflow", "C00000FD"},
+};
+
+TEST(Faults, EveryKindCostsOneFrameAndTheNextIsFine) {
+    JobSession job(small_scene());
+    ASSERT_EQ(job.render(0), rendered);
+    const ImageFile reference = job.image("beauty0000.png");
+    int frame = 0;
+    for (const Kind& kind : kinds) {
+        ASSERT_EQ(job.session.run(arm("CurRendererRenderFrame", kind.name)), armed) << kind.name;
+        const std::string text =
+            std::string("Trapped SEH Exception in CurRendererRenderFrame(): ") + kind.name;
+        EXPECT_THAT(job.render(++frame),
+                    ElementsAre("STARTED", report_of(text, kind.code), "ERROR: Failed to save file."));
+        ASSERT_EQ(job.render(0), rendered) << kind.name;
+        EXPECT_EQ(job.image("beauty0000.png").pixels, reference.pixels) << kind.name;
+    }
+    EXPECT_THAT(job.session.run("EndJob"), ElementsAre("SUCCESS"));
+    EXPECT_EQ(job.session.finish(), 0);
+}
+
+TEST(Faults, EveryGuardedCallNamesItself) {
+    JobSession job(small_scene());
+    const std::string load = "Trapped SEH Exception in LoadFromFile(): Access Violation";
+    const auto file = job.session.folder() / "scene/scene.gltf";
+    const auto report = [](const std::string& text) { return report_of(text, "C0000005"); };
+
+    job.session.run(arm("SetTime", "Access Violation"));
+    EXPECT_THAT(job.render(1),
+                ElementsAre("STARTED", report("Trapped SEH Exception in RenderFrame(): Access Violation"),
+                            "ERROR: Failed to save file."));
+    job.session.run(arm("OpenCurRenderer", "Access Violation"));
+    EXPECT_EQ(job.render(1), failed("Failed to open the max renderer."));
+    EXPECT_EQ(job.render(1), rendered);
+    job.session.run(arm("CloseCurRenderer", "Access Violation"));
+    EXPECT_THAT(
+        job.session.run("EndJob"),
+        ElementsAre(report("Trapped SEH Exception in CloseCurRenderer(): Access Violation"), "SUCCESS"));
+    EXPECT_EQ(job.render(2), rendered);
+    job.session.run(arm("ReleaseViewport", "Access Violation"));
+    EXPECT_THAT(job.session.run("EndJob"),
+                ElementsAre(report("Trapped SEH Exception in EndJob(): Access Violation"), "SUCCESS"));
+    EXPECT_THAT(job.session.run("EndJob"), ElementsAre("SUCCESS"));
+
+    job.session.run(arm("LoadFromFile", "Access Violation"));
+    EXPECT_THAT(job.session.run(start_job(file)), ElementsAre(report(load), StartsWith("SUCCESS ")));
+    job.session.run(arm("GetActiveViewport", "Access Violation"));
+    EXPECT_THAT(
+        job.session.run(start_job(file)),
+        ElementsAre(report("Trapped SEH Exception in StartJob(): Access Violation"), StartsWith("SUCCESS ")));
+    EXPECT_THAT(job.session.run(start_job(file)), ElementsAre(StartsWith("SUCCESS ")));
+    EXPECT_EQ(job.render(3), rendered);
+}
+
+TEST(Faults, ExceptionsOfTheLoadKeepTheirKind) {
+    HostSession session;
+    const auto file = save_scene(small_scene(), session.folder() / "scene");
+    const std::pair<std::string, std::string> cases[] = {
+        {"#stdException \"one\"", "Caught an exception in GetCOREInterface()->LoadFromFile(): one"},
+        {"#maxException \"two\"", "Caught a MAXException in GetCOREInterface()->LoadFromFile(): two"},
+        {"#other \"three\"",
+         "3ds max crashed in GetCOREInterface()->LoadFromFile(): \"" + file.string() + "\""},
+    };
+    for (const auto& [thrown, text] : cases) {
+        ASSERT_EQ(session.run(script("standin.throwNext \"LoadFromFile\" " + thrown)), armed);
+        EXPECT_THAT(session.run(start_job(file)), ElementsAre("ERROR: " + text, no_output));
+    }
+    EXPECT_THAT(session.run(start_job(file)), ElementsAre(no_output));
+}
+
+TEST(Faults, AFaultInAScriptEndsTheSessionWithItsReport) {
+    HostSession session;
+    EXPECT_THAT(
+        session.run(script("standin.crash \"Integer Divide By Zero\"")),
+        ElementsAre("STARTED",
+                    report_of("SEH exception: SEH Exception trapped in 3ds max: Integer Divide By Zero",
+                              "C0000094")));
+    EXPECT_EQ(session.finish(), 0);
+    EXPECT_THAT(session.host().output(), HasSubstr("false"));
+    EXPECT_EQ(session.log_lines().back(), "SEH exception caught");
+}
+
+TEST(Faults, KindsThatGuardsPassOnEndTheProcessByTheirSignal) {
+    const std::pair<const char*, int> cases[] = {{"Float Underflow", SIGFPE}, {"Breakpoint", SIGTRAP}};
+    for (const auto& [kind, signal] : cases) {
+        JobSession job(small_scene());
+        job.session.run(arm("CurRendererRenderFrame", kind));
+        job.session.send("RenderTask,1");
+        EXPECT_EQ(job.session.host().wait(), -signal) << kind;
+        EXPECT_EQ(job.session.log_lines().back(), "calling renderer") << kind;
+    }
+}
+
+TEST(Faults, AThousandInOneProcessLeaveNothingBehind) {
+    JobSession job(small_scene());
+    const auto resident_pages = [&job] {
+        std::istringstream statm(read_file("/proc/" + std::to_string(job.session.host().pid()) + "/statm"));
+        long size = 0;
+        long resident = 0;
+        statm >> size >> resident;
+        return resident;
+    };
+    // RenderTask pauses after an error, so the faults come from the load, whose command does not.
+    const auto file = job.session.folder() / "scene/scene.gltf";
+    ASSERT_THAT(job.session.run("EndJob"), ElementsAre("SUCCESS"));
+    const auto fault_once = [&](const Kind& kind) {
+        ASSERT_EQ(job.session.run(arm("LoadFromFile", kind.name)), armed);
+        ASSERT_THAT(job.session.run(start_job(file)),
+                    ElementsAre(StartsWith("ERROR: Trapped SEH Exception in LoadFromFile(): " +
+                                           std::string(kind.name)),
+                                StartsWith("SUCCESS ")));
+    };
+    for (int i = 0; i < 150; ++i)
+        fault_once(kinds[static_cast<std::size_t>(i) % std::size(kinds)]);
+    const long before = resident_pages();
+    for (int i = 0; i < 850; ++i)
+        fault_once(kinds[static_cast<std::size_t>(i) % std::size(kinds)]);
+    EXPECT_LT(resident_pages() - before, 1000) << "pages grown";
+    EXPECT_THAT(job.session.run(start_job(file)), ElementsAre(StartsWith("SUCCESS ")));
+    EXPECT_EQ(job.render(0), rendered);
+}
+
+}  // namespace
+}  // namespace corrivane::test

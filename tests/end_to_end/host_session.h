@@ -1,0 +1,90 @@
+#pragma once
+
+#include "support/temporary_folder.h"
+#include "support/wire_peer.h"
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corrivane::test {
+
+/// The folder that holds the built programs.
+std::filesystem::path programs_folder();
+
+void write_file(const std::filesystem::path& file, std::string_view content);
+
+/// A program that runs with its output in files. Killed at the end if it still runs.
+class RunningProgram {
+public:
+    RunningProgram(const std::vector<std::string>& command, const std::filesystem::path& output_file);
+    ~RunningProgram();
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+
+    /// Waits for the end: the exit code, or minus the signal that ended it. Throws when it does not end in
+    /// time.
+    int wait();
+    void send_signal(int signal) const;
+    pid_t pid() const { return m_pid; }
+    std::string output() const { return read_file(m_output_file); }
+
+private:
+    std::optional<int> poll_exit(int timeout_ms);
+
+    pid_t m_pid = -1;
+    int m_pid_handle = -1;
+    std::optional<int> m_exit;
+    std::filesystem::path m_output_file;
+};
+
+/// A farm worker on bare sockets that drives one corrivane-host, whose drive C is a folder of its own. It has
+/// nothing in common with the product's code, so what it receives is what the wire says.
+class HostSession {
+public:
+    struct Options {
+        std::vector<std::string> arguments;         ///< more of the host's
+        std::string handshake = "QuillaneStartup";  ///< empty: say nothing
+        std::string script_before;  ///< MAXScript in front of the call that starts the session
+    };
+
+    HostSession();
+    explicit HostSession(const Options& options);
+
+    void send(std::string_view message) { m_peer.send(message); }
+    void send_bytes(std::string_view bytes) { m_peer.send_bytes(bytes); }
+    std::string receive() { return m_peer.receive(); }
+    /// Sends a command and collects all that comes up to and including the reply that ends it, answering
+    /// every progress request with `progress_answer`. Titles and progress are left out of the result.
+    std::vector<std::string> run(std::string_view command, std::string_view progress_answer = "CONTINUE");
+    /// Closes the connection and waits for the host: its exit code.
+    int finish();
+
+    std::string greeting() const { return m_greeting; }
+    std::string token() const { return m_token; }
+    std::vector<std::string> log_lines() const;
+    std::filesystem::path drive_c() const { return m_folder.path() / "c"; }
+    std::filesystem::path folder() const { return m_folder.path(); }
+    RunningProgram& host() { return *m_host; }
+    /// Titles and progress requests that `run` saw, in order.
+    const std::vector<std::string>& progress() const { return m_progress; }
+
+private:
+    void start(const Options& options);
+
+    TemporaryFolder m_folder;
+    WirePeer m_peer;
+    std::string m_token;
+    std::string m_greeting;
+    std::vector<std::string> m_progress;
+    std::optional<RunningProgram> m_host;
+};
+
+/// A command field that may hold anything: quoted, with backslashes and quotes escaped.
+std::string field(std::string_view text);
+
+}  // namespace corrivane::test
