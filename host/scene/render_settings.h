@@ -31,7 +31,8 @@ struct RenderSettings {
     int frame_rate = 30;     ///< frames a second, 1 to 4800
     int samples = 4;         ///< a pixel, 1 to 4096
     std::string output;      ///< as written in the file: usually a Windows path
-    bool save_file = false;  ///< default: true when output is named
+    /// Also without an output: a frame that is saved nowhere must not look like a success.
+    bool save_file = true;
     bool skip_existing_frames = false;
     std::string active_view;  ///< name of a camera node; empty: a perspective view that frames the scene
     std::optional<ClassId> renderer_class_id;

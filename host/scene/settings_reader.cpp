@@ -171,7 +171,6 @@ RenderSettings read_render_settings(const std::string& extras_json) {
     fields.read_whole("frameRate", 1, 4800, settings.frame_rate);
     fields.read_whole("samples", 1, 4096, settings.samples);
     fields.read("output", settings.output);
-    settings.save_file = !settings.output.empty();
     fields.read("saveFile", settings.save_file);
     fields.read("skipExistingFrames", settings.skip_existing_frames);
     fields.read("activeView", settings.active_view);
