@@ -39,7 +39,7 @@ tsan: setup ## the tests under ThreadSanitizer
 	@ctest --preset tsan -j $(JOBS) -R '$(TEST)'
 
 lint: setup ## clang-tidy over the whole tree
-	@cmake --preset dev && run-clang-tidy -quiet -p build/dev "$(CURDIR)/(plugin|platform|host|worker)/.*"
+	@cmake --preset lint && run-clang-tidy -quiet -p build/lint "$(CURDIR)/(plugin|platform|host|worker)/.*"
 
 format: setup ## clang-format over the whole tree
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
