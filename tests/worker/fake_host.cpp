@@ -1,0 +1,182 @@
+// A host without 3ds Max or a plug-in: it connects as the plug-in does and answers every command, except
+// where it is told to misbehave. It takes the real host's arguments and reads them its own way:
+//   --library BEHAVIOUR     how it misbehaves, optionally @FRAME (see misbehave and main)
+//   --network DIR           a folder for what outlives one host: "trace", a line for each command and event
+//   --execute 'print (QuillaneUtil.RunCorrivaneDaemon PORT "TOKEN")'
+#include "net/simple_socket.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <string>
+
+namespace {
+
+using quorvel::win32::simple_socket;
+using quorvel::win32::simple_socket_error;
+
+constexpr int k_worker_patience_ms = 20000;
+
+struct Call {
+    std::string behaviour;  // without the frame
+    std::string bad_frame;
+    std::string folder;
+    int port = 0;
+    std::string token;
+};
+
+Call parse_call(int argument_count, char** arguments) {
+    std::map<std::string, std::string> options;
+    for (int i = 1; i + 1 < argument_count; i += 2)
+        options[arguments[i]] = arguments[i + 1];
+    Call call;
+    const std::string library = options["--library"];
+    const auto at = library.find('@');
+    call.behaviour = library.substr(0, at);
+    if (at != std::string::npos) call.bad_frame = library.substr(at + 1);
+    call.folder = options["--network"];
+    char token[64] = "";
+    const char* form = "print (QuillaneUtil.RunCorrivaneDaemon %d \"%63[^\"]\")";
+    if (std::sscanf(options["--execute"].c_str(), form, &call.port, token) != 2) std::exit(64);
+    call.token = token;
+    return call;
+}
+
+class FakeHost {
+public:
+    explicit FakeHost(Call call) : m_call(std::move(call)) {}
+
+    void trace(const std::string& line) const {
+        if (!m_call.folder.empty())
+            std::ofstream(m_call.folder + "/trace", std::ios::app) << line + '\n' << std::flush;
+    }
+
+    void serve() {
+        m_socket.connect("127.0.0.1", m_call.port);
+        m_socket.send(m_call.behaviour == "wrong-token" ? "not the token" : m_call.token);
+        if (m_socket.receive(k_worker_patience_ms) != "QuillaneStartup") std::exit(65);
+        m_socket.send("Corrivane 2.7.29981 Oct 29 2007 07:16:22 R");
+        while (m_socket.is_connected()) {
+            const std::string command = m_socket.receive(k_worker_patience_ms);
+            trace(command);
+            answer(command);
+        }
+    }
+
+private:
+    void answer(const std::string& command) {
+        const std::string name = command.substr(0, command.find(','));
+        if (name == "StartJob") {
+            if (m_call.behaviour == "refuse-job")
+                m_socket.send("ERROR: Failed to load max file: \"no.gltf\"");
+            m_socket.send("SUCCESS [filename] \n[format] \n[size] 0x0\n[aspect] 1\n");
+        } else if (name == "EndJob") {
+            m_socket.send("SUCCESS");
+        } else if (name == "RenderTask") {
+            m_socket.send("STARTED");
+            render(command.substr(command.find(',') + 1));
+        } else if (name == "ExecuteStringScript") {
+            m_socket.send("STARTED");
+            m_socket.send("SUCCESS: " + (m_frame.empty() ? "" : m_call.folder + "/out" + m_frame + ".png\n"));
+        } else if (name == "ExecuteScript") {
+            m_socket.send("STARTED");
+            m_socket.send("FUNCTION: STDOUT: first line\nsecond\033[2J line");
+            const bool fails = m_call.behaviour == "fail-script";
+            m_socket.send(fails ? "ERROR: Script did not return success: false" : "SUCCESS");
+        }
+    }
+
+    void render(const std::string& frame) {
+        m_frame = frame;
+        m_socket.send("FUNCTION: SETTITLE Rendering Image - 50.0%");
+        m_socket.send("FUNCTION: PROGRESS 50");
+        if (m_socket.receive(k_worker_patience_ms) != "CONTINUE") return abort_render();
+        if (frame == m_call.bad_frame && misbehave()) return;
+        if (!m_call.folder.empty()) std::ofstream(m_call.folder + "/out" + frame + ".png") << "pixels";
+        m_socket.send("SUCCESS");
+    }
+
+    void abort_render() {
+        trace("aborted");
+        m_socket.send("ERROR: Failed to render the frame.");
+        m_socket.send("ERROR: Failed to save file.");
+    }
+
+    /// Returns whether the frame is over.
+    bool misbehave() {
+        const std::string& behaviour = m_call.behaviour;
+        if (behaviour == "die") {
+            std::signal(SIGSEGV, SIG_DFL);  // whatever a sanitizer wants to say about it
+            std::raise(SIGSEGV);
+        }
+        if (behaviour == "die-once" && first_time()) std::raise(SIGKILL);
+        if (behaviour == "hang") ::pause();
+        if (behaviour == "hang-deaf") {
+            std::signal(SIGTERM, SIG_IGN);
+            for (;;)
+                ::pause();
+        }
+        if (behaviour == "garbage") m_socket.send_raw("\xff\xff\xff\xff and more");
+        if (behaviour == "fail") {
+            m_socket.send(
+                "ERROR: SEH Exception trapped: Access Violation\nfirst line of the report\nits last line");
+            m_socket.send("ERROR: Failed to save file.");
+        }
+        if (behaviour == "throw") {
+            m_socket.send("ERROR: MAXException caught in 3ds max: out of handles");
+            std::exit(0);
+        }
+        if (behaviour == "render-on") render_until_told();
+        if (behaviour == "empty-file") {
+            std::ofstream(m_call.folder + "/out" + m_frame + ".png").close();
+            m_socket.send("SUCCESS");
+        }
+        return behaviour != "die-once";
+    }
+
+    void render_until_told() {
+        trace("rendering on");
+        do {
+            ::usleep(50000);
+            m_socket.send("FUNCTION: PROGRESS 60");
+        } while (m_socket.receive(k_worker_patience_ms) == "CONTINUE");
+        abort_render();
+    }
+
+    bool first_time() const {
+        const std::string marker = m_call.folder + "/once";
+        if (std::ifstream(marker)) return false;
+        std::ofstream(marker).close();
+        return true;
+    }
+
+    Call m_call;
+    std::string m_frame;
+    simple_socket m_socket;
+};
+
+}  // namespace
+
+int main(int argument_count, char** arguments) {
+    const Call call = parse_call(argument_count, arguments);
+    FakeHost host(call);
+    host.trace("host " + std::to_string(::getpid()));
+    std::cout << "the fake host listens" << std::endl;
+    if (call.behaviour == "exit") {
+        std::cerr << "the library can't be loaded" << std::endl;
+        return 3;
+    }
+    if (call.behaviour == "silent") ::pause();
+    try {
+        host.serve();
+    } catch (const simple_socket_error&) {
+        // the worker has closed the connection
+    }
+    host.trace("end");
+    return 0;
+}

@@ -1,0 +1,126 @@
+#include "worker/host_process.h"
+
+#include "worker/pidfd.h"
+#include "worker/wait.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <system_error>
+
+namespace corrivane::worker {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class HostProcessTest : public testing::Test {
+protected:
+    HostProcess shell(const std::string& script) {
+        return HostProcess("/bin/sh", {"-c", script},
+                           [this](std::string_view line) { lines.emplace_back(line); });
+    }
+
+    StopRequest stop;
+    std::vector<std::string> lines;
+};
+
+TEST_F(HostProcessTest, ReportsHowItEnded) {
+    const struct {
+        const char* script;
+        const char* end;
+    } cases[] = {{"exit 0", "exited with code 0"},
+                 {"exit 7", "exited with code 7"},
+                 {"kill -SEGV $$", "was ended by signal 11 (Segmentation fault)"}};
+    for (const auto& entry : cases)
+        EXPECT_EQ(shell(entry.script).end(10s, stop), entry.end) << entry.script;
+}
+
+TEST_F(HostProcessTest, ItsOutputComesAsLines) {
+    HostProcess host = shell("printf 'one\\ntwo'; echo ' ends' >&2; printf 'no line end'");
+    host.end(10s, stop);
+    EXPECT_THAT(lines, ElementsAre("one", "two ends", "no line end"));
+    EXPECT_EQ(host.last_output(), "one\ntwo ends\nno line end\n");
+}
+
+TEST_F(HostProcessTest, MuchOutputNeitherBlocksItNorFillsMemory) {
+    HostProcess host = shell("head -c 3000000 /dev/zero | tr '\\0' x; echo; seq 1 100");
+    EXPECT_EQ(host.end(20s, stop), "exited with code 0");
+    ASSERT_EQ(lines.size(), 101);
+    EXPECT_EQ(lines[0], std::string(4096, 'x'));
+    EXPECT_THAT(host.last_output(), testing::StartsWith("89\n"));
+}
+
+TEST_F(HostProcessTest, AHostThatDoesNotEndIsEndedByForce) {
+    EXPECT_EQ(shell("exec sleep 1000").end(0ms, stop), "was ended by the worker");
+    stop.raise();
+    stop.raise();
+    HostProcess stubborn = shell("trap '' TERM; echo ready; while :; do sleep 1000; done");
+    while (lines.empty()) {
+        ASSERT_TRUE(wait_readable({stubborn.output_fd()}, deadline_in(10s)));
+        stubborn.read_output();
+    }
+    EXPECT_EQ(stubborn.end(1000s, stop), "was killed by the worker");
+}
+
+TEST_F(HostProcessTest, WhatItStartedEndsWithIt) {
+    HostProcess host = shell("sleep 1000 & echo $!");
+    host.end(10s, stop);
+    ASSERT_EQ(lines.size(), 1);
+    // A killed orphan may stay a zombie for a moment, or for good where nobody reaps, but it can't be opened
+    // alive.
+    const FileDescriptor orphan(::pidfd_open(std::stoi(lines[0]), 0));
+    if (orphan.get() != -1) {
+        EXPECT_TRUE(wait_readable({orphan.get()}, deadline_in(10s)));
+    }
+}
+
+TEST_F(HostProcessTest, StartsWithoutTheWorkersSignalsAndDescriptors) {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    HostProcess host = shell("grep SigBlk /proc/self/status; read line || echo no input");
+    pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    host.end(10s, stop);
+    EXPECT_THAT(lines, ElementsAre("SigBlk:\t0000000000000000", "no input"));
+}
+
+TEST_F(HostProcessTest, AProgramThatIsNotThereIsNamed) {
+    try {
+        HostProcess("/nowhere/host", {}, [](std::string_view) {});
+        FAIL() << "it started";
+    } catch (const std::system_error& error) {
+        EXPECT_THAT(error.what(), HasSubstr("cannot start the host /nowhere/host: No such file"));
+    }
+}
+
+TEST_F(HostProcessTest, DoesNotOutliveAKilledWorker) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t worker = ::fork();
+    if (worker == 0) {
+        HostProcess host("/bin/sh", {"-c", "echo $$; exec sleep 1000"}, [&](std::string_view line) {
+            const pid_t pid = std::stoi(std::string(line));
+            [[maybe_unused]] const auto written = ::write(ends[1], &pid, sizeof pid);
+        });
+        wait_readable({host.output_fd()}, deadline_in(10s));
+        host.read_output();
+        ::raise(SIGKILL);
+    }
+    pid_t host_pid = -1;
+    ASSERT_EQ(::read(ends[0], &host_pid, sizeof host_pid), sizeof host_pid);
+    const FileDescriptor host(::pidfd_open(host_pid, 0));
+    ::waitpid(worker, nullptr, 0);
+    if (host.get() != -1) {
+        EXPECT_TRUE(wait_readable({host.get()}, deadline_in(10s)));
+    }
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+
+}  // namespace
+}  // namespace corrivane::worker
