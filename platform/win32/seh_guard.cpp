@@ -1,3 +1,4 @@
+#include "detail/allocator_check.h"
 #include "detail/fault_signals.h"
 #include "detail/file_times.h"
 #include "detail/filter_state.h"
@@ -72,6 +73,8 @@ public:
 
     // Undoes what the abandoned call left behind on the thread; returns the code that was taken.
     DWORD tidy_up() {
+        // A fault in this check is the next guard's: this one's call is over.
+        win32_detail::end_process_if_allocator_is_stuck(win32_detail::signal_of_exception(m_taken));
         t_innermost = this;
         t_filter_depth = m_filter_depth;
         cpp_exceptions() = m_exceptions;

@@ -21,6 +21,8 @@ using SehFilter = int (*)(DWORD code, EXCEPTION_POINTERS* information, void* own
 //
 // Processor faults (SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP; not when sent by kill) ask the guards of the
 // faulting thread, innermost first. What no guard takes keeps the effect that it would have without guards.
+// A fault inside the allocator that leaves its lock held is taken, and then ends the process by its signal
+// after five seconds, since the thread could never allocate again.
 //
 // A C++ exception that leaves the call runs the filter once with CPP_EXCEPTION_CODE, after the call's frames
 // are unwound, the record and context describing the guard itself. If the filter does not take it, the same
