@@ -1,11 +1,11 @@
-#include <algorithm>
-
 #include "maxscript/builtins.h"
 #include "maxscript/errors.h"
 #include "maxscript/functions.h"
 #include "maxscript/operators.h"
 #include "maxscript/runtime.h"
 #include "maxscript/values.h"
+
+#include <algorithm>
 
 namespace corrivane::host {
 

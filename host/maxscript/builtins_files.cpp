@@ -1,14 +1,14 @@
-#include <max/maxscript/streams.h>
-
-#include <algorithm>
-#include <filesystem>
-
 #include "maxscript/builtins.h"
 #include "maxscript/errors.h"
 #include "maxscript/file_access.h"
 #include "maxscript/parser.h"
 #include "maxscript/runtime.h"
 #include "maxscript/values.h"
+
+#include <max/maxscript/streams.h>
+
+#include <algorithm>
+#include <filesystem>
 
 namespace corrivane::host {
 

@@ -1,7 +1,3 @@
-#include <max/maxscript/streams.h>
-
-#include <array>
-
 #include "maxscript/builtins.h"
 #include "maxscript/errors.h"
 #include "maxscript/functions.h"
@@ -13,6 +9,10 @@
 #include "maxscript/structs.h"
 #include "maxscript/values.h"
 
+#include <max/maxscript/streams.h>
+
+#include <array>
+
 namespace corrivane::host {
 
 namespace {
@@ -22,7 +22,8 @@ CharStream& output_of(const Arguments& arguments) {
     Value* given = arguments.keyword("to");
     if (given == nullptr) return *thread_state().locals.current_stdout;
     auto* stream = dynamic_cast<CharStream*>(given);
-    if (stream == nullptr) raise_type_error(arguments.function() + " to: requires a stream, got: " + excerpt(given));
+    if (stream == nullptr)
+        raise_type_error(arguments.function() + " to: requires a stream, got: " + excerpt(given));
     return *stream;
 }
 
@@ -110,19 +111,26 @@ Value* collect(Arguments& arguments) {
     return &ok;
 }
 
-constexpr std::array classes{
-    &Integer_class,  &Float_class,     &String_class,     &Name_class,      &Array_class,         &Boolean_class,
-    &Undefined_class, &Ok_class,       &FileStream_class, &Function_class,  &Primitive_class,     &StringStream_class,
-    &Interface_class, &Unsupplied_class, &Dictionary_class, &StructDefinition_class, &Class_class};
+constexpr std::array classes{&Integer_class,    &Float_class,      &String_class,     &Name_class,
+                             &Array_class,      &Boolean_class,    &Undefined_class,  &Ok_class,
+                             &FileStream_class, &Function_class,   &Primitive_class,  &StringStream_class,
+                             &Interface_class,  &Unsupplied_class, &Dictionary_class, &StructDefinition_class,
+                             &Class_class};
 
 }  // namespace
 
 void define_language_functions() {
     for (const ValueMetaClass* described : classes)
         define_constant(described->name, new ClassValue(*described));
-    for (const auto& [name, value] : std::initializer_list<std::pair<const char*, Value*>>{
-             {"true", &true_value}, {"on", &true_value}, {"false", &false_value}, {"off", &false_value},
-             {"undefined", &undefined}, {"ok", &ok}, {"unsupplied", &unsupplied}, {"listener", &listener_stream()}})
+    for (const auto& [name, value] :
+         std::initializer_list<std::pair<const char*, Value*>>{{"true", &true_value},
+                                                               {"on", &true_value},
+                                                               {"false", &false_value},
+                                                               {"off", &false_value},
+                                                               {"undefined", &undefined},
+                                                               {"ok", &ok},
+                                                               {"unsupplied", &unsupplied},
+                                                               {"listener", &listener_stream()}})
         define_constant(name, value);
     define_function("print", print);
     define_function("format", format);

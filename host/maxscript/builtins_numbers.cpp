@@ -1,3 +1,8 @@
+#include "maxscript/builtins.h"
+#include "maxscript/errors.h"
+#include "maxscript/operators.h"
+#include "maxscript/runtime.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -7,11 +12,6 @@
 #include <numbers>
 #include <random>
 #include <thread>
-
-#include "maxscript/builtins.h"
-#include "maxscript/errors.h"
-#include "maxscript/operators.h"
-#include "maxscript/runtime.h"
 
 namespace corrivane::host {
 
@@ -84,8 +84,10 @@ Value* time_stamp(Arguments& arguments) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
     std::tm local{};
     localtime_r(&seconds, &local);
-    const auto part = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
-    return make_integer(((local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec) * 1000 + static_cast<int>(part));
+    const auto part =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+    return make_integer(((local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec) * 1000 +
+                        static_cast<int>(part));
 }
 
 Value* sleep_seconds(Arguments& arguments) {
@@ -144,7 +146,8 @@ void define_number_functions() {
     });
     define_function("atan2", [](Arguments& arguments) {
         arguments.require(2);
-        const double angle = std::atan2(static_cast<double>(arguments.number(0)), static_cast<double>(arguments.number(1)));
+        const double angle =
+            std::atan2(static_cast<double>(arguments.number(0)), static_cast<double>(arguments.number(1)));
         return make_float(static_cast<float>(angle * degrees));
     });
     define_function("timeStamp", time_stamp);

@@ -1,10 +1,10 @@
-#include <algorithm>
-
 #include "maxscript/builtins.h"
 #include "maxscript/errors.h"
 #include "maxscript/operators.h"
 #include "maxscript/runtime.h"
 #include "maxscript/values.h"
+
+#include <algorithm>
 
 namespace corrivane::host {
 
@@ -85,7 +85,8 @@ Value* substitute(Arguments& arguments) {
     if (wanted.empty()) return make_string(text);
     std::string result;
     std::size_t start = 0;
-    for (std::size_t found = text.find(wanted); found != std::string::npos; found = text.find(wanted, start)) {
+    for (std::size_t found = text.find(wanted); found != std::string::npos;
+         found = text.find(wanted, start)) {
         result.append(text, start, found - start).append(replacement);
         start = found + wanted.size();
     }
@@ -98,7 +99,8 @@ Value* replace(Arguments& arguments) {
     std::string text = arguments.text(0);
     const int from = arguments.integer(1);
     const int count = arguments.integer(2);
-    if (from < 1 || count < 0 || static_cast<std::size_t>(from) - 1 + static_cast<std::size_t>(count) > text.size())
+    if (from < 1 || count < 0 ||
+        static_cast<std::size_t>(from) - 1 + static_cast<std::size_t>(count) > text.size())
         raise_runtime_error("replace: the range is not inside the string");
     text.replace(static_cast<std::size_t>(from) - 1, static_cast<std::size_t>(count), arguments.text(3));
     return make_string(text);

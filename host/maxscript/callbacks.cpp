@@ -1,12 +1,12 @@
-#include <algorithm>
-#include <array>
-#include <optional>
-
 #include "maxscript/builtins.h"
 #include "maxscript/errors.h"
 #include "maxscript/parser.h"
 #include "maxscript/runtime.h"
 #include "maxscript/values.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
 
 namespace corrivane::host {
 

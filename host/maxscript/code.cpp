@@ -1,9 +1,9 @@
 #include "maxscript/code.h"
 
-#include <max/maxscript/streams.h>
-
 #include "maxscript/errors.h"
 #include "maxscript/runtime.h"
+
+#include <max/maxscript/streams.h>
 
 namespace corrivane::host {
 

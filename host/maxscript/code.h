@@ -1,14 +1,14 @@
 #pragma once
 
+#include "maxscript/thread_state.h"
+#include "maxscript/values.h"
+
 #include <max/maxscript/value.h>
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "maxscript/thread_state.h"
-#include "maxscript/values.h"
 
 /// What the compiler makes of a script: a tree of nodes, run by calling eval on its root.
 namespace corrivane::host {
@@ -63,8 +63,8 @@ struct CodeUnit {
     const std::string* file = nullptr;
 };
 
-/// What the compiler gives for one expression of a script; running it evaluates the expression. Owns the nodes of
-/// everything in the expression, functions among them, and keeps their constants alive.
+/// What the compiler gives for one expression of a script; running it evaluates the expression. Owns the
+/// nodes of everything in the expression, functions among them, and keeps their constants alive.
 class CompiledCode final : public Value {
 public:
     static constexpr const ValueMetaClass& metaclass = Code_class;
@@ -106,8 +106,8 @@ struct UnitArguments {
 /// Counts one step of script; throws once the limit has been reached.
 void count_step();
 
-/// Runs a unit in an activation of its own: calls `prepare(activation)` to fill the locals, which are undefined, and
-/// evaluates the body. Never null: a return ends the unit with what it carries.
+/// Runs a unit in an activation of its own: calls `prepare(activation)` to fill the locals, which are
+/// undefined, and evaluates the body. Never null: a return ends the unit with what it carries.
 template <typename Prepare>
 Value* run_unit(const CodeUnit& unit, const UnitArguments& arguments, Prepare prepare);
 

@@ -1,11 +1,11 @@
-#include <max/maxscript/streams.h>
-
-#include <algorithm>
-
 #include "maxscript/errors.h"
 #include "maxscript/runtime.h"
 #include "maxscript/thread_state.h"
 #include "maxscript/values.h"
+
+#include <max/maxscript/streams.h>
+
+#include <algorithm>
 
 namespace corrivane::host {
 

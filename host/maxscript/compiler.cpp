@@ -1,10 +1,10 @@
 #include "maxscript/compiler.h"
 
-#include <algorithm>
-#include <array>
-
 #include "maxscript/errors.h"
 #include "maxscript/nesting.h"
+
+#include <algorithm>
+#include <array>
 
 namespace corrivane::host {
 
@@ -31,7 +31,8 @@ bool Compiler::compile() {
     skip_separators();
     const bool found = peek().kind != TokenKind::end;
     unit.body = found ? parse_expression() : make<Literal>(peek().line, &ok);
-    if (peek().kind != TokenKind::end && peek().kind != TokenKind::separator) fail_at_token("the end of the line");
+    if (peek().kind != TokenKind::end && peek().kind != TokenKind::separator)
+        fail_at_token("the end of the line");
     return found;
 }
 
@@ -136,7 +137,8 @@ Variable* Compiler::resolve_in(UnitScope& unit, const std::string& name, int lin
         binding = &made;
     }
     Variable* variable = variable_of(*binding, line);
-    if (binding->implicit && unit.structure != nullptr) unit.structure->unsettled.emplace_back(variable, name);
+    if (binding->implicit && unit.structure != nullptr)
+        unit.structure->unsettled.emplace_back(variable, name);
     return variable;
 }
 
@@ -150,7 +152,8 @@ Variable* Compiler::resolve_outside(UnitScope& unit, const std::string& name, in
     if (binding == nullptr) return resolve_outside(*unit.outer, name, line);
     if (binding->kind == Variable::Kind::global) return make<Variable>(line, binding->global);
     if (!binding->function || unit.function == nullptr)
-        raise_compile_error("No outer local variable references permitted here: " + name, m_lexer.place(line));
+        raise_compile_error("No outer local variable references permitted here: " + name,
+                            m_lexer.place(line));
     const bool itself = lower_case(unit.function->name) == name && unit.structure == nullptr;
     unit.capture(name, itself ? nullptr : variable_of(*binding, line));
     return variable_of(*unit.find(name), line);
@@ -166,7 +169,8 @@ Variable* Compiler::top_level_variable(const std::string& name, int line) {
 Variable* Compiler::define_name(const std::string& name, int line, bool function) {
     const std::string key = lower_case(name);
     if (at_top_level()) return top_level_variable(name, line);
-    if (const Binding* binding = m_unit->find(key); binding != nullptr && binding->kind == Variable::Kind::global)
+    if (const Binding* binding = m_unit->find(key);
+        binding != nullptr && binding->kind == Variable::Kind::global)
         return make<Variable>(line, binding->global);
     Binding& binding = m_unit->declare(key, m_lexer.place(line));
     binding.function = function;

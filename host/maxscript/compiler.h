@@ -1,22 +1,22 @@
 #pragma once
 
+#include "maxscript/lexer.h"
+#include "maxscript/scopes.h"
+#include "maxscript/statements.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "maxscript/lexer.h"
-#include "maxscript/scopes.h"
-#include "maxscript/statements.h"
-
 namespace corrivane::host {
 
-/// Compiles one expression of a stream. The code is rooted by the caller; names are resolved as far as they are known.
+/// Compiles one expression of a stream. The code is rooted by the caller; names are resolved as far as they
+/// are known.
 ///
-///   expression   assignment | if | case | while | do | for | try | fn | struct | local | global | return | exit
-///   assignment   operation [ ( = | += | -= | *= | /= ) expression ]
-///   operation    operands of unary, joined by or; and; not; comparisons; + -; * /; ^; as, from loose to tight
-///   unary        - unary | call
+///   expression   assignment | if | case | while | do | for | try | fn | struct | local | global | return |
+///   exit assignment   operation [ ( = | += | -= | *= | /= ) expression ] operation    operands of unary,
+///   joined by or; and; not; comparisons; + -; * /; ^; as, from loose to tight unary        - unary | call
 ///   call         operand { argument } { name: argument }       all on one line
 ///   operand      factor { .name | [ expression ] | () }
 ///   factor       number | string | #name | variable | ( block ) | #( array )
@@ -24,14 +24,15 @@ class Compiler {
 public:
     Compiler(CharStream& stream, CompiledCode& code);
 
-    /// Reads the next expression and what separates it from the one behind it. False, and the code gives `ok`, when
-    /// the stream holds none. Throws MAXScriptException for what is not MAXScript.
+    /// Reads the next expression and what separates it from the one behind it. False, and the code gives
+    /// `ok`, when the stream holds none. Throws MAXScriptException for what is not MAXScript.
     bool compile();
     /// Puts the stream back behind the expression.
     void give_back() { m_lexer.give_back(); }
 
 private:
-    /// What kind of thing an operand is: whether it can be called, assigned or followed by a minus sign of its own.
+    /// What kind of thing an operand is: whether it can be called, assigned or followed by a minus sign of
+    /// its own.
     enum class Form { literal, variable, property, element, brackets, result };
     struct Operand {
         Node* node;

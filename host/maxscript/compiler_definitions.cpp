@@ -9,13 +9,9 @@ Node* Compiler::parse_function() {
         fail_at_token("fn");
     const int line = m_lexer.take().line;
     auto text = std::make_unique<FunctionText>();
-    text->name = "anonymous";
-    Variable* target = nullptr;
+    text->name = expect_identifier("the name of the function");
     const Temporaries temporaries(*m_unit, 1, place());
-    if (peek().kind == TokenKind::identifier) {
-        text->name = m_lexer.take().text;
-        target = define_name(text->name, line, true);
-    }
+    Variable* target = define_name(text->name, line, true);
     auto* definition = make<FunctionDefinition>(line, &m_code, std::move(text));
     definition->set_target(target, temporaries.first());
     parse_function_text(definition->text(), nullptr);
@@ -39,7 +35,8 @@ void Compiler::parse_parameters(FunctionText& text) {
         const std::string name = m_lexer.take().key;
         m_unit->declare(name, place());
         Node* default_value = nullptr;
-        if (peek().kind != TokenKind::keyword_argument && (peek().is_sign("-") || argument_follows(Form::variable)))
+        if (peek().kind != TokenKind::keyword_argument &&
+            (peek().is_sign("-") || argument_follows(Form::variable)))
             default_value = parse_argument();
         text.keywords.push_back({name, default_value});
     }

@@ -1,10 +1,10 @@
-#include <algorithm>
-#include <array>
-
 #include "maxscript/compiler.h"
 #include "maxscript/errors.h"
 #include "maxscript/nesting.h"
 #include "maxscript/runtime.h"
+
+#include <algorithm>
+#include <array>
 
 namespace corrivane::host {
 
@@ -52,11 +52,16 @@ int rank_of(const Token& token) {
 /// The operator of `+=` and its like; none for `=`.
 std::optional<Operator> assigning_operator(const Token& token) {
     switch (token.text.front()) {
-        case '+': return Operator::add;
-        case '-': return Operator::subtract;
-        case '*': return Operator::multiply;
-        case '/': return Operator::divide;
-        default: return std::nullopt;
+        case '+':
+            return Operator::add;
+        case '-':
+            return Operator::subtract;
+        case '*':
+            return Operator::multiply;
+        case '/':
+            return Operator::divide;
+        default:
+            return std::nullopt;
     }
 }
 
@@ -70,7 +75,8 @@ bool assigns(const Token& token) {
 Node* Compiler::parse_assignment() {
     const Operand left = parse_operation(rank_or);
     if (!assigns(peek())) return left.node;
-    const bool assignable = left.form == Form::variable || left.form == Form::property || left.form == Form::element;
+    const bool assignable =
+        left.form == Form::variable || left.form == Form::property || left.form == Form::element;
     if (!assignable) fail_at_token("the end of the expression: what stands before cannot be assigned");
     const Token sign = m_lexer.take();
     skip_separators();
@@ -148,8 +154,8 @@ void Compiler::parse_arguments(Call& call, Temporaries& temporaries, Form callee
     }
 }
 
-/// Whether an argument of a call follows on this line. A minus sign belongs to an argument when there is space before
-/// it and none behind it, `f -1`, and what is called has a name.
+/// Whether an argument of a call follows on this line. A minus sign belongs to an argument when there is
+/// space before it and none behind it, `f -1`, and what is called has a name.
 bool Compiler::argument_follows(Form callee) {
     const Token& token = peek();
     switch (token.kind) {
@@ -158,12 +164,16 @@ bool Compiler::argument_follows(Form callee) {
         case TokenKind::text:
         case TokenKind::name:
         case TokenKind::identifier:
-        case TokenKind::keyword_argument: return true;
-        case TokenKind::sign: break;
-        default: return false;
+        case TokenKind::keyword_argument:
+            return true;
+        case TokenKind::sign:
+            break;
+        default:
+            return false;
     }
     if (token.is_sign("-"))
-        return (callee == Form::variable || callee == Form::property) && token.space_before && !token.space_after;
+        return (callee == Form::variable || callee == Form::property) && token.space_before &&
+               !token.space_after;
     return token.is_sign("(") || token.is_sign("#(") || token.is_sign("::");
 }
 
@@ -193,13 +203,16 @@ Compiler::Operand Compiler::parse_suffix(Operand operand) {
             fail_at_token("a property's name");
         const Token name = m_lexer.take();
         const Temporaries temporaries(*m_unit, 1, place());
+        // Messages name no more than the last two parts.
+        const std::string owner = operand.form == Form::variable ? operand.name + "." : "";
         return {make<Property>(name.line, operand.node, name.key, temporaries.first()), Form::property,
-                operand.name + "." + name.text};
+                owner + name.text};
     }
     if (sign.is_sign("(")) {
         m_lexer.take();
         const Temporaries temporaries(*m_unit, 1, place());
-        return {make<Call>(sign.line, operand.node, operand.name, temporaries.first()), Form::result, operand.name};
+        return {make<Call>(sign.line, operand.node, operand.name, temporaries.first()), Form::result,
+                operand.name};
     }
     const Temporaries temporaries(*m_unit, 2, place());
     Node* index = parse_expression();
@@ -228,11 +241,20 @@ Node* Compiler::parse_literal() {
     const Token& token = peek();
     Value* value = nullptr;
     switch (token.kind) {
-        case TokenKind::integer: value = make_integer(token.integer); break;
-        case TokenKind::real: value = make_float(token.real); break;
-        case TokenKind::text: value = make_string(token.text); break;
-        case TokenKind::name: value = make_name(token.text); break;
-        default: fail_at_token("an expression");
+        case TokenKind::integer:
+            value = make_integer(token.integer);
+            break;
+        case TokenKind::real:
+            value = make_float(token.real);
+            break;
+        case TokenKind::text:
+            value = make_string(token.text);
+            break;
+        case TokenKind::name:
+            value = make_name(token.text);
+            break;
+        default:
+            fail_at_token("an expression");
     }
     m_code.keep(value);
     return make<Literal>(m_lexer.take().line, value);

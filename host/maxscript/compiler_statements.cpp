@@ -24,7 +24,7 @@ Node* Compiler::parse_case_label() {
         const Token label = m_lexer.take();
         return label.key == "default" ? nullptr : resolve(label);
     }
-    Node* label = parse_argument();
+    Node* label = parse_operation(1).node;
     expect_sign(":", "behind the label");
     return label;
 }
@@ -41,7 +41,8 @@ Node* Compiler::parse_case() {
         Node* label = parse_case_label();
         skip_separators();
         branches.push_back({label, parse_expression()});
-        if (peek().kind != TokenKind::separator && !peek().is_sign(")")) fail_at_token("the end of the line or )");
+        if (peek().kind != TokenKind::separator && !peek().is_sign(")"))
+            fail_at_token("the end of the line or )");
     }
     return make<Case>(line, subject, std::move(branches), temporaries.first());
 }
@@ -150,7 +151,8 @@ Node* Compiler::parse_declared(bool is_global) {
         skip_separators();
         content = parse_expression();
     }
-    Variable* variable = is_global ? declare_global(name) : variable_of(m_unit->declare(name.key, place()), name.line);
+    Variable* variable =
+        is_global ? declare_global(name) : variable_of(m_unit->declare(name.key, place()), name.line);
     if (content == nullptr && is_global) return variable;
     // A local starts anew each time that its declaration is passed.
     if (content == nullptr) content = make<Literal>(name.line, &undefined);

@@ -1,10 +1,10 @@
 #include "maxscript/errors.h"
 
+#include "maxscript/text_sink.h"
+
 #include <max/maxscript/streams.h>
 
 #include <utility>
-
-#include "maxscript/text_sink.h"
 
 namespace corrivane::host {
 

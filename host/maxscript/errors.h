@@ -1,11 +1,12 @@
 #pragma once
 
+#include "maxscript/thread_state.h"
+
 #include <max/maxscript/exceptions.h>
 
 #include <cstddef>
+#include <new>
 #include <string>
-
-#include "maxscript/thread_state.h"
 
 class Value;
 
@@ -48,10 +49,26 @@ public:
 /// `-- Unknown property: "<name>" in <value>`.
 [[noreturn]] void raise_unknown_property(const std::string& name, Value* value);
 /// `-- Argument count error: <function> wanted <wanted>, got <got>`.
-[[noreturn]] void raise_argument_count(const std::string& function, const std::string& wanted, std::size_t got);
+[[noreturn]] void raise_argument_count(const std::string& function, const std::string& wanted,
+                                       std::size_t got);
 
 /// What getCurrentException() gives for an error: its description without the place.
 std::string exception_text(MAXScriptException& error);
+
+/// Calls code of the host. What it throws without a place, as RuntimeError or std::exception, gets the place
+/// of the script that is running; std::bad_alloc stays as it is.
+template <typename Call>
+auto call_host(Call call) {
+    try {
+        return call();
+    } catch (RuntimeError& error) {
+        throw ScriptError(exception_text(error), thread_state().place);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        raise_runtime_error(error.what());
+    }
+}
 
 /// A value's printed form for a message, cut when it is long.
 std::string excerpt(Value* value);

@@ -1,10 +1,10 @@
 #include "maxscript/expressions.h"
 
-#include <array>
-
 #include "maxscript/errors.h"
 #include "maxscript/functions.h"
 #include "maxscript/structs.h"
+
+#include <array>
 
 namespace corrivane::host {
 
@@ -12,12 +12,14 @@ namespace {
 
 StructInstance& instance_of(const Activation& activation) {
     auto* instance = activation.self == nullptr ? nullptr : value_as<StructInstance>(activation.self);
-    if (instance == nullptr) raise_runtime_error("a member is used in a function that was called on no instance");
+    if (instance == nullptr)
+        raise_runtime_error("a member is used in a function that was called on no instance");
     return *instance;
 }
 
 Value* property_of(Value* object, const std::string& name) {
-    if (auto* value = dynamic_cast<ScriptValue*>(object)) return value->get_property(name);
+    if (auto* value = dynamic_cast<ScriptValue*>(object))
+        return call_host([&] { return value->get_property(name); });
     if (name == "count" && object->is(String_class))
         return make_integer(static_cast<int>(static_cast<String*>(object)->size()));
     raise_unknown_property(name, object);
@@ -38,13 +40,10 @@ bool condition_holds(Value* value, const char* test) {
 }
 
 Value* Variable::load(Activation& activation) const {
-    switch (m_kind) {
-        case Kind::local: return activation.locals[m_number];
-        case Kind::captured: return static_cast<ScriptFunction*>(activation.owner)->captured(m_number);
-        case Kind::global: return m_global->get();
-        default: break;
-    }
+    if (m_kind == Kind::local) return activation.locals[m_number];
+    if (m_kind == Kind::captured) return static_cast<ScriptFunction*>(activation.owner)->captured(m_number);
     activation.thread.place.line = line();
+    if (m_kind == Kind::global) return m_global->get();
     StructInstance& instance = instance_of(activation);
     return m_kind == Kind::self ? &instance : instance.member(m_number);
 }
@@ -52,10 +51,17 @@ Value* Variable::load(Activation& activation) const {
 void Variable::store(Activation& activation, Value* content) const {
     activation.thread.place.line = line();
     switch (m_kind) {
-        case Kind::local: activation.locals[m_number] = content; return;
-        case Kind::global: m_global->set(content); return;
-        case Kind::member: instance_of(activation).set_member(m_number, content); return;
-        default: raise_runtime_error("this name cannot be assigned here");
+        case Kind::local:
+            activation.locals[m_number] = content;
+            return;
+        case Kind::global:
+            m_global->set(content);
+            return;
+        case Kind::member:
+            instance_of(activation).set_member(m_number, content);
+            return;
+        default:
+            raise_runtime_error("this name cannot be assigned here");
     }
 }
 
@@ -73,7 +79,7 @@ void Property::store(Activation& activation, Value* content) const {
     Value* object = activation.temporaries[m_slot];
     auto* value = dynamic_cast<ScriptValue*>(object);
     if (value == nullptr) raise_unknown_property(m_name, object);
-    value->set_property(m_name, content);
+    call_host([&] { value->set_property(m_name, content); });
 }
 
 bool Element::locate(Activation& activation) const {
@@ -89,7 +95,7 @@ Value* Element::load(Activation& activation) const {
     if (slots[0]->is(String_class)) return character_of(slots[0], slots[1]);
     auto* value = dynamic_cast<ScriptValue*>(slots[0]);
     if (value == nullptr) raise_no_function("get", slots[0]);
-    return value->get_element(slots[1]);
+    return call_host([&] { return value->get_element(slots[1]); });
 }
 
 void Element::store(Activation& activation, Value* content) const {
@@ -97,7 +103,7 @@ void Element::store(Activation& activation, Value* content) const {
     Value** slots = activation.temporaries + m_slot;
     auto* value = dynamic_cast<ScriptValue*>(slots[0]);
     if (value == nullptr) raise_no_function("put", slots[0]);
-    value->set_element(slots[1], content);
+    call_host([&] { value->set_element(slots[1], content); });
 }
 
 Value* Assignment::eval(Activation& activation) const {

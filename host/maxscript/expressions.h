@@ -1,12 +1,12 @@
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "maxscript/code.h"
 #include "maxscript/globals.h"
 #include "maxscript/operators.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 /// The nodes that compute a value. A `slot` is the first of a node's own temporaries.
 namespace corrivane::host {
@@ -24,13 +24,16 @@ private:
 class Target : public Node {
 public:
     using Node::Node;
-    /// Evaluates what the target consists of into its temporaries; false when the evaluation goes on elsewhere.
+    /// Evaluates what the target consists of into its temporaries; false when the evaluation goes on
+    /// elsewhere.
     virtual bool locate(Activation& activation) const = 0;
     /// Reads and writes what locate has found. The content is rooted by the caller.
     virtual Value* load(Activation& activation) const = 0;
     virtual void store(Activation& activation, Value* content) const = 0;
 
-    Value* eval(Activation& activation) const override { return locate(activation) ? load(activation) : nullptr; }
+    Value* eval(Activation& activation) const override {
+        return locate(activation) ? load(activation) : nullptr;
+    }
 };
 
 class Variable final : public Target {
@@ -39,9 +42,11 @@ public:
     enum class Kind { local, captured, member, self, global };
 
     Variable(int line, Kind kind, std::size_t number) : Target(line), m_kind(kind), m_number(number) {}
-    Variable(int line, Global* global_variable) : Target(line), m_kind(Kind::global), m_global(global_variable) {}
+    Variable(int line, Global* global_variable)
+        : Target(line), m_kind(Kind::global), m_global(global_variable) {}
 
-    /// Makes a local variable a member of the structure around it: members may be used above their definition.
+    /// Makes a local variable a member of the structure around it: members may be used above their
+    /// definition.
     void become_member(std::size_t number) {
         m_kind = Kind::member;
         m_number = number;
@@ -133,7 +138,8 @@ private:
 /// `a and b and c`, or with `or`: stops at the first operand that decides.
 class LogicalChain final : public Node {
 public:
-    LogicalChain(int line, bool stops_at, const Node* first) : Node(line), m_stops_at(stops_at), m_operands{first} {}
+    LogicalChain(int line, bool stops_at, const Node* first)
+        : Node(line), m_stops_at(stops_at), m_operands{first} {}
     void add(const Node* operand) { m_operands.push_back(operand); }
     Value* eval(Activation& activation) const override;
 
@@ -160,8 +166,8 @@ private:
     const Node* m_operand;
 };
 
-/// `callee argument argument keyword:argument`. The callee, the arguments and the keyword arguments lie in the
-/// temporaries from `slot` on, in this order.
+/// `callee argument argument keyword:argument`. The callee, the arguments and the keyword arguments lie in
+/// the temporaries from `slot` on, in this order.
 class Call final : public Node {
 public:
     struct Keyword {
@@ -182,7 +188,8 @@ private:
     std::size_t m_slot;
 };
 
-/// The truth of a condition; a MAXScript error that names the part of the language for anything but a Boolean.
+/// The truth of a condition; a MAXScript error that names the part of the language for anything but a
+/// Boolean.
 bool condition_holds(Value* value, const char* test);
 
 }  // namespace corrivane::host

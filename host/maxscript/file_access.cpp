@@ -1,5 +1,7 @@
 #include "maxscript/file_access.h"
 
+#include "maxscript/errors.h"
+
 #include <drive_map.h>
 
 #include <fcntl.h>
@@ -11,8 +13,6 @@
 #include <cstring>
 #include <new>
 #include <utility>
-
-#include "maxscript/errors.h"
 
 namespace corrivane::host {
 

@@ -1,14 +1,14 @@
+#include "maxscript/errors.h"
+#include "maxscript/file_access.h"
+#include "maxscript/text_reader.h"
+#include "maxscript/values.h"
+
 #include <max/maxscript/streams.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
-
-#include "maxscript/errors.h"
-#include "maxscript/file_access.h"
-#include "maxscript/text_reader.h"
-#include "maxscript/values.h"
 
 using corrivane::host::raise_runtime_error;
 
@@ -41,8 +41,8 @@ struct FileStream::File {
         if (state == State::reading) return reader;
         if (state == State::failed) raise_runtime_error("Unable to open file: " + name + ": " + failure);
         if (state == State::unopened) raise_runtime_error("The file stream has not been opened");
-        raise_runtime_error((state == State::closed ? "The file is closed: " : "The file is open for writing: ") +
-                            name);
+        raise_runtime_error(
+            (state == State::closed ? "The file is closed: " : "The file is open for writing: ") + name);
     }
 
     void write(const char* text, std::size_t size) {

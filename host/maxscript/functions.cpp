@@ -1,10 +1,10 @@
 #include "maxscript/functions.h"
 
+#include "maxscript/errors.h"
+
 #include <max/maxscript/streams.h>
 
 #include <algorithm>
-
-#include "maxscript/errors.h"
 
 namespace corrivane::host {
 
@@ -75,15 +75,7 @@ void PrimitiveFunction::sprin1(CharStream* stream) {
 
 Value* PrimitiveFunction::call(Arguments& arguments) {
     count_step();
-    try {
-        return m_function(arguments);
-    } catch (RuntimeError& error) {
-        throw ScriptError(exception_text(error), thread_state().place);
-    } catch (const std::bad_alloc&) {
-        throw;
-    } catch (const std::exception& error) {
-        raise_runtime_error(error.what());
-    }
+    return call_host([&] { return m_function(arguments); });
 }
 
 Value* call_value(Value* callee, Arguments& arguments) {

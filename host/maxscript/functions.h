@@ -1,17 +1,17 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "maxscript/code.h"
 #include "maxscript/runtime.h"
 #include "maxscript/script_value.h"
 #include "maxscript/values.h"
 
+#include <string>
+#include <vector>
+
 namespace corrivane::host {
 
-/// A function as it is written: what the compiler knows of it. Its parameters are its first locals, the positional
-/// ones first.
+/// A function as it is written: what the compiler knows of it. Its parameters are its first locals, the
+/// positional ones first.
 struct FunctionText {
     struct Keyword {
         std::string name;
@@ -96,7 +96,8 @@ private:
     HostFunction m_function;
 };
 
-/// Calls any value; a MAXScript error when it is nothing that can be called. The callee is rooted by the caller.
+/// Calls any value; a MAXScript error when it is nothing that can be called. The callee is rooted by the
+/// caller.
 Value* call_value(Value* callee, Arguments& arguments);
 
 }  // namespace corrivane::host

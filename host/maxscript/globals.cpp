@@ -1,10 +1,10 @@
 #include "maxscript/globals.h"
 
-#include <max/maxscript/streams.h>
-
 #include "maxscript/errors.h"
 #include "maxscript/functions.h"
 #include "maxscript/heap.h"
+
+#include <max/maxscript/streams.h>
 
 namespace corrivane::host {
 
@@ -46,8 +46,12 @@ Global& variable_of(const std::string& name) {
 
 }  // namespace
 
+Value* Global::compute() const {
+    return call_host(m_get);
+}
+
 void Global::set(Value* content) {
-    if (m_set) return m_set(content);
+    if (m_set) return call_host([&] { m_set(content); });
     if (m_read_only) raise_runtime_error("Cannot assign to read-only variable: " + m_name);
     m_value = content;
     m_known = true;
@@ -83,9 +87,11 @@ Global* find_global(const std::string& lower_name) {
     return found != table().end() && found->second->known() ? found->second.get() : nullptr;
 }
 
-void forget_globals() {
+void end_globals() {
     for (const auto& [name, variable] : table())
         variable->forget();
+    collect_garbage();
+    table().clear();
 }
 
 Global& NamespaceValue::member(const std::string& name) {

@@ -1,17 +1,17 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <unordered_map>
-
 #include "maxscript/runtime.h"
 #include "maxscript/script_value.h"
 #include "maxscript/values.h"
 
+#include <memory>
+#include <string>
+#include <unordered_map>
+
 namespace corrivane::host {
 
-/// A global variable: one of a script's, a constant of the host's, or one that is computed. Lives for ever at its
-/// address, so that compiled code may point to it; what it holds is a root.
+/// A global variable: one of a script's, a constant of the host's, or one that is computed. Stays at its
+/// address while the runtime runs, so that compiled code may point to it; what it holds is a root.
 class Global {
 public:
     explicit Global(std::string name) : m_name(std::move(name)) {}
@@ -19,10 +19,11 @@ public:
     Global& operator=(const Global&) = delete;
 
     const std::string& name() const { return m_name; }
-    Value* get() const { return m_get ? m_get() : m_value; }
+    Value* get() const { return m_get ? compute() : m_value; }
     /// A MAXScript error when it is read-only.
     void set(Value* content);
-    /// Whether it has been defined or declared; otherwise nothing but a mention in forgotten code is left of it.
+    /// Whether it has been defined or declared; otherwise nothing but a mention in forgotten code is left of
+    /// it.
     bool known() const { return m_known; }
     bool read_only() const { return m_read_only; }
 
@@ -34,6 +35,8 @@ public:
     void trace() const { Collectable::gc_mark(m_value); }
 
 private:
+    Value* compute() const;
+
     std::string m_name;
     Value* m_value = &undefined;
     VariableGetter m_get;
@@ -46,7 +49,8 @@ private:
 Global& global(const std::string& name);
 /// Null when no global of this name is known.
 Global* find_global(const std::string& lower_name);
-void forget_globals();
+/// Ends all globals, and collects what they held. No compiled code is run after that.
+void end_globals();
 
 /// Names below a name: `standin.fault`.
 class NamespaceValue final : public ScriptValue {

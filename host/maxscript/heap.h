@@ -4,8 +4,8 @@
 
 #include <cstddef>
 
-/// The garbage-collected heap behind Collectable: mark and sweep, from precise roots. Roots are every thread's
-/// local-value frames and current result, and what the root tracers mark.
+/// The garbage-collected heap behind Collectable: mark and sweep, from precise roots. Roots are every
+/// thread's local-value frames and current result, and what the root tracers mark.
 namespace corrivane::host {
 
 struct HeapStatistics {
@@ -25,7 +25,8 @@ void collect_garbage();
 /// Collects at every allocation from now on, so that a value without a root is found out at once.
 void set_gc_stress(bool collect_always);
 
-/// The most that objects and what they hold may take together; what goes beyond is std::bad_alloc. 4 GiB at first.
+/// The most that objects and what they hold may take together; what goes beyond is std::bad_alloc. 4 GiB at
+/// first.
 void set_heap_limit(std::size_t bytes);
 
 /// Adds a function that marks roots, through Collectable::gc_mark, at every collection.
@@ -40,8 +41,8 @@ public:
     HeldBytes(const HeldBytes&) = delete;
     HeldBytes& operator=(const HeldBytes&) = delete;
 
-    /// The amount is now this. Call it before memory is taken and after it is freed: it throws std::bad_alloc, and
-    /// changes nothing, when that would go beyond the limit.
+    /// The amount is now this. Call it before memory is taken and after it is freed: it throws
+    /// std::bad_alloc, and changes nothing, when that would go beyond the limit.
     void update(std::size_t bytes);
 
 private:

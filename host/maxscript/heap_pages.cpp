@@ -63,8 +63,8 @@ HeapPages::Page* HeapPages::new_page(std::size_t cell_size) {
     }
     const std::size_t count = (page_size - sizeof(Page) - 16) / (cell_size + sizeof(CellState));
     const std::size_t first_cell = (sizeof(Page) + count * sizeof(CellState) + 15) / 16 * 16;
-    auto* page = ::new (memory) Page{static_cast<std::uint32_t>(cell_size), static_cast<std::uint32_t>(count), 0,
-                                     0, static_cast<std::uint32_t>(first_cell)};
+    auto* page = ::new (memory) Page{static_cast<std::uint32_t>(cell_size), static_cast<std::uint32_t>(count),
+                                     0, 0, static_cast<std::uint32_t>(first_cell)};
     std::memset(page->states(), 0, count * sizeof(CellState));
     ASAN_POISON_MEMORY_REGION(page->cell(0), count * cell_size);
     return page;
@@ -108,7 +108,8 @@ void HeapPages::free_cell(Page& page, std::size_t index) {
 
 void HeapPages::release(void* cell) {
     Page* page = page_of(cell);
-    free_cell(*page, static_cast<std::size_t>(static_cast<std::byte*>(cell) - page->cell(0)) / page->cell_size);
+    free_cell(*page,
+              static_cast<std::size_t>(static_cast<std::byte*>(cell) - page->cell(0)) / page->cell_size);
     // Its page may lie before the one that is filled now; allocate must find it again.
     m_classes[size_class(page->cell_size)].current = 0;
 }

@@ -6,8 +6,8 @@
 
 namespace corrivane::host {
 
-/// The memory behind the MAXScript heap: cells of some fixed sizes in pages of one reserved address range, so that
-/// whether an address is a cell that is in use can be told for any address at all.
+/// The memory behind the MAXScript heap: cells of some fixed sizes in pages of one reserved address range, so
+/// that whether an address is a cell that is in use can be told for any address at all.
 class HeapPages {
 public:
     /// What a cell is; the collector moves cells between the last two.
@@ -17,8 +17,8 @@ public:
     HeapPages(const HeapPages&) = delete;
     HeapPages& operator=(const HeapPages&) = delete;
 
-    /// A cell for `size` bytes whose first word is zero. Throws std::bad_alloc when the range is full or the size is
-    /// above largest_cell.
+    /// A cell for `size` bytes whose first word is zero. Throws std::bad_alloc when the range is full or the
+    /// size is above largest_cell.
     void* allocate(std::size_t size);
     /// Gives a cell in use back.
     void release(void* cell);
@@ -27,8 +27,8 @@ public:
     CellState state(const void* address) const;
     void set_marked(void* cell) { *state_of(cell) = CellState::marked; }
 
-    /// Ends a collection: calls `end_of_life(cell)` for every cell that is used but not marked, frees it when that
-    /// returns true, and turns marked cells into used ones.
+    /// Ends a collection: calls `end_of_life(cell)` for every cell that is used but not marked, frees it when
+    /// that returns true, and turns marked cells into used ones.
     template <typename EndOfLife>
     void sweep(EndOfLife end_of_life);
 

@@ -1,26 +1,26 @@
 #include "maxscript/lexer.h"
 
+#include "maxscript/errors.h"
+#include "maxscript/values.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
 #include <unordered_set>
 
-#include "maxscript/errors.h"
-#include "maxscript/values.h"
-
 namespace corrivane::host {
 
 namespace {
 
 constexpr auto reserved_words = std::to_array<std::string_view>(
-    {"and",    "as",     "by",    "case",    "catch",  "collect", "continue", "do",     "else", "exit", "fn",    "for",
-     "from",   "function", "global", "if",   "in",     "local",   "mapped",   "not",    "of",   "or",   "return", "struct",
-     "then",   "to",     "try",   "where",   "while",  "with"});
+    {"and", "as",  "by",     "case",     "catch",  "collect", "continue", "do",    "else",   "exit",
+     "fn",  "for", "from",   "function", "global", "if",      "in",       "local", "mapped", "not",
+     "of",  "or",  "return", "struct",   "then",   "to",      "try",      "where", "while",  "with"});
 /// Words that MAXScript reserves for parts of the language that this host does not have.
 constexpr auto unsupported_words = std::to_array<std::string_view>(
-    {"about", "animate", "at", "coordsys", "macroscript", "parameters", "persistent", "plugin", "rcmenu", "rollout",
-     "set", "tool", "undo", "utility", "when"});
+    {"about", "animate", "at", "coordsys", "macroscript", "parameters", "persistent", "plugin", "rcmenu",
+     "rollout", "set", "tool", "undo", "utility", "when"});
 constexpr auto two_character_signs =
     std::to_array<std::string_view>({"==", "!=", "<=", ">=", "+=", "-=", "*=", "/=", "#(", "::"});
 constexpr std::string_view one_character_signs = "+-*/^=<>()[],.:";
@@ -31,12 +31,13 @@ bool is_digit(int character) {
 
 // Letters beyond ASCII belong to words, in whatever code page the script is.
 bool is_word_character(int character) {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || is_digit(character) ||
-           character == '_' || character >= 0x80;
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+           is_digit(character) || character == '_' || character >= 0x80;
 }
 
 bool is_blank(int character) {
-    return character == ' ' || character == '\t' || character == '\r' || character == '\f' || character == '\v';
+    return character == ' ' || character == '\t' || character == '\r' || character == '\f' ||
+           character == '\v';
 }
 
 template <typename Words>
@@ -170,7 +171,8 @@ Token Lexer::next() {
 void Lexer::read_token(Token& token, int first) {
     const int second = look();
     // `a.5` is no number: a point right behind an operand asks for a property.
-    const bool point_starts_number = first == '.' && is_digit(second) && (token.space_before || !m_after_operand);
+    const bool point_starts_number =
+        first == '.' && is_digit(second) && (token.space_before || !m_after_operand);
     if (first == '\n' || first == ';') {
         read_separators(token, first);
     } else if (is_digit(first) || point_starts_number) {
@@ -236,7 +238,8 @@ void Lexer::finish_number(Token& token, bool whole) {
     const auto [end, error] = whole ? std::from_chars(token.text.data(), last, token.integer)
                                     : std::from_chars(token.text.data(), last, token.real);
     // What is too small for a float is zero.
-    const bool tiny = !whole && error == std::errc::result_out_of_range && token.text.find("e-") != std::string::npos;
+    const bool tiny =
+        !whole && error == std::errc::result_out_of_range && token.text.find("e-") != std::string::npos;
     if (tiny) token.real = 0;
     if (end != last) fail("this is no number: " + token.text.substr(0, 40), token.line);
     if (error != std::errc() && !tiny)
@@ -260,7 +263,8 @@ void Lexer::read_word(Token& token, int first) {
     }
     token.key = lower_case(token.text);
     token.kind = TokenKind::identifier;
-    // A colon behind it makes any word the name of an argument, `to:` too. Two colons stand for something else.
+    // A colon behind it makes any word the name of an argument, `to:` too. Two colons stand for something
+    // else.
     if (look() == ':') {
         read();
         if (look() != ':') {
@@ -271,7 +275,8 @@ void Lexer::read_word(Token& token, int first) {
     }
     if (first == '\'') return;
     if (contains(reserved_words, token.key)) token.kind = TokenKind::reserved;
-    if (contains(unsupported_words, token.key)) fail("this host's MAXScript has no " + token.text, token.line);
+    if (contains(unsupported_words, token.key))
+        fail("this host's MAXScript has no " + token.text, token.line);
 }
 
 void Lexer::read_name(Token& token) {
@@ -308,11 +313,23 @@ void Lexer::read_verbatim_text(Token& token) {
 void Lexer::read_escape(std::string& text) {
     const int character = read();
     switch (character) {
-        case 'n': text += '\n'; return;
-        case 'r': text += '\r'; return;
-        case 't': text += '\t'; return;
-        case '"': case '\\': case '*': case '?': text += static_cast<char>(character); return;
-        case 'x': break;
+        case 'n':
+            text += '\n';
+            return;
+        case 'r':
+            text += '\r';
+            return;
+        case 't':
+            text += '\t';
+            return;
+        case '"':
+        case '\\':
+        case '*':
+        case '?':
+            text += static_cast<char>(character);
+            return;
+        case 'x':
+            break;
         default:
             text += '\\';
             if (character < 0) return;
@@ -320,7 +337,9 @@ void Lexer::read_escape(std::string& text) {
             return;
     }
     std::string digits;
-    while (digits.size() < 2 && look() >= 0 && std::string_view("0123456789abcdefABCDEF").find(static_cast<char>(look())) != std::string_view::npos)
+    while (digits.size() < 2 && look() >= 0 &&
+           std::string_view("0123456789abcdefABCDEF").find(static_cast<char>(look())) !=
+               std::string_view::npos)
         digits += static_cast<char>(read());
     text += digits.empty() ? "\\x" : std::string(1, static_cast<char>(std::stoi(digits, nullptr, 16)));
 }

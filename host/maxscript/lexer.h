@@ -1,5 +1,7 @@
 #pragma once
 
+#include "maxscript/thread_state.h"
+
 #include <max/maxscript/streams.h>
 
 #include <cstddef>
@@ -7,8 +9,6 @@
 #include <deque>
 #include <string>
 #include <string_view>
-
-#include "maxscript/thread_state.h"
 
 namespace corrivane::host {
 
@@ -43,12 +43,15 @@ struct Token {
     /// Characters of the stream before the token.
     std::uint64_t start = 0;
 
-    bool is(TokenKind wanted, std::string_view wanted_text) const { return kind == wanted && key == wanted_text; }
+    bool is(TokenKind wanted, std::string_view wanted_text) const {
+        return kind == wanted && key == wanted_text;
+    }
     bool is_sign(std::string_view wanted) const { return kind == TokenKind::sign && text == wanted; }
     bool is_reserved(std::string_view wanted) const { return is(TokenKind::reserved, wanted); }
 };
 
-/// Cuts a stream into tokens. Reads ahead as far as the compiler looks ahead, and gives back what was not taken.
+/// Cuts a stream into tokens. Reads ahead as far as the compiler looks ahead, and gives back what was not
+/// taken.
 class Lexer {
 public:
     explicit Lexer(CharStream& stream);

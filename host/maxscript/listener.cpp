@@ -1,12 +1,12 @@
 #include "maxscript/listener.h"
 
+#include "maxscript/errors.h"
+#include "maxscript/values.h"
+
 #include <cerrno>
 #include <cstring>
 #include <new>
 #include <stdexcept>
-
-#include "maxscript/errors.h"
-#include "maxscript/values.h"
 
 namespace corrivane::host {
 

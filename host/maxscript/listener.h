@@ -9,8 +9,8 @@
 
 namespace corrivane::host {
 
-/// The Listener's output: what scripts print and what the product writes. Goes to standard output, a log file and a
-/// function, as far as each is wanted. Nothing can be read from it. Not on the heap.
+/// The Listener's output: what scripts print and what the product writes. Goes to standard output, a log file
+/// and a function, as far as each is wanted. Nothing can be read from it. Not on the heap.
 class ListenerStream final : public CharStream {
 public:
     ListenerStream() = default;

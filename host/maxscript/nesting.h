@@ -1,19 +1,17 @@
 #pragma once
 
-#include <cstdint>
-
 #include "maxscript/errors.h"
 #include "maxscript/thread_state.h"
 
 namespace corrivane::host {
 
-/// One level of nesting in a script that is compiled; a syntax error when there are too many for the compiler.
+/// One level of nesting in a script that is compiled. Too many are a syntax error, and what leaves too little
+/// of the native stack, as scripts that execute scripts may, is a stack overflow.
 class Nesting {
 public:
     Nesting(int& depth, const ThreadState& thread, const ScriptPlace& place) : m_depth(depth) {
-        const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-        if (depth == deepest || here < thread.stack_limit)
-            raise_syntax_error("expressions are nested too deeply", place);
+        check_stack(thread);
+        if (depth == deepest) raise_syntax_error("expressions are nested too deeply", place);
         ++m_depth;
     }
     ~Nesting() { --m_depth; }

@@ -1,14 +1,14 @@
 #include "maxscript/operators.h"
 
+#include "maxscript/errors.h"
+#include "maxscript/runtime.h"
+
 #include <max/maxscript/streams.h>
 
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <string_view>
-
-#include "maxscript/errors.h"
-#include "maxscript/runtime.h"
 
 namespace corrivane::host {
 
@@ -45,44 +45,66 @@ Value* integer_result(Operator operation, int left_number, int right_number) {
     const std::int64_t left = left_number;
     const std::int64_t right = right_number;
     switch (operation) {
-        case Operator::add: return make_integer(wrap(left + right));
-        case Operator::subtract: return make_integer(wrap(left - right));
-        case Operator::multiply: return make_integer(wrap(left * right));
+        case Operator::add:
+            return make_integer(wrap(left + right));
+        case Operator::subtract:
+            return make_integer(wrap(left - right));
+        case Operator::multiply:
+            return make_integer(wrap(left * right));
         case Operator::divide:
             if (right == 0) raise_runtime_error("Division by zero");
             return make_integer(wrap(left / right));
-        case Operator::power: return make_integer(integer_power(left_number, right_number));
-        case Operator::less: return make_boolean(left < right);
-        case Operator::less_equal: return make_boolean(left <= right);
-        case Operator::greater: return make_boolean(left > right);
-        default: return make_boolean(left >= right);
+        case Operator::power:
+            return make_integer(integer_power(left_number, right_number));
+        case Operator::less:
+            return make_boolean(left < right);
+        case Operator::less_equal:
+            return make_boolean(left <= right);
+        case Operator::greater:
+            return make_boolean(left > right);
+        default:
+            return make_boolean(left >= right);
     }
 }
 
 Value* float_result(Operator operation, float left, float right) {
     switch (operation) {
-        case Operator::add: return make_float(left + right);
-        case Operator::subtract: return make_float(left - right);
-        case Operator::multiply: return make_float(left * right);
+        case Operator::add:
+            return make_float(left + right);
+        case Operator::subtract:
+            return make_float(left - right);
+        case Operator::multiply:
+            return make_float(left * right);
         case Operator::divide:
             if (right == 0.0F) raise_runtime_error("Division by zero");
             return make_float(left / right);
-        case Operator::power: return make_float(std::pow(left, right));
-        case Operator::less: return make_boolean(left < right);
-        case Operator::less_equal: return make_boolean(left <= right);
-        case Operator::greater: return make_boolean(left > right);
-        default: return make_boolean(left >= right);
+        case Operator::power:
+            return make_float(std::pow(left, right));
+        case Operator::less:
+            return make_boolean(left < right);
+        case Operator::less_equal:
+            return make_boolean(left <= right);
+        case Operator::greater:
+            return make_boolean(left > right);
+        default:
+            return make_boolean(left >= right);
     }
 }
 
 Value* text_result(Operator operation, const std::string& left, const std::string& right, Value* left_value) {
     switch (operation) {
-        case Operator::add: return make_string(left + right);
-        case Operator::less: return make_boolean(left < right);
-        case Operator::less_equal: return make_boolean(left <= right);
-        case Operator::greater: return make_boolean(left > right);
-        case Operator::greater_equal: return make_boolean(left >= right);
-        default: raise_no_function(symbol(operation), left_value);
+        case Operator::add:
+            return make_string(left + right);
+        case Operator::less:
+            return make_boolean(left < right);
+        case Operator::less_equal:
+            return make_boolean(left <= right);
+        case Operator::greater:
+            return make_boolean(left > right);
+        case Operator::greater_equal:
+            return make_boolean(left >= right);
+        default:
+            raise_no_function(symbol(operation), left_value);
     }
 }
 
@@ -101,7 +123,8 @@ Value* parse_number(const std::string& text, Make make) {
 }
 
 Value* text_as(const std::string& text, Value* value, const ValueMetaClass& wanted) {
-    // By way of a float, so that "2.7" is 2; what a float cannot hold exactly is read as the integer that it is.
+    // By way of a float, so that "2.7" is 2; what a float cannot hold exactly is read as the integer that it
+    // is.
     if (&wanted == &Integer_class) {
         if (text.find('.') == std::string::npos) return parse_number<int>(text, make_integer);
         Value* number = parse_number<float>(text, make_float);
@@ -140,7 +163,8 @@ Value* apply(Operator operation, Value* left, Value* right) {
     if (operation == Operator::not_equal) return make_boolean(!values_equal(left, right));
     if (operation == Operator::convert) return converted(left, right);
     const auto* left_integer = value_as<IntegerValue>(left);
-    if (const auto* right_integer = value_as<IntegerValue>(right); left_integer != nullptr && right_integer != nullptr)
+    if (const auto* right_integer = value_as<IntegerValue>(right);
+        left_integer != nullptr && right_integer != nullptr)
         return integer_result(operation, left_integer->number(), right_integer->number());
     if (is_number(left)) return float_result(operation, to_float(left), to_float(right));
     if (left->is(String_class)) {
@@ -151,7 +175,8 @@ Value* apply(Operator operation, Value* left, Value* right) {
 }
 
 Value* negate(Value* value) {
-    if (const auto* integer = value_as<IntegerValue>(value)) return make_integer(wrap(-std::int64_t{integer->number()}));
+    if (const auto* integer = value_as<IntegerValue>(value))
+        return make_integer(wrap(-std::int64_t{integer->number()}));
     if (const auto* number = value_as<FloatValue>(value)) return make_float(-number->number());
     raise_no_function("-", value);
 }

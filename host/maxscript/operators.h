@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "maxscript/values.h"
+
+#include <string>
 
 namespace corrivane::host {
 
@@ -23,8 +23,8 @@ enum class Operator {
     convert
 };
 
-/// The result of an operation, a MAXScript error where there is none. Integers stay integers and wrap at 32 bits; one
-/// float makes the result a float. The operands need no root.
+/// The result of an operation, a MAXScript error where there is none. Integers stay integers and wrap at 32
+/// bits; one float makes the result a float. The operands need no root.
 Value* apply(Operator operation, Value* left, Value* right);
 
 /// `-value`.

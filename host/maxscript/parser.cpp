@@ -1,10 +1,10 @@
 #include "maxscript/parser.h"
 
-#include <max/maxscript/parser.h>
-
 #include "maxscript/compiler.h"
 #include "maxscript/errors.h"
 #include "maxscript/runtime.h"
+
+#include <max/maxscript/parser.h>
 
 namespace corrivane::host {
 

@@ -1,16 +1,16 @@
 #include "maxscript/published_interface.h"
 
-#include <max/maxscript/streams.h>
-
-#include <algorithm>
-#include <unordered_map>
-
 #include "maxscript/code.h"
 #include "maxscript/errors.h"
 #include "maxscript/globals.h"
 #include "maxscript/runtime.h"
 #include "maxscript/thread_state.h"
 #include "maxscript/values.h"
+
+#include <max/maxscript/streams.h>
+
+#include <algorithm>
+#include <unordered_map>
 
 namespace corrivane::host {
 
@@ -26,7 +26,8 @@ std::vector<InterfacePointer>& published_interfaces() {
 }
 
 FPInterfaceDesc& owner_of(const PublishedInterface& published) {
-    if (published.owner == nullptr) raise_runtime_error("The interface has been withdrawn: " + published.name);
+    if (published.owner == nullptr)
+        raise_runtime_error("The interface has been withdrawn: " + published.name);
     return *published.owner;
 }
 
@@ -52,7 +53,9 @@ FPValue to_published(int type, Value* value, const std::string& target) {
             if (!value->is(Boolean_class)) fail_on_argument(target, "true or false", value);
             converted.b = to_boolean(value);
             break;
-        default: converted.v = value; break;
+        default:
+            converted.v = value;
+            break;
     }
     return converted;
 }
@@ -61,10 +64,14 @@ Value* from_published(int type, const FPValue& result) {
     // A function that has stored nothing leaves the result without a value.
     if (type == TYPE_VOID || result.type == TYPE_VOID) return type == TYPE_VOID ? &ok : &undefined;
     switch (type) {
-        case TYPE_INT: return make_integer(result.i);
-        case TYPE_FLOAT: return make_float(result.f);
-        case TYPE_bool: return make_boolean(result.b);
-        default: return result.v != nullptr ? result.v : &undefined;
+        case TYPE_INT:
+            return make_integer(result.i);
+        case TYPE_FLOAT:
+            return make_float(result.f);
+        case TYPE_bool:
+            return make_boolean(result.b);
+        default:
+            return result.v != nullptr ? result.v : &undefined;
     }
 }
 
@@ -79,7 +86,8 @@ Value* dispatch(const PublishedInterface& published, FunctionID id, int return_t
         if (owner_of(published)._dispatch_fn(id, 0, result, &params) == FPS_NO_SUCH_FUNCTION)
             raise_runtime_error("The interface " + published.name + " does not answer to " + name);
     } catch (RuntimeError& error) {
-        // The library's own message stays as it is: users look for exactly the text that they gave to FailRender.
+        // The library's own message stays as it is: users look for exactly the text that they gave to
+        // FailRender.
         throw ScriptError(exception_text(error), {});
     }
     Value* value = from_published(return_type, result);
@@ -104,9 +112,10 @@ public:
             raise_runtime_error(name + " has no keyword parameter " + *arguments.keywords()->name + ":");
         FPParams params;
         for (std::size_t i = 0; i < parameters.size(); ++i)
-            params.params.push_back(to_published(parameters[i].type, arguments[i],
-                                                 name + ": parameter " + parameters[i].name));
-        return dispatch(*m_published, m_function.id, m_function.return_type, m_function.name, std::move(params));
+            params.params.push_back(
+                to_published(parameters[i].type, arguments[i], name + ": parameter " + parameters[i].name));
+        return dispatch(*m_published, m_function.id, m_function.return_type, m_function.name,
+                        std::move(params));
     }
 
 private:
@@ -129,7 +138,9 @@ public:
     const PublishedInterface* published() const { return m_published.get(); }
 
     const ValueMetaClass& value_class() const override { return metaclass; }
-    void sprin1(CharStream* stream) override { stream->puts(("<Interface:" + m_published->name + ">").c_str()); }
+    void sprin1(CharStream* stream) override {
+        stream->puts(("<Interface:" + m_published->name + ">").c_str());
+    }
     void gc_trace() override {
         for (const auto& [name, function] : m_functions)
             gc_mark(function);
@@ -145,15 +156,17 @@ public:
         const PublishedInterface::PublishedProperty* property = find_property(name);
         if (property == nullptr) return ScriptValue::set_property(name, content);
         const std::string target = m_published->name + "." + property->name;
-        if (property->setter == FP_NO_FUNCTION) raise_runtime_error("Cannot assign to read-only property: " + target);
+        if (property->setter == FP_NO_FUNCTION)
+            raise_runtime_error("Cannot assign to read-only property: " + target);
         FPParams params{{to_published(property->type, content, target)}};
         dispatch(*m_published, property->setter, TYPE_VOID, property->name, std::move(params));
     }
 
 private:
     const PublishedInterface::PublishedProperty* find_property(const std::string& name) const {
-        const auto found = std::find_if(m_published->properties.begin(), m_published->properties.end(),
-                                        [&](const auto& property) { return lower_case(property.name) == name; });
+        const auto found =
+            std::find_if(m_published->properties.begin(), m_published->properties.end(),
+                         [&](const auto& property) { return lower_case(property.name) == name; });
         return found == m_published->properties.end() ? nullptr : &*found;
     }
 
@@ -170,8 +183,9 @@ void define_interface(const InterfacePointer& published) {
 
 void withdraw(const FPInterfaceDesc* owner) {
     std::vector<InterfacePointer>& interfaces = published_interfaces();
-    const auto found = std::find_if(interfaces.begin(), interfaces.end(),
-                                    [&](const InterfacePointer& published) { return published->owner == owner; });
+    const auto found =
+        std::find_if(interfaces.begin(), interfaces.end(),
+                     [&](const InterfacePointer& published) { return published->owner == owner; });
     if (found == interfaces.end()) return;
     (*found)->owner = nullptr;
     Global* variable = find_global(lower_case((*found)->name));
@@ -193,8 +207,9 @@ FPInterfaceDesc::~FPInterfaceDesc() {
     corrivane::host::withdraw(this);
 }
 
-void FPInterfaceDesc::load_descriptor(Interface_ID /*id*/, const char* internalName, int /*descriptionResource*/,
-                                      ClassDesc* /*classDesc*/, unsigned flags, const FPSlot* list) {
+void FPInterfaceDesc::load_descriptor(Interface_ID /*id*/, const char* internalName,
+                                      int /*descriptionResource*/, ClassDesc* /*classDesc*/, unsigned flags,
+                                      const FPSlot* list) {
     using namespace corrivane::host;
     auto published = std::make_shared<PublishedInterface>(read_descriptor(this, internalName, list));
     // Only core interfaces have a name that scripts can use; others belong to objects.

@@ -34,11 +34,12 @@ struct PublishedInterface {
     std::vector<PublishedProperty> properties;
 };
 
-/// Reads a descriptor list, as load_descriptor describes it. Throws std::invalid_argument for a type that cannot be
-/// published, a missing name, or a number of parameters that no function has.
+/// Reads a descriptor list, as load_descriptor describes it. Throws std::invalid_argument for a type that
+/// cannot be published, a missing name, or a number of parameters that no function has.
 PublishedInterface read_descriptor(FPInterfaceDesc* owner, const std::string& name, const FPSlot* list);
 
-/// Makes the core interfaces that are published the globals of their names: what a runtime does when it starts.
+/// Makes the core interfaces that are published the globals of their names: what a runtime does when it
+/// starts.
 void define_published_interfaces();
 
 }  // namespace corrivane::host

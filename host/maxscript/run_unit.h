@@ -1,8 +1,8 @@
 #pragma once
 
-#include <alloca.h>
-
 #include "maxscript/code.h"
+
+#include <alloca.h>
 
 namespace corrivane::host {
 
@@ -22,7 +22,12 @@ Value* run_unit(const CodeUnit& unit, const UnitArguments& arguments, Prepare pr
     Value** locals = values + fixed_slots;
     for (std::size_t i = 0; i < unit.local_count; ++i)
         locals[i] = &undefined;
-    Activation activation{thread, locals, locals + unit.local_count, values[owner_slot], values[self_slot], values[carried_slot]};
+    Activation activation{thread,
+                          locals,
+                          locals + unit.local_count,
+                          values[owner_slot],
+                          values[self_slot],
+                          values[carried_slot]};
     prepare(activation);
     Value* result = evaluate(unit.body, activation);
     return result != nullptr ? result : activation.carried;

@@ -1,8 +1,5 @@
 #include "maxscript/runtime.h"
 
-#include <new>
-#include <stdexcept>
-
 #include "maxscript/builtins.h"
 #include "maxscript/errors.h"
 #include "maxscript/file_access.h"
@@ -13,6 +10,9 @@
 #include "maxscript/published_interface.h"
 #include "maxscript/text_sink.h"
 #include "maxscript/thread_state.h"
+
+#include <new>
+#include <stdexcept>
 
 namespace corrivane::host {
 
@@ -54,9 +54,8 @@ MaxScriptRuntime::MaxScriptRuntime(const RuntimeOptions& options) {
 
 MaxScriptRuntime::~MaxScriptRuntime() {
     forget_callbacks();
-    forget_globals();
     thread_state().locals.current_result = nullptr;
-    collect_garbage();
+    end_globals();
     listener_stream().set_log({});
     listener_stream().set_stdout(false);
     g_started = false;

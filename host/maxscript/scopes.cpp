@@ -1,8 +1,8 @@
 #include "maxscript/scopes.h"
 
-#include <algorithm>
-
 #include "maxscript/errors.h"
+
+#include <algorithm>
 
 namespace corrivane::host {
 
@@ -13,8 +13,13 @@ constexpr std::size_t most_slots = 4096;
 
 }  // namespace
 
-UnitScope::UnitScope(UnitScope*& innermost, CodeUnit& unit, FunctionText* function_text, StructScope* struct_scope)
-    : outer(innermost), function(function_text), structure(struct_scope), m_innermost(innermost), m_unit(unit) {
+UnitScope::UnitScope(UnitScope*& innermost, CodeUnit& unit, FunctionText* function_text,
+                     StructScope* struct_scope)
+    : outer(innermost),
+      function(function_text),
+      structure(struct_scope),
+      m_innermost(innermost),
+      m_unit(unit) {
     innermost = this;
     if (outer != nullptr) open_block();
 }
@@ -49,7 +54,9 @@ std::size_t UnitScope::declare_loop_variable(const std::string& name, const Scri
 
 void UnitScope::undeclare(const std::string& name, std::size_t local) {
     std::vector<Binding>& bindings = m_bindings[name];
-    std::erase_if(bindings, [&](const Binding& binding) { return binding.kind == Variable::Kind::local && binding.number == local; });
+    std::erase_if(bindings, [&](const Binding& binding) {
+        return binding.kind == Variable::Kind::local && binding.number == local;
+    });
 }
 
 void UnitScope::capture(const std::string& name, const Variable* source) {

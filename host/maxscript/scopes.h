@@ -1,5 +1,9 @@
 #pragma once
 
+#include "maxscript/expressions.h"
+#include "maxscript/functions.h"
+#include "maxscript/structs.h"
+
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -7,14 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "maxscript/expressions.h"
-#include "maxscript/functions.h"
-#include "maxscript/structs.h"
-
 namespace corrivane::host {
 
-/// What the compiler knows while it compiles a structure: the members so far, and the variables that will turn out to
-/// be members if one of that name is still to come.
+/// What the compiler knows while it compiles a structure: the members so far, and the variables that will
+/// turn out to be members if one of that name is still to come.
 struct StructScope {
     StructText* text;
     std::vector<std::pair<Variable*, std::string>> unsettled;
@@ -32,8 +32,8 @@ struct Binding {
     bool function = false;
 };
 
-/// The names of one piece of code that has slots of its own, while it is compiled: a function, a member's first value,
-/// or one expression of a script. Names are in lower case.
+/// The names of one piece of code that has slots of its own, while it is compiled: a function, a member's
+/// first value, or one expression of a script. Names are in lower case.
 class UnitScope {
 public:
     /// Makes the scope the innermost one; `innermost` is put back at the end.

@@ -38,7 +38,9 @@ void start_collecting(const ForParts& parts, Value*& collected) {
 /// Keeps the error that a handler handles where getCurrentException and throw() find it.
 class CaughtScope {
 public:
-    CaughtScope(ThreadState& state, CaughtError error) : m_state(state) { state.caught.push_back(std::move(error)); }
+    CaughtScope(ThreadState& state, CaughtError error) : m_state(state) {
+        state.caught.push_back(std::move(error));
+    }
     ~CaughtScope() { m_state.caught.pop_back(); }
     CaughtScope(const CaughtScope&) = delete;
     CaughtScope& operator=(const CaughtScope&) = delete;
@@ -138,7 +140,8 @@ Value* ForRange::run_floats(Activation& activation, float from, float last, floa
     Value*& collected = activation.temporaries[m_slot];
     for (double round_number = 0;; ++round_number) {
         // Not a running sum, whose error would grow from round to round.
-        const auto number = static_cast<float>(static_cast<double>(from) + round_number * static_cast<double>(step));
+        const auto number =
+            static_cast<float>(static_cast<double>(from) + round_number * static_cast<double>(step));
         const bool runs = step > 0 ? number <= last : number >= last;
         if (!runs) break;
         activation.locals[m_parts.local] = make_float(number);
@@ -209,7 +212,6 @@ Value* Try::eval(Activation& activation) const {
 Value* FunctionDefinition::eval(Activation& activation) const {
     auto* function = new ScriptFunction(m_code, m_text.get());
     function->capture(activation);
-    if (m_target == nullptr) return function;
     activation.temporaries[m_slot] = function;
     m_target->store(activation, function);
     return function;

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "maxscript/code.h"
 #include "maxscript/expressions.h"
 #include "maxscript/functions.h"
 #include "maxscript/structs.h"
+
+#include <memory>
+#include <string>
+#include <vector>
 
 /// The nodes that steer. A `slot` is the first of a node's own temporaries.
 namespace corrivane::host {
@@ -16,7 +16,10 @@ namespace corrivane::host {
 class Block final : public Node {
 public:
     Block(int line, std::vector<const Node*> expressions, std::size_t first_local, std::size_t local_count)
-        : Node(line), m_expressions(std::move(expressions)), m_first_local(first_local), m_local_count(local_count) {}
+        : Node(line),
+          m_expressions(std::move(expressions)),
+          m_first_local(first_local),
+          m_local_count(local_count) {}
     Value* eval(Activation& activation) const override;
 
 private:
@@ -59,8 +62,8 @@ private:
 /// What a loop's body asked for in one round.
 enum class Round { next, leave, unwind };
 
-/// Runs one round of a loop's body. `result` gets the body's value, or what `exit` carries (undefined for none); it
-/// stays as it is for `continue`.
+/// Runs one round of a loop's body. `result` gets the body's value, or what `exit` carries (undefined for
+/// none); it stays as it is for `continue`.
 Round run_round(const Node* body, Activation& activation, Value*& result);
 
 /// `while … do …` and `do … while …`: the value is the last round's.
@@ -77,7 +80,8 @@ private:
     std::size_t m_slot;
 };
 
-/// The parts that the two kinds of `for` share. The value is `ok`, or with `collect` an array of the rounds' values.
+/// The parts that the two kinds of `for` share. The value is `ok`, or with `collect` an array of the rounds'
+/// values.
 struct ForParts {
     std::size_t local;
     /// Null for none.
@@ -94,7 +98,8 @@ public:
     Value* eval(Activation& activation) const override;
 
 private:
-    Value* run_integers(Activation& activation, std::int64_t from, std::int64_t last, std::int64_t step) const;
+    Value* run_integers(Activation& activation, std::int64_t from, std::int64_t last,
+                        std::int64_t step) const;
     Value* run_floats(Activation& activation, float from, float last, float step) const;
     [[noreturn]] void fail_on_step() const;
 
@@ -148,7 +153,7 @@ public:
         : Node(line), m_code(code), m_text(std::move(text)) {}
 
     FunctionText& text() { return *m_text; }
-    /// Where the function is stored; none for a function without a name.
+    /// Where the function is stored.
     void set_target(const Target* target, std::size_t slot) {
         m_target = target;
         m_slot = slot;

@@ -1,11 +1,11 @@
-#include <max/maxscript/streams.h>
-
-#include <cstring>
-
 #include "maxscript/errors.h"
 #include "maxscript/parser.h"
 #include "maxscript/text_reader.h"
 #include "maxscript/values.h"
+
+#include <max/maxscript/streams.h>
+
+#include <cstring>
 
 struct StringStream::Buffer {
     corrivane::host::TextReader reader;

@@ -1,10 +1,10 @@
+#include "maxscript/heap.h"
+
 #include <max/maxscript/streams.h>
 #include <max/maxscript/value.h>
 
 #include <cstring>
 #include <string>
-
-#include "maxscript/heap.h"
 
 /// The characters of a String, with what the heap knows of them.
 struct String::Text {

@@ -1,8 +1,8 @@
 #include "maxscript/structs.h"
 
-#include <max/maxscript/streams.h>
-
 #include "maxscript/errors.h"
+
+#include <max/maxscript/streams.h>
 
 namespace corrivane::host {
 
@@ -98,7 +98,8 @@ Value* StructInstance::member(std::size_t number) {
 
 void StructInstance::set_member(std::size_t number, Value* content) {
     if (m_definition->function(number) != nullptr)
-        raise_runtime_error("a member function cannot be assigned: " + m_definition->text().members[number].name);
+        raise_runtime_error("a member function cannot be assigned: " +
+                            m_definition->text().members[number].name);
     m_data[number] = content;
 }
 

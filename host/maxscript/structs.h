@@ -1,15 +1,16 @@
 #pragma once
 
+#include "maxscript/functions.h"
+
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
-#include "maxscript/functions.h"
-
 namespace corrivane::host {
 
-/// A structure as it is written. Members are data or functions; both are numbered in the order of their mention.
+/// A structure as it is written. Members are data or functions; both are numbered in the order of their
+/// mention.
 struct StructText {
     struct Member {
         std::string name;

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "maxscript/heap.h"
+
 #include <cstddef>
 #include <string>
-
-#include "maxscript/heap.h"
 
 namespace corrivane::host {
 

@@ -20,7 +20,10 @@ public:
 
     const ValueMetaClass& value_class() const override;
     void sprin1(CharStream* stream) override;
-    void puts(const char* text) override { m_text += text; check(); }
+    void puts(const char* text) override {
+        m_text += text;
+        check();
+    }
     void write(const char* text, std::size_t size) override {
         m_text.append(text, size);
         check();

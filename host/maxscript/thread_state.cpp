@@ -1,13 +1,13 @@
 #include "maxscript/thread_state.h"
 
+#include "maxscript/errors.h"
+#include "maxscript/listener.h"
+
 #include <pthread.h>
 
 #include <algorithm>
 #include <memory>
 #include <mutex>
-
-#include "maxscript/errors.h"
-#include "maxscript/listener.h"
 
 namespace corrivane::host {
 
@@ -47,7 +47,8 @@ void measure_stack(ThreadState& state) {
     const std::uintptr_t used_at_most = here > most_stack ? here - most_stack : 0;
     // A small stack keeps at least half of itself for script.
     const std::uintptr_t reserve = std::min(stack_reserve, static_cast<std::uintptr_t>(size) / 2);
-    state.stack_limit = std::max(bottom, used_at_most) + reserve;
+    state.stack_bottom = std::max(bottom, used_at_most);
+    state.stack_limit = state.stack_bottom + reserve;
 }
 
 thread_local ThreadState* t_state = nullptr;
@@ -83,39 +84,61 @@ ThreadState& make_thread_state() {
     return *t_state;
 }
 
-/// Marks the slots of a frame as far as they lie on the stack, below `ceiling`.
-[[gnu::no_sanitize_address]] void trace_slots(ValueLocalsFrame* frame, std::uintptr_t ceiling) {
-    const auto first = reinterpret_cast<std::uintptr_t>(frame->slots());
-    const std::uintptr_t room = (ceiling - first) / sizeof(Value*);
-    const auto count = std::min(static_cast<std::uintptr_t>(std::max<std::intptr_t>(frame->count, 0)), room);
-    for (std::uintptr_t i = 0; i < count; ++i)
-        Collectable::gc_mark(frame->slots()[i]);
-}
+/// The frames of one thread, newest first. A fault that a guard took leaves a chain whose newest frames lie
+/// in stack that has been given up and may have been written over. What cannot be a frame of this stack, and
+/// a chain that would fill more than the stack, is left for the library call around it, where the chain is
+/// known again.
+class FrameWalk {
+public:
+    /// `floor` is the lowest address that the thread's stack may use.
+    FrameWalk(const ThreadState& state, std::uintptr_t floor)
+        : m_top(state.stack_top),
+          m_floor(floor),
+          m_call(state.library_call),
+          m_frame(state.locals.current_locals_frame) {
+        start();
+    }
 
-/// Walks a chain of frames. A fault that a guard took leaves a chain whose newest frames lie in stack that has been
-/// given up and may have been written over: what does not look like a frame of this stack, and a chain that runs in
-/// circles, is left for the library call around it, where the chain is known again.
-[[gnu::no_sanitize_address]] void trace_frames(const ThreadState& state, std::uintptr_t floor) {
-    const LibraryCall* call = state.library_call;
-    ValueLocalsFrame* frame = state.locals.current_locals_frame;
-    std::uintptr_t room = (state.stack_top - floor) / sizeof(ValueLocalsFrame);
-    while (frame != nullptr || call != nullptr) {
-        if (call != nullptr && frame == call->frame) call = call->outer;
-        const auto address = reinterpret_cast<std::uintptr_t>(frame);
-        const bool plausible = address >= floor && address % alignof(ValueLocalsFrame) == 0 &&
-                               address + sizeof(ValueLocalsFrame) <= state.stack_top && room != 0;
-        if (plausible) {
-            trace_slots(frame, state.stack_top);
-            frame = frame->previous;
-            --room;
-        } else {
-            if (call == nullptr) return;
-            frame = call->frame;
-            call = call->outer;
-            room = (state.stack_top - floor) / sizeof(ValueLocalsFrame);
+    [[gnu::no_sanitize_address]] void trace() {
+        while (m_frame != nullptr || m_call != nullptr) {
+            if (m_call != nullptr && m_frame == m_call->frame) m_call = m_call->outer;
+            if (plausible()) {
+                for (std::intptr_t i = 0; i < m_frame->count; ++i)
+                    Collectable::gc_mark(m_frame->slots()[i]);
+                m_frame = m_frame->previous;
+            } else if (m_call != nullptr) {
+                m_frame = m_call->frame;
+                m_call = m_call->outer;
+                start();
+            } else {
+                return;
+            }
         }
     }
-}
+
+private:
+    void start() { m_words_left = (m_top - m_floor) / sizeof(Value*); }
+
+    /// Whether the frame lies on the stack, and with those before it fits in there.
+    [[gnu::no_sanitize_address]] bool plausible() {
+        const auto address = reinterpret_cast<std::uintptr_t>(m_frame);
+        if (address < m_floor || address % alignof(ValueLocalsFrame) != 0) return false;
+        if (address > m_top - sizeof(ValueLocalsFrame)) return false;
+        const std::uintptr_t words_above = (m_top - address - sizeof(ValueLocalsFrame)) / sizeof(Value*);
+        const auto slots = static_cast<std::uintptr_t>(m_frame->count);
+        constexpr std::uintptr_t own_words = sizeof(ValueLocalsFrame) / sizeof(Value*);
+        if (slots > words_above || slots + own_words > m_words_left) return false;
+        m_words_left -= slots + own_words;
+        return true;
+    }
+
+    std::uintptr_t m_top;
+    std::uintptr_t m_floor;
+    /// Words that frames which do not overlap can still take.
+    std::uintptr_t m_words_left = 0;
+    const LibraryCall* m_call;
+    ValueLocalsFrame* m_frame;
+};
 
 }  // namespace
 
@@ -124,13 +147,14 @@ ThreadState& thread_state() {
 }
 
 void check_stack(const ThreadState& state) {
-    if (stack_pointer() < state.stack_limit) raise_runtime_error("stack overflow: calls are nested too deeply");
+    if (stack_pointer() < state.stack_limit)
+        raise_runtime_error("stack overflow: calls are nested too deeply");
 }
 
 void trace_thread_roots() {
     const std::lock_guard lock(registry().mutex);
     for (const ThreadState* state : registry().states) {
-        trace_frames(*state, state == t_state ? stack_pointer() : 0);
+        FrameWalk(*state, state == t_state ? stack_pointer() : state->stack_bottom).trace();
         Collectable::gc_mark(state->locals.current_result);
         Collectable::gc_mark(state->locals.current_stdout);
     }

@@ -23,8 +23,8 @@ struct CaughtError {
     std::string description;
 };
 
-/// A call that leaves the evaluator for code of a library. A structured-exception guard in that code may abandon the
-/// evaluator's frames below it without unwinding them; what is remembered here outlives that.
+/// A call that leaves the evaluator for code of a library. A structured-exception guard in that code may
+/// abandon the evaluator's frames below it without unwinding them; what is remembered here outlives that.
 struct LibraryCall {
     ValueLocalsFrame* frame;
     LibraryCall* outer;
@@ -38,6 +38,7 @@ struct ThreadState {
     LibraryCall* library_call = nullptr;
     /// Native stack below this address is kept for code that does not check.
     std::uintptr_t stack_limit = 0;
+    std::uintptr_t stack_bottom = 0;
     std::uintptr_t stack_top = 0;
 };
 
@@ -81,7 +82,8 @@ private:
 /// Links a local-value frame into the chain for the lifetime of this object. The slots are set to null first.
 class FrameLink {
 public:
-    FrameLink(ThreadState& state, ValueLocalsFrame* frame, std::size_t slots) : m_state(state), m_frame(frame) {
+    FrameLink(ThreadState& state, ValueLocalsFrame* frame, std::size_t slots)
+        : m_state(state), m_frame(frame) {
         frame->count = static_cast<std::intptr_t>(slots);
         frame->previous = state.locals.current_locals_frame;
         for (std::size_t i = 0; i < slots; ++i)

@@ -1,5 +1,8 @@
 #include "maxscript/values.h"
 
+#include "maxscript/errors.h"
+#include "maxscript/runtime.h"
+
 #include <max/maxscript/streams.h>
 
 #include <array>
@@ -7,9 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <unordered_map>
-
-#include "maxscript/errors.h"
-#include "maxscript/runtime.h"
 
 namespace corrivane::host {
 
@@ -53,7 +53,8 @@ private:
 
 /// Keeps a static object from being destroyed: a library may still use it while the program ends.
 union Immortal {
-    constexpr Immortal(const ValueMetaClass& value_class, const char* printed) : value(value_class, printed) {}
+    constexpr Immortal(const ValueMetaClass& value_class, const char* printed)
+        : value(value_class, printed) {}
     ~Immortal() {}
     SingleValue value;
 };
@@ -89,7 +90,8 @@ bool numbers_equal(Value* left, Value* right, bool& comparable) {
     const auto* left_integer = value_as<IntegerValue>(left);
     const auto* right_integer = value_as<IntegerValue>(right);
     comparable = true;
-    if (left_integer != nullptr && right_integer != nullptr) return left_integer->number() == right_integer->number();
+    if (left_integer != nullptr && right_integer != nullptr)
+        return left_integer->number() == right_integer->number();
     const auto* left_float = value_as<FloatValue>(left);
     const auto* right_float = value_as<FloatValue>(right);
     comparable = (left_integer != nullptr || left_float != nullptr) &&
@@ -202,8 +204,9 @@ NameValue::~NameValue() {
 }
 
 void NameValue::sprin1(CharStream* stream) {
-    const bool plain = m_text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") ==
-                       std::string::npos;
+    const bool plain =
+        m_text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") ==
+        std::string::npos;
     const std::string printed = plain && !m_text.empty() ? "#" + m_text : "#'" + m_text + "'";
     stream->write(printed.data(), printed.size());
 }

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "maxscript/heap.h"
+#include "maxscript/script_value.h"
+
 #include <max/maxscript/value.h>
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "maxscript/heap.h"
-#include "maxscript/script_value.h"
 
 namespace corrivane::host {
 
@@ -72,7 +72,8 @@ private:
     float m_number;
 };
 
-/// `#text`. There is one object for one text, whatever its case, so names are equal when they are the same object.
+/// `#text`. There is one object for one text, whatever its case, so names are equal when they are the same
+/// object.
 class NameValue final : public Value {
 public:
     static constexpr const ValueMetaClass& metaclass = Name_class;
