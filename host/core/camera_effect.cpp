@@ -3,6 +3,7 @@
 #include "bitmap/float_bitmap.h"
 #include "core/class_ids.h"
 #include "core/scene_nodes.h"
+#include "core/units.h"
 #include "core/view_params.h"
 #include "render/multipass.h"
 
@@ -40,7 +41,7 @@ ViewParams* CameraEffect::Apply(INode* cameraNode, Object* /*cameraObject*/, int
         return nullptr;
     }
     if (m_effect.kind == MultipassEffect::Kind::motion_blur) {
-        const double ticks_per_frame = ticks_per_second / m_settings.frame_rate;
+        const int ticks_per_frame = ticks_per_second / m_settings.frame_rate;
         time += static_cast<TimeValue>(std::lround(multipass_frame_offset(m_effect, pass) * ticks_per_frame));
         return nullptr;
     }

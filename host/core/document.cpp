@@ -1,7 +1,7 @@
 #include "core/document.h"
 
 #include "core/class_ids.h"
-#include "core/view_params.h"
+#include "core/units.h"
 
 #include <cmath>
 #include <stdexcept>
@@ -11,8 +11,6 @@ namespace corrivane::host {
 namespace {
 
 constexpr int frames_without_animation = 100;
-constexpr int largest_side = 32768;
-constexpr int fastest_rate = static_cast<int>(ticks_per_second);
 
 int checked(const char* what, int number, int largest) {
     if (number < 1 || number > largest) {
@@ -28,7 +26,7 @@ int last_frame(const Scene& scene, int frame_rate) {
     }
     // A key's time is a float: it may lie a hair behind the frame that it means.
     constexpr double hair = 1e-3;
-    const double longest = INT32_MAX / ticks_per_second;
+    const double longest = to_seconds(INT32_MAX);
     const double seconds = std::min<double>(scene.duration, longest);
     return static_cast<int>(std::ceil(seconds * frame_rate - hair));
 }
@@ -54,7 +52,7 @@ Document::Document(std::shared_ptr<const Scene> scene, std::string file_name)
 }
 
 int Document::ticks_per_frame() const {
-    return static_cast<int>(ticks_per_second) / m_settings.frame_rate;
+    return ticks_per_second / m_settings.frame_rate;
 }
 
 void Document::set_animation_range(Interval range) {
@@ -65,16 +63,16 @@ void Document::set_animation_range(Interval range) {
 }
 
 void Document::set_frame_rate(int frames_per_second) {
-    m_settings.frame_rate = checked("the frame rate", frames_per_second, fastest_rate);
+    m_settings.frame_rate = checked("the frame rate", frames_per_second, ticks_per_second);
 }
 
 void Document::set_width(int pixels) {
-    m_settings.width = checked("the render width", pixels, largest_side);
+    m_settings.width = checked("the render width", pixels, largest_image_side);
     m_output.SetWidth(static_cast<std::uint16_t>(pixels));
 }
 
 void Document::set_height(int pixels) {
-    m_settings.height = checked("the render height", pixels, largest_side);
+    m_settings.height = checked("the render height", pixels, largest_image_side);
     m_output.SetHeight(static_cast<std::uint16_t>(pixels));
 }
 

@@ -1,6 +1,7 @@
 #include "core/render_session.h"
 
 #include "bitmap/float_bitmap.h"
+#include "core/units.h"
 #include "core/view_params.h"
 
 #include <max/core_interface.h>
@@ -15,14 +16,12 @@ namespace corrivane::host {
 
 namespace {
 
-constexpr int largest_side = 32768;
-
 RenderSession::Setup checked(RenderSession::Setup setup) {
     if (setup.render_type != RENDTYPE_NORMAL && setup.render_type != RENDTYPE_REGION) {
         throw std::invalid_argument("render type " + std::to_string(setup.render_type) + " is not known");
     }
     for (const int side : {setup.width, setup.height}) {
-        if (side < 1 || side > largest_side) {
+        if (side < 1 || side > largest_image_side) {
             throw std::invalid_argument("an image of " + std::to_string(setup.width) + "x" +
                                         std::to_string(setup.height) + " pixels cannot be rendered");
         }

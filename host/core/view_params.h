@@ -3,15 +3,8 @@
 #include "render/view.h"
 
 #include <max/renderer.h>
-#include <max/types.h>
 
 namespace corrivane::host {
-
-constexpr double ticks_per_second = 4800;
-
-constexpr double to_seconds(TimeValue time) {
-    return time / ticks_per_second;
-}
 
 /// A view as the core interface passes it on. `image_aspect` is the image's width over its height on the
 /// screen. An orthographic view's width does not fit into a ViewParams and is lost.
