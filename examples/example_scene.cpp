@@ -105,7 +105,7 @@ int add_stage(GltfBuilder& gltf) {
     return gltf.add_node({{"name", "StageSurface"}, {"translation", {0, 0.5f, 0}}}, stage);
 }
 
-void add_toys(GltfBuilder& gltf, int stage) {
+void add_moving_toys(GltfBuilder& gltf, int stage) {
     const int gold = gltf.add_material("Gold", {1.0f, 0.72f, 0.30f}, 1, 0.22f);
     const int knot = gltf.add_node({{"name", "Knot"},
                                     {"mesh", gltf.add_mesh("Knot", torus_knot(2, 3, 0.72f, 0.2f), gold)},
@@ -118,7 +118,9 @@ void add_toys(GltfBuilder& gltf, int stage) {
     const int ball_node =
         gltf.add_node({{"name", "Ball"}, {"mesh", gltf.add_mesh("Ball", sphere(0.5f), ball)}}, stage);
     bounce(gltf, ball_node, {1.75f, 0.5f, 0.35f}, 0.9f);
+}
 
+void add_standing_toys(GltfBuilder& gltf, int stage) {
     const int paper = gltf.add_material("Crate", {1, 1, 1}, 0, 0.5f, gltf.add_texture(png_uri(crate, 512)));
     gltf.add_node({{"name", "Crate"},
                    {"mesh", gltf.add_mesh("Crate", rounded_box({0.45f, 0.45f, 0.45f}, 0.18f), paper)},
@@ -257,7 +259,8 @@ int main(int argc, char** argv) {
         GltfBuilder gltf;
         add_studio(gltf);
         const int stage = add_stage(gltf);
-        add_toys(gltf, stage);
+        add_moving_toys(gltf, stage);
+        add_standing_toys(gltf, stage);
         add_bulbs(gltf, stage);
         add_lights(gltf);
         add_cameras(gltf);

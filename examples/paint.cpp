@@ -46,7 +46,7 @@ std::string png_uri(const Paint& paint, int side) {
                 paint((static_cast<float>(x) + 0.5f) * scale, (static_cast<float>(y) + 0.5f) * scale);
             for (int c = 0; c < 3; ++c) {
                 image.image.push_back(
-                    static_cast<unsigned char>(std::clamp(color[c], 0.0f, 1.0f) * 255 + 0.5f));
+                    static_cast<unsigned char>(std::lround(std::clamp(color[c], 0.0f, 1.0f) * 255)));
             }
             image.image.push_back(255);
         }

@@ -35,7 +35,7 @@ V3f knot_point(int p, int q, float radius, float t) {
 
 }  // namespace
 
-Shape mesh_sheet(const Sheet& sheet, int columns, int rows, V2f tiles) {
+Shape mesh_sheet(const Sheet& sheet, int columns, int rows, const V2f& tiles) {
     Shape shape;
     for (int row = 0; row <= rows; ++row) {
         for (int column = 0; column <= columns; ++column) {
@@ -61,7 +61,7 @@ Shape sphere(float radius) {
     return rounded_box({radius, radius, radius}, 1);
 }
 
-Shape rounded_box(V3f half_size, float exponent, int columns) {
+Shape rounded_box(const V3f& half_size, float exponent, int columns) {
     const auto sheet = [=](float u, float v) {
         const float around = 2 * pi * u;
         const float down = pi * v;
@@ -86,7 +86,7 @@ Shape torus_knot(int p, int q, float radius, float tube) {
     return mesh_sheet(sheet, 360, 28);
 }
 
-Shape turned(const std::vector<V2f>& profile, V2f tiles) {
+Shape turned(const std::vector<V2f>& profile, const V2f& tiles) {
     const auto sheet = [&](float u, float v) {
         const float at = std::clamp(v, 0.0f, 1.0f) * static_cast<float>(profile.size() - 1);
         const auto index = std::min(static_cast<std::size_t>(at), profile.size() - 2);

@@ -47,7 +47,7 @@ CameraRays::CameraRays(const View& view, int width, int height, float pixel_aspe
     m_up = axis(matrix, 1, {0, 1, 0}) * half_height;
 }
 
-Ray CameraRays::through(Imath::V2f point) const {
+Ray CameraRays::through(const Imath::V2f& point) const {
     const Imath::V3f across = m_right * (point.x * m_to_screen.x - 1) + m_up * (1 - point.y * m_to_screen.y);
     if (!m_perspective) return {m_eye + across, m_forward, m_near, m_far};
     const Imath::V3f towards = m_forward + across;

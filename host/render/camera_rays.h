@@ -12,7 +12,7 @@ public:
     CameraRays(const View& view, int width, int height, float pixel_aspect);
 
     /// Through that point of the image: pixels from the top left corner.
-    Ray through(Imath::V2f point) const;
+    Ray through(const Imath::V2f& point) const;
     /// A distance along a ray as a distance from the plane through the camera.
     float depth_of(const Ray& ray, float distance) const { return distance * ray.direction.dot(m_forward); }
 

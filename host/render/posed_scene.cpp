@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 namespace corrivane::host {
 
@@ -112,7 +112,8 @@ void PosedScene::add_geometry(const Primitive& primitive, unsigned id, RTCScene 
     const auto copy = [&](RTCBufferType type, RTCFormat format, const auto& elements) {
         void* buffer =
             rtcSetNewGeometryBuffer(geometry, type, 0, format, sizeof(elements[0]), elements.size());
-        if (buffer != nullptr) std::memcpy(buffer, elements.data(), elements.size() * sizeof(elements[0]));
+        using Element = std::decay_t<decltype(elements[0])>;
+        if (buffer != nullptr) std::copy(elements.begin(), elements.end(), static_cast<Element*>(buffer));
     };
     copy(RTC_BUFFER_TYPE_VERTEX, RTC_FORMAT_FLOAT3, primitive.positions);
     copy(RTC_BUFFER_TYPE_INDEX, RTC_FORMAT_UINT3, primitive.triangles);

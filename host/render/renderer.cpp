@@ -155,7 +155,8 @@ public:
           m_threads(thread_count(options)),
           m_bounds(bounds_of(*m_scene, pose_at(*m_scene, 0))) {
         // Fixed at the start, so that a moving object does not change the light elsewhere.
-        if (!m_bounds.isEmpty()) m_sky_reach = std::max(m_bounds.size().length() * 0.1f, 1e-6f);
+        const float size = m_bounds.isEmpty() ? 0 : m_bounds.size().length();
+        if (size > 0 && std::isfinite(size)) m_sky_reach = size * 0.1f;
     }
 
     const Scene& scene() const { return *m_scene; }

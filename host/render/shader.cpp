@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace corrivane::host {
@@ -64,7 +65,7 @@ Imath::C3f reflected(const Surface& surface, const Imath::V3f& towards_eye, cons
 }
 
 /// A direction around the normal, more likely the nearer to it, as Lambert's cosine has it.
-Imath::V3f cosine_direction(const Imath::V3f& normal, Imath::V2f point) {
+Imath::V3f cosine_direction(const Imath::V3f& normal, const Imath::V2f& point) {
     const float radius = std::sqrt(point.x);
     const float angle = 2 * pi * point.y;
     const Imath::V3f side = std::abs(normal.x) < 0.7f ? Imath::V3f(1, 0, 0) : Imath::V3f(0, 1, 0);

@@ -2,6 +2,7 @@
 
 #include "render/texture_lookup.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace corrivane::host {

@@ -63,7 +63,7 @@ float srgb_to_linear(std::uint8_t encoded) {
     return linear_table[encoded];
 }
 
-Imath::C4f look_up(const Scene& scene, const Texture& texture, Imath::V2f uv) {
+Imath::C4f look_up(const Scene& scene, const Texture& texture, const Imath::V2f& uv) {
     const TextureImage& image = scene.images[static_cast<std::size_t>(texture.image)];
     const float x = folded(uv.x, texture.wrap_u) * static_cast<float>(image.width);
     const float y = folded(uv.y, texture.wrap_v) * static_cast<float>(image.height);

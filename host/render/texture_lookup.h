@@ -11,6 +11,6 @@ float srgb_to_linear(std::uint8_t encoded);
 
 /// The texture's linear colour and alpha at glTF texture coordinates (v down from the top left corner),
 /// wrapped and filtered as it asks. Any coordinates give a colour; those that are not finite count as 0.
-Imath::C4f look_up(const Scene& scene, const Texture& texture, Imath::V2f uv);
+Imath::C4f look_up(const Scene& scene, const Texture& texture, const Imath::V2f& uv);
 
 }  // namespace corrivane::host

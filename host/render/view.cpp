@@ -23,7 +23,9 @@ View framing_view(const Scene& scene, float image_aspect) {
 }
 
 View framing_view(const Imath::Box3f& bounds, float image_aspect) {
-    const Imath::Box3f box = bounds.isEmpty() ? Imath::Box3f(Imath::V3f(-1), Imath::V3f(1)) : bounds;
+    // A scene may also be so far away or so large that its size is no float.
+    const bool usable = !bounds.isEmpty() && std::isfinite(bounds.size().length() + bounds.center().length());
+    const Imath::Box3f box = usable ? bounds : Imath::Box3f(Imath::V3f(-1), Imath::V3f(1));
     const Imath::V3f center = box.center();
     const float radius = std::max(box.size().length() / 2, 1e-6f);
 

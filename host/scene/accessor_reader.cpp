@@ -1,5 +1,6 @@
 #include "scene/accessor_reader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>

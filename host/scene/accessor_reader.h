@@ -5,6 +5,7 @@
 #include <ImathColor.h>
 #include <ImathVec.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>

@@ -100,6 +100,7 @@ std::string parse(const std::vector<unsigned char>& bytes, ExternalFiles& files,
 
 /// The declared lengths of the external buffers, for those that are not there: tinygltf wants a file of that
 /// size.
+/// tinygltf has parsed the text as an object before.
 void add_stand_ins(std::string_view json, ExternalFiles& files) {
     const auto document = nlohmann::json::parse(json, nullptr, false);
     for (const auto& buffer : document.value("buffers", nlohmann::json::array())) {
@@ -121,7 +122,7 @@ void check_extensions(LoadContext& context, const tinygltf::Model& model) {
 
 void report_missing_files(LoadContext& context, const ExternalFiles& files) {
     for (const auto& [name, why] : files.missing()) {
-        context.missing(MissingKind::external_file, name, name + ": " + why);
+        context.missing(MissingKind::external_file, name, std::string(name).append(": ").append(why));
     }
 }
 

@@ -1,7 +1,5 @@
 #include "scene/scene.h"
 
-#include <ImathMatrixAlgo.h>
-
 #include <algorithm>
 #include <cmath>
 

@@ -1,6 +1,8 @@
 #include "scene/part_readers.h"
 
 #include <algorithm>
+#include <functional>
+#include <optional>
 
 namespace corrivane::host {
 

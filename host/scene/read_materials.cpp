@@ -1,9 +1,7 @@
 #include "scene/image_decoder.h"
 #include "scene/part_readers.h"
 
-#include <algorithm>
 #include <cmath>
-#include <optional>
 
 namespace corrivane::host {
 

@@ -1,8 +1,7 @@
 #include "scene/part_readers.h"
 #include "scene/settings_reader.h"
 
-#include <cmath>
-#include <functional>
+#include <algorithm>
 #include <numbers>
 
 namespace corrivane::host {

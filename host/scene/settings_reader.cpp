@@ -2,9 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
+#include <utility>
 
 namespace corrivane::host {
 
