@@ -1,0 +1,77 @@
+#include "bitmap_test_support.h"
+
+#include "bitmap/image_module.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace corrivane::host {
+
+namespace {
+
+/// The tests do not lie beside the module, as the programs do.
+[[maybe_unused]] const bool module_chosen = (set_image_module_path(CORRIVANE_IMAGE_MODULE), true);
+
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() {
+    std::string name = std::filesystem::temp_directory_path() / "corrivane-bitmap-XXXXXX";
+    if (!mkdtemp(name.data())) throw std::runtime_error("cannot make " + name);
+    m_path = name;
+    std::filesystem::permissions(m_path, std::filesystem::perms(0755));
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+std::vector<std::string> TemporaryFolder::entries() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(m_path)) {
+        names.push_back(entry.path().filename());
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+OwnedBitmap make_pattern(int width, int height) {
+    OwnedBitmap bitmap(FloatBitmap::make(width, height));
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const float across = float(x) / float(width);
+            const float down = float(y) / float(height);
+            bitmap->row(y)[x] = {across, down, float((x * 7 + y * 13) % 101) / 100,
+                                 0.5F * (across + down) / 2};
+        }
+    }
+    return bitmap;
+}
+
+BitmapInfo describe(const std::string& name, int image_type) {
+    BitmapInfo info;
+    info.SetName(name.c_str());
+    info.SetType(image_type);
+    info.SetFlags(MAP_HAS_ALPHA);
+    return info;
+}
+
+BMMRES save(FloatBitmap& bitmap, const BitmapInfo& info) {
+    if (const BMMRES code = bitmap.OpenOutput(info)) return code;
+    if (const BMMRES code = bitmap.Write(info, BMM_SINGLEFRAME)) return code;
+    return bitmap.Close(info, 0);
+}
+
+std::string read_file(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void write_file(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+}  // namespace corrivane::host

@@ -1,0 +1,144 @@
+#include "bitmap/float_bitmap.h"
+
+#include "bitmap_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+
+namespace corrivane::host {
+namespace {
+
+bool same(const BMM_Color_fl& left, const BMM_Color_fl& right) {
+    return left.r == right.r && left.g == right.g && left.b == right.b && left.a == right.a;
+}
+
+BitmapInfo sized(int width, int height) {
+    BitmapInfo info;
+    info.SetWidth(std::uint16_t(width));
+    info.SetHeight(std::uint16_t(height));
+    return info;
+}
+
+TEST(FloatBitmap, IsCreatedBlackInContiguousAlignedRows) {
+    const std::int64_t before = live_bitmaps();
+    for (const auto& [width, height] : {std::pair{1, 1}, {37, 19}, {1920, 1080}, {65535, 1}, {1, 65535}}) {
+        OwnedBitmap bitmap(dynamic_cast<FloatBitmap*>(TheManager->Create(sized(width, height))));
+        ASSERT_TRUE(bitmap);
+        EXPECT_EQ(live_bitmaps(), before + 1);
+        EXPECT_EQ(bitmap->Width(), width);
+        EXPECT_EQ(bitmap->Height(), height);
+        EXPECT_TRUE(bitmap->HasStorage());
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bitmap->pixels()) % 4096, 0U);
+        EXPECT_EQ(bitmap->FloatRow(height - 1), bitmap->pixels() + std::ptrdiff_t(height - 1) * width);
+        EXPECT_TRUE(same(bitmap->pixels()[std::ptrdiff_t(width) * height - 1], {0, 0, 0, 0}));
+    }
+    EXPECT_EQ(live_bitmaps(), before);
+}
+
+TEST(FloatBitmap, AbsurdSizesGiveNull) {
+    const BitmapCounts before = bitmap_counts();
+    for (const auto& [width, height] : {std::pair{0, 0}, {0, 10}, {10, 0}, {65535, 65535}}) {
+        EXPECT_EQ(TheManager->Create(sized(width, height)), nullptr) << width << " x " << height;
+    }
+    for (const auto& [width, height] :
+         {std::pair{-1, 10}, {10, -1}, {INT_MAX, INT_MAX}, {INT_MIN, INT_MIN}}) {
+        EXPECT_EQ(FloatBitmap::make(width, height), nullptr) << width << " x " << height;
+    }
+    EXPECT_EQ(bitmap_counts().created, before.created);
+}
+
+TEST(FloatBitmap, ReadsOutsideTheImageAreRefused) {
+    const OwnedBitmap bitmap = make_pattern(8, 4);
+    BMM_Color_fl pixels[8];
+    const struct {
+        int x, y, count;
+        bool allowed;
+    } cases[] = {
+        {0, 0, 8, true},        {7, 3, 1, true},   {3, 2, 0, true},        {8, 0, 0, true},
+        {0, 0, 9, false},       {1, 0, 8, false},  {-1, 0, 2, false},      {0, -1, 1, false},
+        {0, 4, 1, false},       {0, 0, -1, false}, {INT_MAX, 0, 1, false}, {2, 0, INT_MAX, false},
+        {INT_MIN, 0, 1, false},
+    };
+    for (const auto& [x, y, count, allowed] : cases) {
+        EXPECT_EQ(bitmap->GetPixels(x, y, count, pixels), allowed) << x << " " << y << " " << count;
+    }
+    ASSERT_TRUE(bitmap->GetPixels(5, 2, 3, pixels));
+    EXPECT_TRUE(same(pixels[0], bitmap->row(2)[5]));
+    EXPECT_TRUE(same(pixels[2], bitmap->row(2)[7]));
+    EXPECT_EQ(bitmap->FloatRow(-1), nullptr);
+    EXPECT_EQ(bitmap->FloatRow(4), nullptr);
+}
+
+/// What the copy must give, pixel by pixel.
+void expect_placed(const FloatBitmap& target, const FloatBitmap& source, int left, int top,
+                   BMM_Color_fl fill) {
+    for (std::int64_t y = 0; y < target.Height(); ++y) {
+        for (std::int64_t x = 0; x < target.Width(); ++x) {
+            const std::int64_t from_x = x - left;
+            const std::int64_t from_y = y - top;
+            const bool covered =
+                from_x >= 0 && from_y >= 0 && from_x < source.Width() && from_y < source.Height();
+            const BMM_Color_fl expected = covered ? source.row(int(from_y))[from_x] : fill;
+            ASSERT_TRUE(same(target.row(int(y))[x], expected))
+                << x << ", " << y << " with source at " << left << ", " << top;
+        }
+    }
+}
+
+TEST(FloatBitmap, CopyPlacesTheSourceAndFillsTheRest) {
+    const BMM_Color_fl fill{-1, -2, -3, -4};
+    for (const auto& [width, height] : {std::pair{5, 4}, {12, 9}, {3, 11}, {1, 1}}) {
+        const OwnedBitmap source = make_pattern(width, height);
+        for (const int left : {INT_MIN, -12, -5, -4, -1, 0, 1, 3, 6, 7, INT_MAX}) {
+            for (const int top : {INT_MIN, -9, -4, -3, 0, 2, 5, 6, INT_MAX}) {
+                const OwnedBitmap target = make_pattern(7, 6);
+                BitmapInfo info;
+                info.SetCustomFlags(BMM_CUSTOM_POSITION);
+                info.SetCustomX(left);
+                info.SetCustomY(top);
+                target->CopyImage(*source, COPY_IMAGE_USE_CUSTOM, fill, info);
+                expect_placed(*target, *source, left, top, fill);
+            }
+        }
+    }
+}
+
+TEST(FloatBitmap, CopyIgnoresAPositionThatIsNotAskedFor) {
+    const OwnedBitmap source = make_pattern(5, 4);
+    const OwnedBitmap target = make_pattern(7, 6);
+    BitmapInfo info;
+    info.SetCustomX(2);
+    info.SetCustomY(2);
+    target->CopyImage(*source, COPY_IMAGE_USE_CUSTOM, {0, 0, 0, 0}, info);
+    expect_placed(*target, *source, 0, 0, {0, 0, 0, 0});
+}
+
+TEST(FloatBitmap, WindowIsRecordedUntilItsBitmapTakesItAway) {
+    const int before = last_frame_buffer_window().number;
+    OwnedBitmap first = make_pattern(8, 4);
+    const OwnedBitmap second = make_pattern(3, 2);
+    first->Display(nullptr, 5, false, true, nullptr, nullptr);
+    second->UnDisplay();
+    EXPECT_EQ(last_frame_buffer_window().number, before + 1);
+    EXPECT_EQ(last_frame_buffer_window().title, "");
+    EXPECT_EQ(last_frame_buffer_window().position, 5);
+    EXPECT_FALSE(last_frame_buffer_window().autonomous);
+    EXPECT_TRUE(last_frame_buffer_window().save_button);
+    EXPECT_EQ(last_frame_buffer_window().width, 8);
+    EXPECT_EQ(last_frame_buffer_window().height, 4);
+    EXPECT_TRUE(last_frame_buffer_window().open);
+    first.reset();
+    EXPECT_FALSE(last_frame_buffer_window().open);
+
+    second->Display("pass 2", 0, true, false, nullptr, nullptr);
+    EXPECT_EQ(last_frame_buffer_window().number, before + 2);
+    EXPECT_EQ(last_frame_buffer_window().title, "pass 2");
+    EXPECT_TRUE(last_frame_buffer_window().open);
+    second->UnDisplay();
+    EXPECT_FALSE(last_frame_buffer_window().open);
+}
+
+}  // namespace
+}  // namespace corrivane::host

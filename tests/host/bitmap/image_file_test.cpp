@@ -1,0 +1,202 @@
+// What is in the files, as the image library reads them.
+
+#include "bitmap_test_support.h"
+
+#include <OpenImageIO/imageio.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace corrivane::host {
+namespace {
+
+struct StoredImage {
+    OIIO::ImageSpec spec;
+    std::vector<float> samples;
+
+    const float* pixel(int x, int y) const {
+        return &samples[(std::size_t(y) * spec.width + x) * spec.nchannels];
+    }
+};
+
+/// The pixels as stored: not multiplied by alpha.
+StoredImage read_image(const std::string& path) {
+    OIIO::ImageSpec as_stored;
+    as_stored.attribute("oiio:UnassociatedAlpha", 1);
+    const auto input = OIIO::ImageInput::open(path, &as_stored);
+    if (!input) throw std::runtime_error(OIIO::geterror());
+    StoredImage image{input->spec(),
+                      std::vector<float>(input->spec().image_pixels() * input->spec().nchannels)};
+    if (!input->read_image(0, 0, 0, image.spec.nchannels, OIIO::TypeFloat, image.samples.data())) {
+        throw std::runtime_error(input->geterror());
+    }
+    return image;
+}
+
+/// What a sample of that type holds for `value`.
+float stored(float value, OIIO::TypeDesc type) {
+    if (type == OIIO::TypeFloat) return value;
+    if (type == OIIO::TypeHalf) {
+        std::uint16_t half = 0;
+        OIIO::convert_pixel_values(OIIO::TypeFloat, &value, OIIO::TypeHalf, &half, 1);
+        OIIO::convert_pixel_values(OIIO::TypeHalf, &half, OIIO::TypeFloat, &value, 1);
+        return value;
+    }
+    const float largest = type == OIIO::TypeUInt8 ? 255.0F : 65535.0F;
+    if (std::isnan(value)) return 0;
+    return std::floor(std::clamp(value, 0.0F, 1.0F) * largest + 0.5F) / largest;
+}
+
+/// Far below the step between two samples; the reader's conversion to floats is a bit off.
+constexpr float exact = 1e-7F;
+
+void expect_stored(const StoredImage& image, const FloatBitmap& bitmap, float tolerance = exact) {
+    for (int y = 0; y < bitmap.Height(); ++y) {
+        for (int x = 0; x < bitmap.Width(); ++x) {
+            const float* source = &bitmap.row(y)[x].r;
+            for (int channel = 0; channel < image.spec.nchannels; ++channel) {
+                const float expected = stored(source[channel], image.spec.format);
+                const float actual = image.pixel(x, y)[channel];
+                if (std::isnan(expected) && std::isnan(actual)) continue;
+                if (expected == actual) continue;  // infinities too
+                ASSERT_NEAR(actual, expected, tolerance) << x << ", " << y << " channel " << channel;
+            }
+        }
+    }
+}
+
+/// Values that no integer holds, in the first row.
+void add_extremes(FloatBitmap& bitmap) {
+    const float infinity = std::numeric_limits<float>::infinity();
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    bitmap.row(0)[0] = {nan, infinity, -infinity, 1};
+    bitmap.row(0)[1] = {-0.25F, 3.5F, 1e30F, nan};
+    bitmap.row(0)[2] = {0.5F / 255, 0.5F / 65535, 1, 65504};
+    bitmap.row(0)[3] = {-0.0F, 1e-30F, 70000, -1e30F};
+}
+
+struct FormatCase {
+    const char* name;
+    int image_type;
+    OIIO::TypeDesc format;
+    bool keeps_aspect;
+};
+
+constexpr int eight_bit_type = 0;
+
+TEST(ImageFile, HoldsThePixelsInTheDepthThatTheTypeAsksFor) {
+    const FormatCase cases[] = {
+        {"a.png", eight_bit_type, OIIO::TypeUInt8, true},
+        {"a.png", BMM_TRUE_64, OIIO::TypeUInt16, true},
+        {"a.png", BMM_FLOAT_RGBA_32, OIIO::TypeUInt16, true},
+        {"a.bmp", BMM_TRUE_64, OIIO::TypeUInt8, false},
+        {"a.tga", BMM_TRUE_64, OIIO::TypeUInt8, true},
+        {"a.tif", eight_bit_type, OIIO::TypeUInt8, true},
+        {"a.tiff", BMM_TRUE_64, OIIO::TypeUInt16, true},
+        {"a.tif", BMM_FLOAT_RGBA_32, OIIO::TypeFloat, true},
+        {"a.exr", eight_bit_type, OIIO::TypeHalf, true},
+        {"a.exr", BMM_TRUE_64, OIIO::TypeHalf, true},
+        {"a.exr", BMM_FLOAT_RGBA_32, OIIO::TypeFloat, true},
+    };
+    const TemporaryFolder folder;
+    const OwnedBitmap bitmap = make_pattern(37, 150);
+    add_extremes(*bitmap);
+    for (const auto& [name, type, format, keeps_aspect] : cases) {
+        SCOPED_TRACE(std::string(name) + " of type " + std::to_string(type));
+        BitmapInfo info = describe(folder / name, type);
+        info.SetAspect(1.25F);
+        ASSERT_EQ(save(*bitmap, info), BMMRES_SUCCESS);
+        const StoredImage image = read_image(folder / name);
+        EXPECT_EQ(image.spec.width, 37);
+        EXPECT_EQ(image.spec.height, 150);
+        EXPECT_EQ(image.spec.format, format);
+        EXPECT_EQ(image.spec.nchannels, 4);
+        if (keeps_aspect) {
+            EXPECT_NEAR(image.spec.get_float_attribute("PixelAspectRatio"), 1.25F, 0.01F);
+        }
+        expect_stored(image, *bitmap);
+    }
+}
+
+TEST(ImageFile, JpegIsCloseToTheColoursWithoutAlpha) {
+    const TemporaryFolder folder;
+    const OwnedBitmap bitmap(FloatBitmap::make(64, 48));
+    for (int y = 0; y < 48; ++y) {
+        for (int x = 0; x < 64; ++x)
+            bitmap->row(y)[x] = {float(x) / 64, float(y) / 48, 0.25F, 0.1F};
+    }
+    BitmapInfo info = describe(folder / "a.jpg");
+    info.SetAspect(1.25F);
+    ASSERT_EQ(save(*bitmap, info), BMMRES_SUCCESS);
+    const StoredImage image = read_image(folder / "a.jpg");
+    EXPECT_EQ(image.spec.nchannels, 3);
+    // The library's reader turns the ratio round; the densities are in the file.
+    EXPECT_EQ(image.spec.get_float_attribute("YResolution"),
+              1.25F * image.spec.get_float_attribute("XResolution"));
+    expect_stored(image, *bitmap, 0.04F);
+}
+
+TEST(ImageFile, AlphaStaysOutWhenTheDescriptionHasNone) {
+    const TemporaryFolder folder;
+    const OwnedBitmap bitmap = make_pattern(37, 19);
+    for (const char* name : {"a.png", "a.bmp", "a.tga", "a.tif", "a.exr"}) {
+        SCOPED_TRACE(name);
+        BitmapInfo info;
+        info.SetName((folder / name).c_str());
+        info.SetAspect(std::numeric_limits<float>::quiet_NaN());
+        ASSERT_EQ(save(*bitmap, info), BMMRES_SUCCESS);
+        const StoredImage image = read_image(folder / name);
+        EXPECT_EQ(image.spec.nchannels, 3);
+        expect_stored(image, *bitmap);
+    }
+}
+
+TEST(ImageFile, AlphaSplitWritesAGreyCompanionOfTgaFilesOnly) {
+    const TemporaryFolder folder;
+    const OwnedBitmap bitmap = make_pattern(37, 19);
+    set_tga_alpha_split(true);
+    const BMMRES tga = save(*bitmap, describe(folder / "beauty0001.tga"));
+    const BMMRES png = save(*bitmap, describe(folder / "beauty0001.png"));
+    set_tga_alpha_split(false);
+    ASSERT_EQ(tga, BMMRES_SUCCESS);
+    ASSERT_EQ(png, BMMRES_SUCCESS);
+    EXPECT_EQ(folder.entries(),
+              (std::vector<std::string>{"A_beauty0001.tga", "beauty0001.png", "beauty0001.tga"}));
+
+    const StoredImage image = read_image(folder / "beauty0001.tga");
+    EXPECT_EQ(image.spec.nchannels, 3);
+    expect_stored(image, *bitmap);
+
+    const StoredImage alpha = read_image(folder / "A_beauty0001.tga");
+    ASSERT_EQ(alpha.spec.nchannels, 1);
+    for (int y = 0; y < 19; ++y) {
+        for (int x = 0; x < 37; ++x) {
+            ASSERT_NEAR(alpha.pixel(x, y)[0], stored(bitmap->row(y)[x].a, OIIO::TypeUInt8), exact)
+                << x << ", " << y;
+        }
+    }
+}
+
+TEST(ImageFile, SmallestAndLongestSidesAreWritten) {
+    const TemporaryFolder folder;
+    for (const auto& [width, height] : {std::pair{1, 1}, {65535, 1}, {1, 65535}}) {
+        const OwnedBitmap bitmap = make_pattern(width, height);
+        for (const char* name : {"a.png", "a.bmp", "a.tga", "a.tif", "a.exr"}) {
+            SCOPED_TRACE(name);
+            ASSERT_EQ(save(*bitmap, describe(folder / name)), BMMRES_SUCCESS);
+            const StoredImage image = read_image(folder / name);
+            EXPECT_EQ(image.spec.width, width);
+            EXPECT_EQ(image.spec.height, height);
+            expect_stored(image, *bitmap);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace corrivane::host

@@ -1,0 +1,83 @@
+#include "bitmap/image_names.h"
+
+#include <max/bitmap.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+namespace corrivane::host {
+namespace {
+
+TEST(ImageNames, NumberGoesInFrontOfTheExtensionOfTheLastElement) {
+    const struct {
+        const char* name;
+        int frame;
+        const char* numbered;
+    } cases[] = {
+        {"beauty.png", 7, "beauty0007.png"},
+        {"beauty.png", -3, "beauty-0003.png"},
+        {"beauty.png", 12345, "beauty12345.png"},
+        {"beauty.png", INT_MIN, "beauty-2147483648.png"},
+        {"beauty.0001.exr", 2, "beauty.00010002.exr"},
+        {"beauty", 7, "beauty0007"},
+        {"C:\\out.v2\\beauty", 7, "C:\\out.v2\\beauty0007"},
+        {"C:/out.v2/beauty", 7, "C:/out.v2/beauty0007"},
+        {"C:\\out.v2\\beauty.tga", 0, "C:\\out.v2\\beauty0000.tga"},
+        {"\\\\server\\share.d\\x.bmp", 10, "\\\\server\\share.d\\x0010.bmp"},
+        {"beauty.", 1, "beauty0001."},
+        {".png", 1, "0001.png"},
+        {"", 1, "0001"},
+    };
+    for (const auto& [name, frame, expected] : cases) {
+        char numbered[BMM_MAX_PATH] = "before";
+        EXPECT_TRUE(BMMCreateNumberedFilename(name, frame, numbered)) << name;
+        EXPECT_STREQ(numbered, expected);
+    }
+}
+
+TEST(ImageNames, NumberedNameMustFitWithItsTerminatingZero) {
+    const std::string fits(BMM_MAX_PATH - 1 - 4 - 4, 'a');
+    char numbered[BMM_MAX_PATH];
+    EXPECT_TRUE(BMMCreateNumberedFilename((fits + ".png").c_str(), 1, numbered));
+    EXPECT_EQ(std::string(numbered), fits + "0001.png");
+    EXPECT_FALSE(BMMCreateNumberedFilename((fits + ".png").c_str(), -1, numbered));
+    EXPECT_STREQ(numbered, "");
+    EXPECT_FALSE(BMMCreateNumberedFilename(std::string(100000, 'a').c_str(), 1, numbered));
+    EXPECT_FALSE(BMMCreateNumberedFilename(nullptr, 1, numbered));
+}
+
+TEST(ImageNames, FormatFollowsTheExtension) {
+    const struct {
+        const char* name;
+        const char* format;
+    } cases[] = {
+        {"a.png", "PNG"},
+        {"a.PNG", "PNG"},
+        {"C:\\x\\a.Jpg", "JPEG"},
+        {"a.jpeg", "JPEG"},
+        {"a.bmp", "BMP"},
+        {"a.tga", "Targa"},
+        {"a.tif", "TIFF"},
+        {"a.tiff", "TIFF"},
+        {"a.exr", "OpenEXR"},
+        {"a.b.exr", "OpenEXR"},
+        {"a", ""},
+        {"a.", ""},
+        {"", ""},
+        {"a.png\\b", ""},
+        {"a.pngx", ""},
+        {"a.pn", ""},
+        {"a.png.txt", ""},
+        {".exr", "OpenEXR"},
+    };
+    for (const auto& [name, format] : cases) {
+        EXPECT_STREQ(BMMFormatName(name), format) << name;
+        EXPECT_EQ(image_format(name).has_value(), *format != '\0') << name;
+    }
+    EXPECT_STREQ(BMMFormatName(nullptr), "");
+}
+
+}  // namespace
+}  // namespace corrivane::host

@@ -1,0 +1,144 @@
+#include "script_fixture.h"
+#include "support/temporary_folder.h"
+
+namespace corrivane::host {
+
+namespace {
+
+using HostNamesTest = ScriptTest;
+CORRIVANE_SCRIPT_TEST(HostNamesTest);
+
+TEST_P(HostNamesTest, FunctionsReachTheHost) {
+    define_function("standin.note", [](Arguments& arguments) {
+        arguments.require(1, 4);
+        std::string text = arguments.text(0);
+        if (arguments.count() > 1) text += std::to_string(arguments.integer(1));
+        if (arguments.count() > 2) text += std::to_string(static_cast<int>(arguments.number(2) * 10));
+        if (arguments.count() > 3) text += arguments.boolean(3) ? "t" : "f";
+        if (Value* extra = arguments.keyword("extra")) text += to_text(extra);
+        return make_string(text);
+    });
+    define_function("fails", [](Arguments&) -> Value* { throw std::runtime_error("no such thing"); });
+    define_function("raises", [](Arguments&) -> Value* { throw RuntimeError("raised"); });
+    expect_values({
+        {"standin.note \"a\"", "\"a\""},
+        {"Standin.Note #b 2 1.5 false extra:\"x\"", "\"b215fx\""},
+    });
+    expect_errors({
+        {"standin.note()", "-- Argument count error: standin.note wanted 1 to 4, got 0; line: 1"},
+        {"standin.note 5", "-- Unable to convert: 5 to type: String; line: 1"},
+        {"standin.note \"a\" #b", "-- Unable to convert: #b to type: Integer; line: 1"},
+        {"standin.missing 1", "-- Unknown property: \"missing\" in #Struct:standin; line: 1"},
+        {"standin.note = 1", "-- Runtime error: Cannot assign to read-only variable: note; line: 1"},
+        {"\nfails()", "-- Runtime error: no such thing; line: 2"},
+        {"\n\nraises()", "-- Runtime error: raised; line: 3"},
+    });
+}
+
+TEST_P(HostNamesTest, VariablesAreComputed) {
+    int width = 640;
+    define_variable(
+        "renderWidth", [&] { return make_integer(width); }, [&](Value* value) { width = to_integer(value); });
+    define_variable("maxOps.version", [] { return make_float(9.5F); });
+    define_variable(
+        "badCamera", []() -> Value* { throw RuntimeError("no camera"); },
+        [](Value*) { throw std::invalid_argument("not writable"); });
+    expect_errors({{"1\nbadCamera", "-- Runtime error: no camera; line: 2"},
+                   {"1\n\nbadCamera = 5", "-- Runtime error: not writable; line: 3"}});
+    expect_values({{"renderWidth *= 2; renderWidth", "1280"},
+                   {"fn w = renderwidth + 1\nw()", "1281"},
+                   {"maxOps.version", "9.5"}});
+    EXPECT_EQ(width, 1280);
+    expect_errors({
+        {"renderWidth = \"x\"", "-- Unable to convert: \"x\" to type: Integer; line: 1"},
+        {"maxOps.version = 1", "-- Runtime error: Cannot assign to read-only variable: version; line: 1"},
+    });
+}
+
+TEST_P(HostNamesTest, ValuesComeFromTheHost) {
+    Rooted arguments(make_dictionary());
+    set_in_dictionary(arguments.get(), "port", make_string("7000"));
+    set_in_dictionary(arguments.get(), "count", make_integer(3));
+    define_constant("maxOps.mxsCmdLineArgs", arguments.get());
+    Rooted names(make_array({"a", "b"}));
+    append_to_array(names.get(), make_name("c"));
+    define_constant("nodeNames", names.get());
+    expect_values({
+        {"maxOps.mxsCmdLineArgs[#port]", "\"7000\""},
+        {"maxOps.mxsCmdLineArgs[\"COUNT\"] + 1", "4"},
+        {"maxOps.mxsCmdLineArgs[#other]", "undefined"},
+        {"maxOps.mxsCmdLineArgs.keys", "#(#port, #count)"},
+        {"nodeNames", "#(\"a\", \"b\", #c)"},
+    });
+}
+
+TEST_P(HostNamesTest, CallbacksRunInOrder) {
+    value_of(
+        "seen = #()\n"
+        "callbacks.addScript #preRenderFrame \"append seen 1\" id:#one\n"
+        "callbacks.addScript #postRenderFrame \"append seen 9\" id:#one\n"
+        "callbacks.addScript #preRenderFrame \"append seen 2; callbacks.removeScripts id:#two\" id:#two");
+    run_callbacks("preRenderFrame");
+    run_callbacks("PostRenderFrame");
+    run_callbacks("preRenderFrame");
+    EXPECT_EQ(value_of("seen"), "#(1, 2, 9, 1)");
+    value_of("callbacks.removeScripts #preRenderFrame id:#one");
+    run_callbacks("preRenderFrame");
+    EXPECT_EQ(value_of("seen"), "#(1, 2, 9, 1)");
+    expect_errors({
+        {"callbacks.addScript #never \"1\"",
+         "-- Runtime error: callbacks.addScript: this host has no callback #never; line: 1"},
+        {"callbacks.addScript \"preRenderFrame\" \"1\"",
+         "-- Unable to convert: \"preRenderFrame\" to type: Name; line: 1"},
+        {"callbacks.removeScripts()",
+         "-- Runtime error: callbacks.removeScripts requires a callback's name or id:; line: 1"},
+    });
+}
+
+TEST_P(HostNamesTest, ErrorsInCallbacksReachTheCaller) {
+    value_of(
+        "ran = 0\ncallbacks.addScript #preRenderFrame \"throw \\\"stop\\\"\"\n"
+        "callbacks.addScript #preRenderFrame \"ran += 1\"");
+    try {
+        run_callbacks("preRenderFrame");
+        FAIL() << "no error";
+    } catch (MAXScriptException& error) {
+        EXPECT_EQ(error_description(error), "-- Runtime error: stop; line: 1");
+    }
+    EXPECT_EQ(value_of("ran"), "0");
+    // A callback that runs inside a function of a script, and runs callbacks itself.
+    define_function("renderNow", [](Arguments&) -> Value* {
+        run_callbacks("postRenderFrame");
+        return &ok;
+    });
+    value_of("depth = 0\ncallbacks.addScript #postRenderFrame \"depth += 1; if depth < 5 do renderNow()\"");
+    EXPECT_EQ(value_of("renderNow(); depth"), "5");
+}
+
+TEST(RuntimeTest, LogsTheListenerAndForgetsEverythingWhenItEnds) {
+    const test::TemporaryFolder folder;
+    {
+        const MaxScriptRuntime runtime({.listener_log = folder / "log", .listener_to_stdout = false});
+        EXPECT_EQ(run_text("remembered = 5; print \"logged\"").text, "\"logged\"");
+    }
+    EXPECT_EQ(test::read_file(folder / "log"), "\"logged\"\n");
+    const MaxScriptRuntime runtime({.listener_to_stdout = false, .file_access = false});
+    EXPECT_EQ(run_text("remembered").text, "undefined");
+    EXPECT_EQ(run_text("getFiles \"*\"").text, "-- Runtime error: scripts may not use files here; line: 1");
+    EXPECT_EQ(run_text("fileIn \"a.ms\"").text, "-- Runtime error: scripts may not use files here; line: 1");
+    EXPECT_THROW(MaxScriptRuntime(RuntimeOptions{}), std::logic_error);
+}
+
+TEST(RuntimeTest, NamesTheLogThatCannotBeOpened) {
+    try {
+        const MaxScriptRuntime runtime(RuntimeOptions{.listener_log = "/nowhere/log"});
+        FAIL() << "started";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(),
+                     "The Listener's log /nowhere/log cannot be opened: No such file or directory");
+    }
+}
+
+}  // namespace
+
+}  // namespace corrivane::host

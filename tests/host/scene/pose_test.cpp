@@ -1,0 +1,104 @@
+#include "scene/scene.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+namespace corrivane::host {
+namespace {
+
+using Channel = AnimationChannel;
+constexpr float pi = std::numbers::pi_v<float>;
+
+Scene scene_with(Channel channel) {
+    Scene scene;
+    scene.nodes.resize(2);
+    scene.nodes[0].transform.translation = {0, 10, 0};
+    scene.nodes[1].parent = 0;
+    scene.nodes[0].children = {1};
+    channel.node = 1;
+    scene.channels = {std::move(channel)};
+    return scene;
+}
+
+void expect_near(const Imath::V3f& actual, const Imath::V3f& expected, const std::string& what) {
+    for (int c = 0; c < 3; ++c)
+        EXPECT_NEAR(actual[c], expected[c], 1e-4f) << what << ", component " << c;
+}
+
+TEST(Pose, InterpolatesTranslations) {
+    struct Case {
+        Channel::Interpolation interpolation;
+        double seconds;
+        float x;
+    };
+    // Keys at 1 and 3 seconds; the spline leaves at speed 4 and arrives at rest.
+    const std::vector<Imath::V4f> values = {{2, 0, 0, 0}, {6, 0, 0, 0}};
+    const std::vector<Imath::V4f> spline = {{0, 0, 0, 0}, {2, 0, 0, 0}, {4, 0, 0, 0},
+                                            {0, 0, 0, 0}, {6, 0, 0, 0}, {0, 0, 0, 0}};
+    for (const Case& c : {
+             Case{Channel::Interpolation::step, 0, 2},
+             Case{Channel::Interpolation::step, 2.99, 2},
+             Case{Channel::Interpolation::step, 3, 6},
+             Case{Channel::Interpolation::linear, -5, 2},
+             Case{Channel::Interpolation::linear, 1, 2},
+             Case{Channel::Interpolation::linear, 1.5, 3},
+             Case{Channel::Interpolation::linear, 100, 6},
+             Case{Channel::Interpolation::cubic_spline, 1, 2},
+             Case{Channel::Interpolation::cubic_spline, 2, 5},  // (2 + 6) / 2 + 2 s * 4 / 8
+             Case{Channel::Interpolation::cubic_spline, 3, 6},
+         }) {
+        const bool cubic = c.interpolation == Channel::Interpolation::cubic_spline;
+        const Scene scene =
+            scene_with({-1, Channel::Path::translation, c.interpolation, {1, 3}, cubic ? spline : values});
+        const Pose pose = pose_at(scene, c.seconds);
+        expect_near(pose[1].translation(), {c.x, 10, 0}, "at " + std::to_string(c.seconds));
+    }
+}
+
+TEST(Pose, TurnsTheShortWayAtEvenSpeed) {
+    const float half = std::sqrt(0.5f);
+    // A quarter turn about y, its quaternion written with the opposite sign.
+    const Scene scene = scene_with({-1,
+                                    Channel::Path::rotation,
+                                    Channel::Interpolation::linear,
+                                    {0, 1},
+                                    {{0, 0, 0, 1}, {0, -half, 0, -half}}});
+    for (const float t : {0.0f, 0.25f, 0.5f, 1.0f}) {
+        const Imath::V3f turned = Imath::V3f(1, 0, 0) * pose_at(scene, t)[1];
+        const float angle = pi / 2 * t;
+        expect_near(turned, {std::cos(angle), 10, -std::sin(angle)}, "at " + std::to_string(t));
+    }
+}
+
+TEST(Pose, CombinesScaleRotationTranslationAndParents) {
+    Scene scene;
+    scene.nodes.resize(3);
+    scene.nodes[0].transform = {{1, 0, 0}, Imath::Quatf(std::sqrt(0.5f), 0, 0, std::sqrt(0.5f)), {2, 2, 2}};
+    scene.nodes[1].parent = 0;
+    scene.nodes[1].transform.translation = {3, 0, 0};
+    scene.nodes[2].parent = 1;
+    scene.nodes[2].matrix = Imath::M44f(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 5, 1);
+    const Pose pose = pose_at(scene, 0);
+    // A quarter turn about z takes x to y.
+    expect_near(pose[1].translation(), {1, 6, 0}, "child");
+    expect_near(pose[2].translation(), {1, 6, 10}, "grandchild");
+}
+
+TEST(Bounds, CoverWhatIsShownWhereItIs) {
+    Scene scene;
+    EXPECT_TRUE(bounds_of(scene, pose_at(scene, 0)).isEmpty());
+    scene.nodes.resize(2);
+    scene.meshes.resize(1);
+    scene.meshes[0].primitives.resize(1);
+    scene.meshes[0].primitives[0].positions = {{0, 0, 0}, {1, 2, 3}};
+    scene.nodes[1].mesh = 0;
+    scene.nodes[1].transform.translation = {10, 0, 0};
+    const Imath::Box3f box = bounds_of(scene, pose_at(scene, 0));
+    EXPECT_EQ(box.min, Imath::V3f(10, 0, 0));
+    EXPECT_EQ(box.max, Imath::V3f(11, 2, 3));
+}
+
+}  // namespace
+}  // namespace corrivane::host
