@@ -1,0 +1,245 @@
+#include "fakes/fake_max.h"
+
+#include <drive_map.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <fstream>
+
+namespace corrivane::test {
+
+namespace {
+
+std::string text(int number) {
+    return std::to_string(number);
+}
+
+const std::string& label_of(const Bitmap* bitmap) {
+    return static_cast<const FakeBitmap*>(bitmap)->label;
+}
+
+void create_file(const std::string& windows_path) {
+    if (!fake_max().dropped_files.contains(windows_path))
+        std::ofstream(native_path(windows_path).path) << "image";
+}
+
+std::string alpha_name(std::string name) {
+    return name.insert(name.find_last_of('\\') + 1, "A_");
+}
+
+}  // namespace
+
+ViewParams* FakeEffect::Apply(INode*, Object*, int pass, TimeValue& time) {
+    time += shift * pass;
+    fake_max().call("Apply", text(pass));
+    return &view;
+}
+
+void FakeEffect::AccumulateBitmap(Bitmap* destination, const Bitmap* source, int pass, TimeValue time) {
+    fake_max().call("AccumulateBitmap", label_of(destination) + " += " + label_of(source) + ", pass " +
+                                            text(pass) + ", time " + text(time));
+}
+
+void FakeEffect::PostRenderFrame() {
+    fake_max().call("PostRenderFrame");
+}
+
+FakeBitmap::FakeBitmap(std::string bitmap_label, const BitmapInfo& description)
+    : label(std::move(bitmap_label)),
+      info(description),
+      pixels(std::size_t{description.Width()} * description.Height(), BMM_Color_fl{1, 1, 1, 1}) {
+    ++fake_max().bitmaps_alive;
+}
+
+bool FakeBitmap::GetPixels(int x, int y, int count, BMM_Color_fl* copied) const {
+    std::copy_n(&pixel(x, y), count, copied);
+    return true;
+}
+
+void FakeBitmap::PrepareGChannels(const BitmapInfo&) {
+    fake_max().call("PrepareGChannels", label);
+}
+
+BMMRES FakeBitmap::OpenOutput(const BitmapInfo& description) {
+    fake_max().call("OpenOutput", label + " " + description.Name());
+    return fake_max().open_output_result;
+}
+
+BMMRES FakeBitmap::Write(const BitmapInfo& description, int frame) {
+    FakeMax& max = fake_max();
+    max.call("Write", label + " " + description.Name() + " " + text(frame));
+    if (max.write_result != BMMRES_SUCCESS) return max.write_result;
+    create_file(description.Name());
+    if (max.splits_alpha) create_file(alpha_name(description.Name()));
+    max.written[description.Name()] = {Width(), Height(), pixels.empty() ? BMM_Color_fl{} : pixels.front()};
+    return BMMRES_SUCCESS;
+}
+
+BMMRES FakeBitmap::Close(const BitmapInfo&, int flag) {
+    fake_max().call("Close", label + " " + text(flag));
+    return BMMRES_SUCCESS;
+}
+
+void FakeBitmap::CopyImage(const Bitmap& from, int mode, BMM_Color_fl fill, const BitmapInfo& description) {
+    fake_max().call("CopyImage", "mode " + text(mode) + " flags " + text(int(description.CustomFlags())) +
+                                     " at " + text(description.CustomX()) + "," +
+                                     text(description.CustomY()));
+    const auto& source = static_cast<const FakeBitmap&>(from);
+    for (int y = 0; y < Height(); ++y) {
+        for (int x = 0; x < Width(); ++x) {
+            const int from_x = x - description.CustomX();
+            const int from_y = y - description.CustomY();
+            const bool covered =
+                from_x >= 0 && from_y >= 0 && from_x < source.Width() && from_y < source.Height();
+            pixel(x, y) = covered ? source.pixel(from_x, from_y) : fill;
+        }
+    }
+}
+
+void FakeBitmap::Display(const char* title, int position, bool autonomous, bool saveButton, const void* crop,
+                         const void* clone) {
+    const bool bare = title == nullptr && crop == nullptr && clone == nullptr;
+    fake_max().call("Display",
+                    label + " " + text(position) + text(autonomous) + text(saveButton) + text(bare));
+}
+
+void FakeBitmap::UnDisplay() {
+    fake_max().call("UnDisplay", label);
+}
+
+void FakeBitmap::DeleteThis() {
+    fake_max().call("DeleteThis", label);
+    --fake_max().bitmaps_alive;
+    delete this;
+}
+
+void FakeMax::call(const std::string& name, const std::string& arguments) {
+    calls.push_back(arguments.empty() ? name : name + " " + arguments);
+    const auto found = inside.find(name);
+    if (found == inside.end()) return;
+    // A copy: the function may take itself away.
+    const std::function<void()> happens = found->second;
+    happens();
+}
+
+std::vector<std::string> FakeMax::calls_of(const std::string& name) const {
+    std::vector<std::string> found;
+    std::ranges::copy_if(calls, std::back_inserter(found), [&](const std::string& noted) {
+        return noted == name || noted.starts_with(name + " ");
+    });
+    return found;
+}
+
+bool FakeMax::IsMaxFile(const char* fileName) {
+    call("IsMaxFile", fileName);
+    return is_max_file;
+}
+
+int FakeMax::LoadFromFile(const char* fileName, int flags) {
+    call("LoadFromFile", std::string(fileName) + " " + text(flags));
+    return load_result;
+}
+
+void FakeMax::SetTime(TimeValue newTime, BOOL redraw) {
+    call("SetTime", text(newTime) + " " + text(redraw));
+    time = newTime;
+}
+
+ViewExp* FakeMax::GetActiveViewport() {
+    call("GetActiveViewport");
+    return &viewport;
+}
+
+void FakeMax::ReleaseViewport(ViewExp* released) {
+    call("ReleaseViewport", released == &viewport ? "active" : "unknown");
+}
+
+INode* FakeMax::GetINodeByName(const char* name) {
+    const auto found = nodes.find(name);
+    return found == nodes.end() ? nullptr : found->second;
+}
+
+void FakeMax::SetupRendParams(RendParams& params, ViewExp* view, int renderType) {
+    call("SetupRendParams", text(renderType) + (view == nullptr ? "" : " with viewport"));
+    params.rendType = renderType;
+}
+
+int FakeMax::OpenCurRenderer(INode* cameraNode, ViewExp* view, int renderType, int imageWidth,
+                             int imageHeight) {
+    const std::string camera = cameraNode == nullptr ? "none" : cameraNode->GetName();
+    call("OpenCurRenderer", "camera " + camera + " viewport " + (view == nullptr ? "none" : "active") +
+                                " type " + text(renderType) + " " + text(imageWidth) + "x" +
+                                text(imageHeight));
+    return open_result;
+}
+
+int FakeMax::CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendProgressCallback* callback,
+                                    float duration, ViewParams* view, RECT* region) {
+    progress = callback;
+    target = static_cast<FakeBitmap*>(bitmap);
+    std::string arguments = text(frameTime) + " " + label_of(bitmap) + " " + text(int(duration * 100));
+    if (view != nullptr) arguments += " view";
+    if (region != nullptr)
+        arguments += " region " + text(region->left) + "," + text(region->top) + "," + text(region->right) +
+                     "," + text(region->bottom);
+    call("CurRendererRenderFrame", arguments);
+    return render_result;
+}
+
+void FakeMax::FileReset(BOOL noPrompt) {
+    call("FileReset", text(noPrompt));
+}
+
+void FakeMax::LogEntry(DWORD type, BOOL dialog, const char* title, const char* format, ...) {
+    char message[1000];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(message, sizeof message, format, values);
+    va_end(values);
+    system_log.push_back(std::to_string(type) + " " + text(dialog) + " " + title + ": " + message);
+}
+
+BaseInterface* FakeMax::GetInterface(Interface_ID id) {
+    return id == IRENDERERREQUIREMENTS_INTERFACE_ID ? static_cast<IRendererRequirements*>(this) : nullptr;
+}
+
+Bitmap* FakeMax::Create(const BitmapInfo& info) {
+    if (++bitmaps_made == failing_bitmap) return nullptr;
+    return new FakeBitmap("bitmap" + text(bitmaps_made), info);
+}
+
+FakeMax& fake_max() {
+    static FakeMax max;
+    return max;
+}
+
+}  // namespace corrivane::test
+
+BitmapManager* TheManager = &corrivane::test::fake_max();
+
+const char* BMMFormatName(const char* /*fileName*/) {
+    return "Fake format";
+}
+
+bool BMMCreateNumberedFilename(const char* name, int frame, char* numbered) {
+    std::string result = name;
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "%04d", frame);
+    result.insert(std::min(result.rfind('.'), result.size()), digits);
+    const bool fits = result.size() < BMM_MAX_PATH;
+    std::snprintf(numbered, BMM_MAX_PATH, "%s", fits ? result.c_str() : "");
+    return fits;
+}
+
+Interface* GetCOREInterface() {
+    return &corrivane::test::fake_max();
+}
+
+Interface8* GetCOREInterface8() {
+    return &corrivane::test::fake_max();
+}
+
+int GetTicksPerFrame() {
+    return corrivane::test::fake_max().ticks_per_frame;
+}

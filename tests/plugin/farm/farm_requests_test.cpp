@@ -1,0 +1,178 @@
+#include "plugin/plugin_test.h"
+#include "quorvel/max3d/maxscript.h"
+#include "support/message_of.h"
+#include "support/message_pump.h"
+
+#include <max/maxscript/exceptions.h>
+#include <windows.h>
+
+#include <message_window.h>
+
+#include <chrono>
+#include <functional>
+#include <stdexcept>
+
+namespace corrivane::test {
+namespace {
+
+using quorvel::win32::simple_socket;
+
+using FarmRequests = PluginTest;
+
+/// An operation of the job state, its name, and what it sends.
+struct Request {
+    const char* name;
+    std::function<std::string(simple_socket&)> run;
+    std::string sent;
+    const char* not_found;  ///< null for one that asks for no value
+};
+
+const std::vector<Request>& requests() {
+    static const std::vector<Request> table = {
+        {"SetTitle", [](simple_socket& socket) { return job_state.SetTitle("A, \"b\"", socket), ""; },
+         "FUNCTION: SETTITLE A, \"b\"", nullptr},
+        {"LogMessage", [](simple_socket& socket) { return job_state.LogMessage(" a\nb ", socket), ""; },
+         "FUNCTION: STDOUT:  a\nb ", nullptr},
+        {"SetProgress",
+         [](simple_socket& socket) {
+             return std::string(job_state.SetProgress(50, socket) ? "go on" : "stop");
+         },
+         "FUNCTION: PROGRESS 50", nullptr},
+        {"GetJobInfoEntry", [](simple_socket& socket) { return job_state.GetJobInfoEntry("a, b", socket); },
+         "FUNCTION: GETJOBINFOENTRY a, b", "Key a, b doesn't exist"},
+        {"GetSubmitInfoEntry",
+         [](simple_socket& socket) { return job_state.GetSubmitInfoEntry("k", socket); },
+         "FUNCTION: GETSUBMITINFOENTRY k", "Key k doesn't exist"},
+        {"GetSubmitInfoEntryElementCount",
+         [](simple_socket& socket) {
+             return std::to_string(job_state.GetSubmitInfoEntryElementCount("Files", socket));
+         },
+         "FUNCTION: GETSUBMITINFOENTRYELEMENTCOUNT Files", "Key Files doesn't exist"},
+        {"GetSubmitInfoEntryElement",
+         [](simple_socket& socket) { return job_state.GetSubmitInfoEntryElement(2, "Files", socket); },
+         "FUNCTION: GETSUBMITINFOENTRYELEMENT 2,Files", "Key Files doesn't exist"},
+        {"GetAuxFilename", [](simple_socket& socket) { return job_state.GetAuxFilename(-1, socket); },
+         "FUNCTION: GETAUXFILE -1", "Aux file requested doesn't exist"},
+    };
+    return table;
+}
+
+std::string script_error(const Request& request, simple_socket& socket) {
+    try {
+        return "returned " + request.run(socket);
+    } catch (RuntimeError& error) {
+        return quorvel::max3d::maxscript_exception_text(error);
+    }
+}
+
+TEST_F(FarmRequests, EachSendsItsTextUnchanged) {
+    for (const Request& request : requests()) {
+        Link link;
+        link.worker.send("SUCCESS: 7");
+        const std::string result = request.run(link.socket);
+        EXPECT_EQ(link.sent(), std::vector<std::string>{request.sent});
+        EXPECT_EQ(result, request.not_found != nullptr                 ? "7"
+                          : request.name == std::string("SetProgress") ? "stop"
+                                                                       : "");
+    }
+}
+
+TEST_F(FarmRequests, ValueIsWhatFollowsTheWordAndOtherRepliesMeanThatThereIsNone) {
+    const struct {
+        std::string reply;
+        const char* value;  ///< null: there is none
+    } cases[] = {
+        {"SUCCESS: ", ""},       {"SUCCESS:  a ", " a "},  {"SUCCESS: SUCCESS: ", "SUCCESS: "},
+        {"SUCCESS:", nullptr},   {"SUCCESS", nullptr},     {"SUCCESS x", nullptr},
+        {"success: x", nullptr}, {" SUCCESS: x", nullptr}, {"CONTINUE", nullptr},
+    };
+    Link link;
+    for (const auto& [reply, value] : cases) {
+        link.worker.send(reply);
+        const auto ask = [&] { return job_state.GetJobInfoEntry("k", link.socket); };
+        EXPECT_EQ(message_of([&] { EXPECT_EQ(ask(), value == nullptr ? "" : value) << reply; }),
+                  value != nullptr ? "no exception" : "Key k doesn't exist");
+    }
+    for (const Request& request : requests()) {
+        if (request.not_found == nullptr) continue;
+        link.worker.send("SUCCESS");
+        EXPECT_EQ(message_of([&] { request.run(link.socket); }), request.not_found) << request.name;
+    }
+}
+
+TEST_F(FarmRequests, CountMustBeAWholeNumber) {
+    Link link;
+    for (const char* reply :
+         {"SUCCESS: ", "SUCCESS: 3 ", "SUCCESS:  3", "SUCCESS: 3.0", "SUCCESS: 2147483648"}) {
+        link.worker.send(reply);
+        EXPECT_THROW(job_state.GetSubmitInfoEntryElementCount("k", link.socket), std::bad_cast) << reply;
+    }
+    link.worker.send("SUCCESS: +3");
+    EXPECT_EQ(job_state.GetSubmitInfoEntryElementCount("k", link.socket), 3);
+}
+
+TEST_F(FarmRequests, ProgressHasSevenDigitsAndGoesOnOnOneWordOnly) {
+    const struct {
+        float percent;
+        const char* text;
+    } numbers[] = {{100, "100"},    {0.5F, "0.5"},    {12.5F, "12.5"}, {100.0F / 3, "33.33333"}, {-1, "-1"},
+                   {1e7F, "1e+07"}, {1e-5F, "1e-05"}, {0, "0"},        {1234567.0F, "1234567"}};
+    Link link;
+    for (const auto& [percent, text] : numbers) {
+        link.worker.send("CONTINUE");
+        EXPECT_TRUE(job_state.SetProgress(percent, link.socket));
+        EXPECT_EQ(link.sent(), std::vector<std::string>{std::string("FUNCTION: PROGRESS ") + text});
+    }
+    for (const char* reply : {"CONTINUE ", "continue", "ABORT", "SUCCESS: CONTINUE"}) {
+        link.worker.send(reply);
+        EXPECT_FALSE(job_state.SetProgress(1, link.socket)) << reply;
+    }
+}
+
+TEST_F(FarmRequests, SocketFailuresBecomeTheScriptsErrors) {
+    simple_socket unconnected;
+    for (const Request& request : requests())
+        EXPECT_EQ(script_error(request, unconnected),
+                  std::string("-- Runtime error: Error in ") + request.name +
+                      ": simple_socket: send called while not connected.");
+    Link link;
+    link.worker.close();
+    const Request& asking = requests().back();
+    const std::string error = script_error(asking, link.socket);
+    EXPECT_TRUE(error.starts_with("-- Runtime error: Error in GetAuxFilename: ")) << error;
+    EXPECT_FALSE(link.socket.is_connected());
+}
+
+TEST_F(FarmRequests, ReplyIsAwaitedForASecondAndALateOneIsTakenForACommand) {
+    Link link;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(script_error(requests()[3], link.socket),
+              "-- Runtime error: Error in GetJobInfoEntry: simple_socket: Timed out waiting for header "
+              "packet to arrive.");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
+    link.sent();
+    link.worker.send("SUCCESS: late");
+    job_state.ProcessCommand(link.socket.receive(1000), link.socket);
+    EXPECT_EQ(link.sent(), std::vector<std::string>{"ERROR: Unexpected command \"SUCCESS: late\" received."});
+}
+
+int messages_seen = 0;
+
+TEST_F(FarmRequests, WindowMessagesAreDispatchedBeforeEveryRequestButTheScriptsLogLine) {
+    const HWND window =
+        create_message_window([](HWND, UINT, WPARAM, LPARAM) -> LRESULT { return ++messages_seen; });
+    for (const Request& request : requests()) {
+        Link link;
+        link.worker.send("SUCCESS: 7");
+        messages_seen = 0;
+        for (int i = 0; i < 3; ++i)
+            PostMessageA(window, WM_USER, 0, 0);
+        request.run(link.socket);
+        EXPECT_EQ(messages_seen, request.name == std::string("LogMessage") ? 0 : 3) << request.name;
+        pump_messages();
+    }
+    destroy_message_window(window);
+}
+
+}  // namespace
+}  // namespace corrivane::test

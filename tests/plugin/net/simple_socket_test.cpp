@@ -1,0 +1,280 @@
+#include "net/simple_socket.h"
+
+#include "plugin/plugin_test.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace corrivane::test {
+namespace {
+
+using namespace quorvel::win32;
+using namespace std::chrono_literals;
+
+constexpr const char* no_header = "timeout: simple_socket: Timed out waiting for header packet to arrive.";
+constexpr const char* no_data = "timeout: simple_socket: Timed out waiting for data.";
+constexpr const char* gone_in_header =
+    "disconnect: simple_socket::receive: socket was disconnected while reading header.";
+constexpr const char* gone_in_data =
+    "disconnect: simple_socket::receive: socket was disconnected while reading data.";
+constexpr const char* too_much = "error: simple_socket::send: Tried to send too much data at once.";
+
+/// What an operation throws, class and text.
+std::string failure_of(const std::function<void()>& operation) {
+    try {
+        operation();
+    } catch (const simple_socket_timeout_error& error) {
+        return std::string("timeout: ") + error.what();
+    } catch (const simple_socket_disconnect_error& error) {
+        return std::string("disconnect: ") + error.what();
+    } catch (const simple_socket_error& error) {
+        return std::string("error: ") + error.what();
+    }
+    return "nothing";
+}
+
+TEST(SimpleSocket, CallsInTheWrongStateAreRefusedAndChangeNothing) {
+    struct State {
+        std::string name;
+        Link link;
+        simple_socket idle;
+        simple_socket listening;
+        State() { listening.start_listen(0, true); }
+    } states;
+    simple_socket& connected = states.link.socket;
+    simple_socket& idle = states.idle;
+    simple_socket& listening = states.listening;
+    const struct {
+        std::function<void()> operation;
+        const char* text;
+    } cases[] = {
+        {[&] { connected.connect("127.0.0.1", 1); }, "simple_socket::connect: Already connected."},
+        {[&] { listening.connect("127.0.0.1", 1); },
+         "simple_socket::connect: Already listening for a connection."},
+        {[&] { connected.start_listen(0, true); }, "simple_socket::start_listen: Already connected."},
+        {[&] { listening.start_listen(0, true); },
+         "simple_socket::start_listen: Already listening for a connection."},
+        {[&] { connected.wait_for_connect(0, true); }, "simple_socket::wait_for_connect: Already connected."},
+        {[&] { idle.wait_for_connect(0, true); },
+         "simple_socket::wait_for_connect: Not listening for a connection."},
+        {[&] { idle.send("x"); }, "simple_socket: send called while not connected."},
+        {[&] { listening.send("x"); }, "simple_socket: send called while not connected."},
+        {[&] { idle.send_raw("x"); }, "simple_socket: send_raw called while not connected."},
+        {[&] { idle.receive(0); }, "simple_socket: receive while not connected."},
+        {[&] { idle.receive_raw(0); }, "simple_socket: receive_raw while not connected."},
+    };
+    for (const auto& [operation, text] : cases)
+        EXPECT_EQ(failure_of(operation), std::string("error: ") + text);
+    EXPECT_TRUE(connected.is_connected() && !connected.is_listening());
+    EXPECT_TRUE(!listening.is_connected() && listening.is_listening());
+    EXPECT_TRUE(!idle.is_connected() && !idle.is_listening());
+    connected.send("still there");
+    EXPECT_EQ(states.link.worker.receive(), "still there");
+}
+
+TEST(SimpleSocket, MessagesTravelWithABigEndianLength) {
+    Link link;
+    link.socket.send("abc");
+    link.socket.send("");
+    EXPECT_EQ(link.worker.receive_bytes(11), std::string("\0\0\0\3abc\0\0\0\0", 11));
+    const std::string bytes("\0\xFF\n", 3);
+    link.worker.send_bytes(std::string("\0\0\0\3", 4) + bytes + WirePeer::frame("next"));
+    EXPECT_EQ(link.socket.receive(1000), bytes);
+    EXPECT_EQ(link.socket.receive(1000), "next");
+}
+
+TEST(SimpleSocket, SizesAreLimitedTheFramesOnSendingThePayloadsOnReceiving) {
+    Link link;
+    const std::string largest_sent(99'996, 's');
+    auto received = std::async(std::launch::async, [&] { return link.worker.receive(); });
+    link.socket.send(largest_sent);
+    EXPECT_EQ(received.get(), largest_sent);
+    EXPECT_EQ(failure_of([&] { link.socket.send(largest_sent + "x"); }), too_much);
+    EXPECT_EQ(failure_of([&] { link.socket.send_raw(std::string(1537, 'x')); }), too_much);
+    link.socket.send_raw(std::string(1536, 'r'));
+    EXPECT_EQ(link.worker.receive_bytes(1536), std::string(1536, 'r')) << "something refused was sent";
+
+    const std::string largest_received(100'000, 'r');
+    auto sent = std::async(std::launch::async, [&] { link.worker.send(largest_received); });
+    EXPECT_EQ(link.socket.receive(10'000), largest_received);
+    sent.get();
+    for (const std::uint32_t length : {100'001U, 0x80000000U, 0xFFFFFFFFU}) {
+        link.worker.send_bytes(WirePeer::length_field(length));
+        EXPECT_EQ(
+            failure_of([&] { link.socket.receive(1000); }),
+            "error: simple_socket::receive: Invalid packet size (given " + std::to_string(length) + ")");
+    }
+    link.worker.send("after a bad length");
+    EXPECT_EQ(link.socket.receive(1000), "after a bad length");
+}
+
+TEST(SimpleSocket, MessageInPiecesIsAssembled) {
+    Link link;
+    for (int i = 0; i < 3; ++i) {
+        for (const char byte : WirePeer::frame("in pieces"))
+            link.worker.send_bytes({&byte, 1});
+    }
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(link.socket.receive(1000), "in pieces");
+}
+
+TEST(SimpleSocket, WhatRunsOutOfTimeLosesTheBytesReadAndKeepsTheConnection) {
+    const struct {
+        std::string bytes;
+        const char* failure;
+    } cases[] = {
+        {"", no_header},
+        {std::string("\0\0", 2), no_data},
+        {WirePeer::length_field(5) + "ab", no_data},
+        {WirePeer::length_field(5), no_data},
+        // An empty message is only there once something follows it.
+        {WirePeer::length_field(0), no_data},
+    };
+    Link link;
+    EXPECT_EQ(failure_of([&] { link.socket.receive(0); }), no_header);
+    for (const auto& [bytes, failure] : cases) {
+        link.worker.send_bytes(bytes);
+        EXPECT_EQ(failure_of([&] { link.socket.receive(20); }), failure) << bytes.size();
+        EXPECT_TRUE(link.socket.is_connected());
+        link.worker.send("next");
+        EXPECT_EQ(link.socket.receive(1000), "next");
+    }
+    link.worker.send_bytes(WirePeer::frame("") + WirePeer::frame("next"));
+    EXPECT_EQ(link.socket.receive(1000), "");
+    EXPECT_EQ(link.socket.receive(1000), "next");
+}
+
+TEST(SimpleSocket, TimeOutBoundsTheWholeMessage) {
+    Link link;
+    std::atomic<bool> enough = false;
+    std::thread trickle([&] {
+        link.worker.send_bytes(WirePeer::length_field(1000));
+        for (int i = 0; i < 500 && !enough; ++i) {
+            link.worker.send_bytes("x");
+            std::this_thread::sleep_for(10ms);
+        }
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(failure_of([&] { link.socket.receive(100); }), no_data);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
+    enough = true;
+    trickle.join();
+}
+
+TEST(SimpleSocket, DisconnectTellsWhereAndCloses) {
+    const struct {
+        std::string bytes;
+        const char* failure;
+    } cases[] = {
+        {"", gone_in_header},
+        {std::string("\0\0\0", 3), gone_in_header},
+        {WirePeer::length_field(5), gone_in_data},
+        {WirePeer::length_field(5) + "abcd", gone_in_data},
+    };
+    for (const auto& [bytes, failure] : cases) {
+        Link link;
+        link.worker.send_bytes(bytes);
+        link.worker.close();
+        EXPECT_EQ(failure_of([&] { link.socket.receive(1000); }), failure);
+        EXPECT_FALSE(link.socket.is_connected());
+    }
+    Link link;
+    link.worker.reset();
+    EXPECT_EQ(failure_of([&] { link.socket.receive(1000); }),
+              "error: recv: socket error trying to receive data: WSAError code 10054");
+    EXPECT_FALSE(link.socket.is_connected());
+}
+
+TEST(SimpleSocket, FailedSendKeepsTheConnection) {
+    Link link;
+    link.worker.reset();
+    const std::string failure = failure_of([&] {
+        while (true)
+            link.socket.send("x");
+    });
+    EXPECT_TRUE(failure.starts_with("error: send: error trying to send data: WSAError code 100")) << failure;
+    EXPECT_TRUE(link.socket.is_connected());
+    link.socket.close(false);
+    EXPECT_FALSE(link.socket.is_connected());
+}
+
+TEST(SimpleSocket, ConnectTakesNumbersOnlyAndComesBackIdle) {
+    simple_socket socket;
+    for (const char* address : {"localhost", "", "256.0.0.1", "255.255.255.255", "127.0.0.1:80"})
+        EXPECT_EQ(failure_of([&] { socket.connect(address, 1); }),
+                  std::string("error: simple_socket::connect: Invalid IP address specified, ") + address);
+    WirePeer worker;
+    worker.stop_listening();
+    for (const int port : {worker.port(), -1, 65536})
+        EXPECT_EQ(failure_of([&] { socket.connect("127.0.0.1", port); }),
+                  "error: connect: Failed to connect to server at port " + std::to_string(port));
+    EXPECT_FALSE(socket.is_connected());
+    WirePeer other;
+    socket.connect("127.0.0.1", other.port());
+    EXPECT_TRUE(socket.is_connected());
+}
+
+TEST(SimpleSocket, ServerAcceptsOnePeerWithoutDelays) {
+    for (const bool close_listener : {true, false}) {
+        simple_socket server;
+        server.start_listen(0, true);
+        EXPECT_EQ(failure_of([&] { server.wait_for_connect(10, close_listener); }),
+                  "timeout: simple_socket::wait_for_connect: Timed out waiting for connection.");
+        EXPECT_TRUE(server.is_listening());
+
+        WirePeer client;
+        client.connect(server.listening_port());
+        server.wait_for_connect(1000, close_listener);
+        EXPECT_TRUE(server.is_connected());
+        EXPECT_EQ(server.is_listening(), !close_listener);
+        int no_delay = 0;
+        socklen_t size = sizeof no_delay;
+        ::getsockopt(static_cast<int>(server.connection_handle()), IPPROTO_TCP, TCP_NODELAY, &no_delay,
+                     &size);
+        EXPECT_NE(no_delay, 0);
+        client.send("hello");
+        EXPECT_EQ(server.receive(1000), "hello");
+        server.send("and back");
+        EXPECT_EQ(client.receive(), "and back");
+        server.close(false);
+        EXPECT_EQ(server.is_listening(), !close_listener);
+    }
+}
+
+TEST(SimpleSocket, PortInUseOrOutOfRangeCannotBeListenedOn) {
+    simple_socket first;
+    first.start_listen(0, true);
+    const struct {
+        int port;
+        const char* code;
+    } cases[] = {{first.listening_port(), "10048"}, {65536, "10022"}, {-1, "10022"}};
+    for (const auto& [port, code] : cases) {
+        simple_socket second;
+        EXPECT_EQ(failure_of([&] { second.start_listen(port, true); }),
+                  std::string("error: bind: Failed to bind to the port.: ") + code);
+        EXPECT_FALSE(second.is_listening());
+    }
+}
+
+TEST(SimpleSocket, RawMessagesAreTheBytesOfOneReceive) {
+    Link link;
+    EXPECT_EQ(failure_of([&] { link.socket.receive_raw(0); }),
+              "timeout: simple_socket::receive_raw: Timed out waiting for raw packet to arrive.");
+    link.worker.send_bytes("abc");
+    EXPECT_EQ(link.socket.receive_raw(1000), "abc");
+    link.socket.send_raw("def");
+    EXPECT_EQ(link.worker.receive_bytes(3), "def");
+    link.worker.close();
+    EXPECT_EQ(link.socket.receive_raw(1000), "");
+    EXPECT_TRUE(link.socket.is_connected());
+}
+
+}  // namespace
+}  // namespace corrivane::test

@@ -1,0 +1,193 @@
+#include "render/progress_callback.h"
+
+#include "plugin/plugin_test.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <thread>
+
+namespace corrivane::test {
+namespace {
+
+using Messages = std::vector<std::string>;
+
+constexpr int go_on = 1;
+constexpr int stop = 0;
+constexpr const char* unknown = "FUNCTION: PROGRESS -1";
+
+class ProgressCallback : public PluginTest {
+protected:
+    /// One call that is due, answered in advance. Returns what it sent.
+    Messages report(CorrivaneRenderCallback& callback, int done, int total,
+                    const std::string& answer = "CONTINUE") {
+        Sleep(101);
+        m_link.worker.send(answer);
+        EXPECT_EQ(callback.Progress(done, total), answer == "CONTINUE" ? go_on : stop) << answer;
+        return m_link.sent();
+    }
+
+    Link m_link;
+    CorrivaneRenderCallback m_callback{m_link.socket, ""};
+};
+
+TEST_F(ProgressCallback, TitlesAndNumbersFollowTheWork) {
+    const struct {
+        const char* title;
+        int done, total;
+        Messages sent;
+    } cases[] = {
+        {"Rendering Image", 0, 100, {unknown}},
+        {"Rendering Image", 45, 100, {"FUNCTION: SETTITLE Rendering Image - 45.0%", "FUNCTION: PROGRESS 45"}},
+        {"rendering\r\n\n", 1, 3, {"FUNCTION: SETTITLE rendering - 33.3%", "FUNCTION: PROGRESS 33.33333"}},
+        {"Pass 1: 50%  Rendering",
+         150,
+         100,
+         {"FUNCTION: SETTITLE Pass 1: 50%  Rendering - 100.0%", "FUNCTION: PROGRESS 100"}},
+        {"Preparing Objects", 1, 2, {"FUNCTION: SETTITLE Preparing Objects - 50.0%", unknown}},
+        {"Rendering shadows", 1, 2, {"FUNCTION: SETTITLE Rendering shadows - 50.0%", unknown}},
+        {"50% Rendering", 1, 2, {"FUNCTION: SETTITLE 50% Rendering - 50.0%", unknown}},
+        {"Rendering", 7, 0, {unknown}},
+        {"Rendering", -1, 100, {unknown}},
+        {"\r\n", 1, 2, {"FUNCTION: SETTITLE  - 50.0%", unknown}},
+    };
+    for (const auto& [title, done, total, sent] : cases) {
+        m_callback.SetTitle(title);
+        EXPECT_EQ(report(m_callback, done, total), sent) << title << ' ' << done << '/' << total;
+    }
+}
+
+TEST_F(ProgressCallback, PassesAreMappedOntoTheFrame) {
+    const struct {
+        int pass, passes;
+        const char* title;
+        const char* progress;
+    } cases[] = {
+        {1, 3, "Pass 1 of 3 - Rendering - 50.0%", "16.66667"},
+        {2, 3, "Pass 2 of 3 - Rendering - 50.0%", "50"},
+        {1, 1, "Pass 1 of 1 - Rendering - 50.0%", "50"},
+    };
+    for (const auto& [pass, passes, title, progress] : cases) {
+        CorrivaneRenderCallback callback(m_link.socket, "");
+        callback.SetPass(pass, passes);
+        callback.SetTitle("Rendering");
+        EXPECT_EQ(report(callback, 5, 10), (Messages{std::string("FUNCTION: SETTITLE ") + title,
+                                                     std::string("FUNCTION: PROGRESS ") + progress}));
+    }
+}
+
+TEST_F(ProgressCallback, OneCallInEachTenthOfASecondReportsButTheLastOneAlways) {
+    // All calls of a round must fall into one interval; on a loaded machine that may need several rounds.
+    for (bool quick = false; !quick;) {
+        report(m_callback, 0, 0);
+        const DWORD start = GetTickCount();
+        const auto quietly = [&](int done, int total) {
+            EXPECT_EQ(m_callback.Progress(done, total), go_on);
+            return m_link.sent();
+        };
+        const Messages again_unknown = quietly(1, 0);
+        m_link.worker.send("CONTINUE");
+        const Messages first_known = quietly(1, 100);
+        const Messages second_known = quietly(2, 100);
+        m_link.worker.send("CONTINUE");
+        const Messages last = quietly(100, 100);
+        const Messages after_last = quietly(3, 100);
+        quick = GetTickCount() - start < 100;
+        if (!quick) continue;
+        EXPECT_EQ(again_unknown, Messages{});
+        EXPECT_EQ(first_known.size(), 2U);
+        EXPECT_EQ(second_known, Messages{});
+        EXPECT_EQ(last, (Messages{"FUNCTION: SETTITLE  - 100.0%", unknown}));
+        EXPECT_EQ(after_last, Messages{});
+    }
+}
+
+TEST_F(ProgressCallback, RayServerIsLeftAlone) {
+    m_callback.SetTitle("Initializing Ray Server\r\n");
+    Sleep(101);
+    EXPECT_EQ(m_callback.Progress(1, 2), go_on);
+    EXPECT_EQ(m_callback.Progress(2, 2), go_on);
+    EXPECT_EQ(m_link.sent(), Messages{});
+    m_callback.SetTitle("Initializing Ray Server 2");
+    EXPECT_EQ(report(m_callback, 1, 2).size(), 2U);
+}
+
+TEST_F(ProgressCallback, AnyAnswerButOneStops) {
+    for (const char* answer : {"CONTINUE ", "continue", "", "ABORT"}) {
+        Sleep(101);
+        m_link.worker.send(answer);
+        m_link.worker.send("next");
+        EXPECT_EQ(m_callback.Progress(1, 2), stop);
+        EXPECT_TRUE(log().ends_with(std::string("response: ") + answer + "\n"));
+        EXPECT_EQ(m_link.socket.receive(1000), "next");
+    }
+}
+
+TEST_F(ProgressCallback, SixMissingAnswersInARowAreToleratedAndThenItGivesUp) {
+    const auto missing = [](int count) {
+        return "caught simple socket excetion when handling progress: simple_socket: Timed out waiting for "
+               "header packet "
+               "to arrive. (timeout count = " +
+               std::to_string(count) + ")\n";
+    };
+    EXPECT_EQ(m_callback.Progress(1, 1), go_on);
+    EXPECT_EQ(log(), missing(1));
+    report(m_callback, 1, 1);
+    for (int count = 1; count <= 6; ++count) {
+        EXPECT_EQ(m_callback.Progress(1, 1), go_on);
+        EXPECT_TRUE(log().ends_with(missing(count))) << log();
+    }
+    m_link.sent();
+    m_link.worker.send("CONTINUE");
+    EXPECT_EQ(m_callback.Progress(1, 1), stop);
+    EXPECT_TRUE(log().ends_with("\ntimed out, aborting\n"));
+    EXPECT_EQ(m_link.sent(), Messages{});
+
+    CorrivaneRenderCallback next_render(m_link.socket, "");
+    EXPECT_EQ(next_render.Progress(1, 1), go_on);
+}
+
+TEST_F(ProgressCallback, BrokenConnectionDoesNotStopTheRender) {
+    m_link.worker.close();
+    EXPECT_EQ(m_callback.Progress(1, 1), go_on);
+    quorvel::win32::simple_socket nobody;
+    CorrivaneRenderCallback callback(nobody, "");
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(callback.Progress(1, 1), go_on);
+    const std::string failed_send =
+        "caught simple socket excetion when handling progress: simple_socket: send called while not "
+        "connected. "
+        "(timeout count = 0)\n";
+    EXPECT_TRUE(log().ends_with(failed_send + failed_send)) << log();
+}
+
+TEST_F(ProgressCallback, RequestsOfSeveralThreadsDoNotInterleave) {
+    constexpr int threads = 4;
+    constexpr int calls = 5;
+    std::thread worker([&] {
+        for (int i = 0; i < threads * calls; ++i) {
+            const std::string title = m_link.worker.receive();
+            EXPECT_TRUE(title.starts_with("FUNCTION: SETTITLE Rendering by ")) << title;
+            EXPECT_TRUE(m_link.worker.receive().starts_with("FUNCTION: PROGRESS "));
+            m_link.worker.send("CONTINUE");
+        }
+    });
+    std::vector<std::thread> renderers;
+    std::atomic<int> stopped = 0;
+    for (int number = 0; number < threads; ++number) {
+        renderers.emplace_back([&, number] {
+            for (int i = 0; i < calls; ++i) {
+                m_callback.SetTitle(("Rendering by " + std::to_string(number)).c_str());
+                if (m_callback.Progress(1, 1) == stop) ++stopped;
+            }
+        });
+    }
+    for (std::thread& renderer : renderers)
+        renderer.join();
+    worker.join();
+    EXPECT_EQ(stopped, 0);
+    EXPECT_EQ(m_link.sent(), Messages{});
+}
+
+}  // namespace
+}  // namespace corrivane::test

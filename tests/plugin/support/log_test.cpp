@@ -1,0 +1,69 @@
+#include "support/log.h"
+
+#include "plugin/plugin_test.h"
+
+#include <windows.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace corrivane::test {
+namespace {
+
+using Log = PluginTest;
+
+TEST_F(Log, EntriesAreLinesThatAreOnDiskAtOnce) {
+    connect_log.entry("Command: ", "a,b");
+    EXPECT_EQ(log(), "Command: a,b\n");
+    connect_log.entry("");
+    connect_log.entry(-7, ' ', true, ' ', 0.1F, ' ', std::string("with\nbreak"));
+    EXPECT_EQ(log(), "Command: a,b\n\n-7 1 0.1 with\nbreak\n");
+    log_calling_thread();
+    EXPECT_TRUE(log().ends_with("\nThread: " + std::to_string(GetCurrentThreadId()) + "\n"));
+}
+
+TEST_F(Log, OpeningEmptiesTheFile) {
+    connect_log.entry("first start of 3ds Max");
+    log_stream second_start;
+    second_start.open(connect_log_path);
+    EXPECT_EQ(log(), "");
+    second_start.entry("second start");
+    EXPECT_EQ(log(), "second start\n");
+}
+
+TEST_F(Log, WithoutItsFolderEverythingIsDiscarded) {
+    log_stream stream;
+    stream.entry("closed");
+    stream.open("C:\\none\\log.txt");
+    stream.entry("still closed");
+    EXPECT_FALSE(std::filesystem::exists(on_disk("none")));
+}
+
+TEST_F(Log, EntriesOfManyThreadsDoNotMix) {
+    constexpr int threads = 8;
+    constexpr int entries = 200;
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < threads; ++writer) {
+        writers.emplace_back([writer] {
+            for (int i = 0; i < entries; ++i)
+                connect_log.entry("writer ", writer, " wrote ",
+                                  std::string(100, static_cast<char>('a' + writer)));
+        });
+    }
+    for (std::thread& writer : writers)
+        writer.join();
+
+    std::vector<int> seen(threads);
+    std::istringstream lines(log());
+    for (std::string line; std::getline(lines, line);) {
+        const int writer = line.back() - 'a';
+        ASSERT_TRUE(writer >= 0 && writer < threads) << line;
+        ASSERT_EQ(line, "writer " + std::to_string(writer) + " wrote " + std::string(100, line.back()));
+        ++seen[static_cast<std::size_t>(writer)];
+    }
+    EXPECT_EQ(seen, std::vector<int>(threads, entries));
+}
+
+}  // namespace
+}  // namespace corrivane::test
