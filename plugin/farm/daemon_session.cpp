@@ -63,6 +63,7 @@ void run_daemon_session(int port, const std::string& token) {
 bool run_daemon_guarded(int port, const std::string& token, std::string& error_text) {
     error_text.clear();
     auto session = [&] { run_daemon_session(port, token); };
+    const quorvel::max3d::scoped_maxscript_frame frame;
     const DWORD code = guarded_call(job_state, session);
     if (code != 0) {
         error_text = std::string("SEH Exception trapped in 3ds max: ") + seh_exception_name(code);
@@ -76,7 +77,9 @@ bool run_daemon_guarded(int port, const std::string& token, std::string& error_t
 void report_failure(const std::string& log_line, const std::string& reply) {
     connect_log.entry(log_line);
     try {
-        if (session_socket.is_connected()) session_socket.send(reply);
+        // Cut to what a message holds: a worker that hears nothing would wait.
+        if (session_socket.is_connected())
+            session_socket.send(reply.substr(0, corrivane::k_max_sent_payload));
     } catch (const simple_socket_error& error) {
         connect_log.entry("Exception: ", error.what());
     }

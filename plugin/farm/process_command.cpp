@@ -73,10 +73,11 @@ std::optional<float> parse_float(const std::string& text) {
 
 void JobState::ProcessCommand(const std::string& commandLine, simple_socket& socket) {
     Command command{*this, socket, split_fields(commandLine)};
-    connect_log.entry("Command: ", commandLine);
+    // One entry, since each is a write to the disk that the worker waits for.
+    std::string field_lines;
     for (const std::string& field : command.fields)
-        connect_log.entry(field);
-    connect_log.entry("");
+        field_lines.append(field).append("\n");
+    connect_log.entry("Command: ", commandLine, "\n", field_lines);
 
     // A line without a character has no field, not even an empty name.
     if (command.fields.empty()) command.fields.emplace_back();

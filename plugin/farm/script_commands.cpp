@@ -1,4 +1,5 @@
 #include "farm/command_handlers.h"
+#include "net/farm_protocol.h"
 #include "quorvel/max3d/maxscript.h"
 #include "support/log.h"
 
@@ -44,7 +45,7 @@ bool means_success(Value* value) {
 void execute_script(Command& command) {
     if (!accept_script_command(command)) return;
     const int frame = command.job.currentFrame;
-    const bool sets_time = command.parameter_count() >= 3 && command.parameter(3) == "setTime";
+    const bool sets_time = command.parameter_count() >= 3 && command.parameter(3) == corrivane::k_set_time;
     TimeValue time = 0;
     try {
         if (sets_time) time = frame_time(frame);
@@ -70,8 +71,10 @@ void execute_string_script(Command& command) {
     connect_log.entry("Executing script... ");
     Value* value = quorvel::max3d::execute_maxscript_string(command.parameter(2));
     connect_log.entry("... Done Executing script ");
-    if (value->is(String_class))
-        command.reply(std::string("SUCCESS: ") + value->to_string());
-    else
+    if (value->is(String_class)) {
+        const char* text = value->to_string();
+        command.reply(std::string(corrivane::reply::k_success_value).append(text == nullptr ? "" : text));
+    } else {
         command.reply_error("Script did not return a string: " + maxscript_value_text(value));
+    }
 }

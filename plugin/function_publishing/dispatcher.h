@@ -105,7 +105,9 @@ public:
 
     void dispatch(T* self, TimeValue /*time*/, FPValue& result, FPParams* params) override {
         try {
-            call(self, result, *params, std::index_sequence_for<Parameters...>());
+            static const FPParams no_arguments;
+            call(self, result, params == nullptr ? no_arguments : *params,
+                 std::index_sequence_for<Parameters...>());
         } catch (const std::exception& error) {
             throw RuntimeError(error.what());
         }

@@ -135,7 +135,7 @@ struct JobState {
     void CreateOutputPath(const BitmapInfo& bitmapInfo) const;
     void ReleaseElementBitmaps();
 
-    // Writing and checking images (output_writing.cpp, black_frame_check.cpp, jpeg_preview.cpp)
+    // Writing and checking images (output_writing.cpp, black_frame_check.cpp)
 
     /// Writes a bitmap to the description's file, proves that the file exists, and notes it as written.
     void save_output(Bitmap* bitmap, const BitmapInfo& info);

@@ -3,6 +3,8 @@
 #include "support/filename_utilities.h"
 #include "support/log.h"
 
+#include <algorithm>
+#include <limits>
 #include <stdexcept>
 
 namespace {
@@ -23,6 +25,14 @@ void require_file(const std::string& name, const char* circumstance) {
     if (!file_exists(name))
         throw std::runtime_error(std::string("bm->Write() returned success, but the ") + circumstance +
                                  "output file, \"" + name + "\" did not exist.");
+}
+
+/// What is left of a size without the padding on both sides, of which the image's edges had cut off some
+/// before.
+std::uint16_t unpadded(long long padded, long long padding, long long low_overflow, long long high_overflow) {
+    const long long size = padded - 2 * padding + low_overflow + high_overflow;
+    return static_cast<std::uint16_t>(
+        std::clamp<long long>(size, 0, std::numeric_limits<std::uint16_t>::max()));
 }
 
 void write_bitmap(Bitmap* bitmap, const BitmapInfo& info) {
@@ -48,12 +58,10 @@ void JobState::save_output(Bitmap* bitmap, const BitmapInfo& info) {
 }
 
 void JobState::save_region_output(Bitmap* bitmap, const BitmapInfo& info) {
-    const int width = bitmap->Width() - 2 * regionPadding + regionLeftOverflow + regionRightOverflow;
-    const int height = bitmap->Height() - 2 * regionPadding + regionTopOverflow + regionBottomOverflow;
     BitmapInfo region_info;
     region_info.Copy(info);
-    region_info.SetWidth(static_cast<std::uint16_t>(width));
-    region_info.SetHeight(static_cast<std::uint16_t>(height));
+    region_info.SetWidth(unpadded(bitmap->Width(), regionPadding, regionLeftOverflow, regionRightOverflow));
+    region_info.SetHeight(unpadded(bitmap->Height(), regionPadding, regionTopOverflow, regionBottomOverflow));
 
     regionBitmap = TheManager->Create(region_info);
     if (regionBitmap == nullptr)

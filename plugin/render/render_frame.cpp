@@ -4,9 +4,11 @@
 #include "support/filename_utilities.h"
 #include "support/log.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -28,8 +30,15 @@ Bitmap* create_bitmap(const BitmapInfo& info) {
 }
 
 void release(Bitmap*& bitmap) {
-    if (bitmap != nullptr) bitmap->DeleteThis();
-    bitmap = nullptr;
+    // Forgotten first: a call that faults must not be made again by every later frame.
+    if (Bitmap* given_back = std::exchange(bitmap, nullptr)) given_back->DeleteThis();
+}
+
+/// The region's extent between its edges, or the whole image's. No extent of a crossed region.
+std::uint16_t image_size(bool region, int low, int high, int whole) {
+    const long long size = region ? static_cast<long long>(high) - low : whole;
+    return static_cast<std::uint16_t>(
+        std::clamp<long long>(size, 0, std::numeric_limits<std::uint16_t>::max()));
 }
 
 /// Calls at the end of the scope, also when an exception ends it.
@@ -116,10 +125,9 @@ void JobState::PrepareBitmapInfo(BitmapInfo& bitmapInfo) const {
     bitmapInfo.SetType(wants_float ? BMM_FLOAT_RGBA_32 : BMM_TRUE_64);
     bitmapInfo.SetFlags(MAP_HAS_ALPHA);
     bitmapInfo.SetCustomFlags(0);
-    const int width = regionRendering ? regionRight - regionLeft : coreInterface->GetRendWidth();
-    const int height = regionRendering ? regionBottom - regionTop : coreInterface->GetRendHeight();
-    bitmapInfo.SetWidth(static_cast<std::uint16_t>(width));
-    bitmapInfo.SetHeight(static_cast<std::uint16_t>(height));
+    bitmapInfo.SetWidth(image_size(regionRendering, regionLeft, regionRight, coreInterface->GetRendWidth()));
+    bitmapInfo.SetHeight(
+        image_size(regionRendering, regionTop, regionBottom, coreInterface->GetRendHeight()));
     bitmapInfo.SetAspect(coreInterface->GetRendImageAspect());
 }
 
@@ -130,7 +138,9 @@ std::string JobState::NumberedName(const std::string& name, int frame) const {
     char numbered[BMM_MAX_PATH] = "";
     const bool fits = name.size() < BMM_MAX_PATH;
     if (fits && removePadding) return name;
-    if (!fits || !countable || !BMMCreateNumberedFilename(name.c_str(), static_cast<int>(number), numbered))
+    if (!countable)
+        throw std::runtime_error("The output file number " + std::to_string(number) + " is out of range.");
+    if (!fits || !BMMCreateNumberedFilename(name.c_str(), static_cast<int>(number), numbered))
         throw std::runtime_error("The output file name is too long for frame " + std::to_string(number) +
                                  ": \"" + name + "\"");
     return numbered;
