@@ -13,7 +13,7 @@ help: ## list the targets
 setup: ## install the Debian packages that are missing (debian-packages.txt)
 	@cmake/install_packages.sh
 
-build: setup ## build everything in build/release
+build: setup ## build the programs in build/release
 	@cmake --preset release && cmake --build --preset release -j $(JOBS)
 
 demo: build ## render the example job: a worker, its host, an animated scene, images on disk
@@ -23,7 +23,8 @@ test: setup ## build with warnings as errors and run every test; TEST=regex pick
 	@cmake --preset dev && cmake --build --preset dev -j $(JOBS)
 	@ctest --preset dev -j $(JOBS) -R '$(TEST)'
 
-bench: build ## measure, side by side in one run, what the documents promise
+bench: setup ## measure, side by side in one run, what the documents promise
+	@cmake --preset release -DCORRIVANE_BENCH=ON && cmake --build --preset release -j $(JOBS)
 	@bench/run_benchmarks.sh build/release/bin
 
 fuzz: setup ## fuzz the MAXScript and scene readers for FUZZ_SECONDS each
