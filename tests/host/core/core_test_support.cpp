@@ -55,19 +55,6 @@ json& render_settings(json& scene) {
     return scene["scenes"][0]["extras"]["render"];
 }
 
-TemporaryFolder::TemporaryFolder() {
-    std::string pattern = testing::TempDir() + "corrivane_core_XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw std::runtime_error("cannot make " + pattern);
-    }
-    m_path = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
 BitmapPointer make_bitmap(int width, int height) {
     return BitmapPointer(FloatBitmap::make(width, height));
 }

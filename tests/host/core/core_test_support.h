@@ -2,6 +2,7 @@
 
 #include "bitmap/float_bitmap.h"
 #include "core/core.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -22,19 +23,7 @@ nlohmann::json& node_named(nlohmann::json& scene, const std::string& name);
 /// The render settings of a scene that is not yet written.
 nlohmann::json& render_settings(nlohmann::json& scene);
 
-/// A folder that is gone at the end.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const std::filesystem::path& path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
+using ::corrivane::test::TemporaryFolder;
 
 struct BitmapDeleter {
     void operator()(Bitmap* bitmap) const { bitmap->DeleteThis(); }
