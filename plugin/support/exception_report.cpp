@@ -143,6 +143,10 @@ int report_text::append(const char* format, ...) {
     return static_cast<int>(written);
 }
 
+void report_text::remove_trailing_line_feed() {
+    if (m_size > 0 && m_text[m_size - 1] == '\n') --m_size;
+}
+
 bool find_module_for_address(const void* address, char* path, BYTE** base) {
     path[0] = '\0';
     MODULEENTRY32 module;
@@ -181,4 +185,5 @@ void build_exception_report(const EXCEPTION_POINTERS& information, report_text& 
     append_instruction(record.ExceptionAddress, report);
     report.append("\nCall Stack:");
     format_call_stack(information, report);
+    report.remove_trailing_line_feed();
 }

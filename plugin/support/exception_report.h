@@ -23,6 +23,8 @@ public:
 
     /// Appends as printf does and returns how many characters found room.
     int append(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    /// Takes a line feed off the end, which stands there when the text was cut off right behind it.
+    void remove_trailing_line_feed();
     std::string_view view() const { return {m_text, m_size}; }
 
 private:
