@@ -3,13 +3,18 @@
 #include <windows.h>
 
 #include <cstring>
+#include <utility>
 
 namespace quorvel::win32 {
 
 namespace {
 
 constexpr int highest_port = 65535;
+constexpr std::size_t header_size = sizeof(std::uint32_t);
 constexpr const char* no_socket_text = "socket: Failed to create tcp/ip socket.";
+constexpr const char* gone_in_header =
+    "simple_socket::receive: socket was disconnected while reading header.";
+constexpr const char* gone_in_data = "simple_socket::receive: socket was disconnected while reading data.";
 
 std::string last_error_number() {
     return std::to_string(WSAGetLastError());
@@ -43,6 +48,12 @@ int wait_until_readable(SOCKET handle, const timeval* limit) {
     FD_ZERO(&readable);
     FD_SET(handle, &readable);
     return ::select(static_cast<int>(handle) + 1, &readable, nullptr, nullptr, limit);
+}
+
+std::uint32_t decode_length(const char* header) {
+    std::uint32_t length = 0;
+    std::memcpy(&length, header, sizeof length);
+    return ntohl(length);
 }
 
 timeval split_milliseconds(int milliseconds) {
@@ -204,8 +215,9 @@ void simple_socket::wait_for_data(const cutoff_time& cutoff) const {
 }
 
 /// One recv of at most `length` bytes; closes both handles when there is nothing more to come.
-std::size_t simple_socket::receive_piece(char* buffer, std::size_t length, const char* disconnect_text) {
-    const int got = ::recv(m_connection, buffer, static_cast<int>(length), 0);
+std::size_t simple_socket::receive_piece(char* buffer, std::size_t length, const char* disconnect_text,
+                                         int flags) {
+    const int got = ::recv(m_connection, buffer, static_cast<int>(length), flags);
     if (got == SOCKET_ERROR) {
         const std::string code = last_error_number();
         close(true);
@@ -228,6 +240,18 @@ void simple_socket::receive_data(char* buffer, std::size_t length, const cutoff_
     } while (have < length);
 }
 
+/// The next message if it is short and has arrived whole, as most are when their first byte has: the system
+/// is asked no more than needed. An empty one is left to the caller, who waits for what follows it.
+std::optional<std::string> simple_socket::take_arrived_message() {
+    char arrived[2048];
+    const std::size_t size = receive_piece(arrived, sizeof arrived, gone_in_header, MSG_PEEK);
+    if (size <= header_size) return std::nullopt;
+    const std::uint32_t length = decode_length(arrived);
+    if (length == 0 || length > size - header_size) return std::nullopt;
+    receive_piece(arrived, header_size + length, gone_in_data);
+    return std::string(arrived + header_size, length);
+}
+
 std::string simple_socket::receive(int timeout_ms) {
     if (!is_connected()) throw simple_socket_error("simple_socket: receive while not connected.");
     const cutoff_time cutoff(timeout_ms);
@@ -237,17 +261,13 @@ std::string simple_socket::receive(int timeout_ms) {
         throw simple_socket_timeout_error("simple_socket: Timed out waiting for header packet to arrive.");
     }
 
-    constexpr const char* gone_in_header =
-        "simple_socket::receive: socket was disconnected while reading header.";
-    constexpr const char* gone_in_data =
-        "simple_socket::receive: socket was disconnected while reading data.";
-    char header[sizeof(std::uint32_t)];
+    if (std::optional<std::string> message = take_arrived_message()) return *std::move(message);
+
+    char header[header_size];
     const std::size_t have = receive_piece(header, sizeof header, gone_in_header);
     if (have < sizeof header) receive_data(header + have, sizeof header - have, cutoff, gone_in_header);
 
-    std::uint32_t length = 0;
-    std::memcpy(&length, header, sizeof length);
-    length = ntohl(length);
+    const std::uint32_t length = decode_length(header);
     if (length > max_frame_size)
         throw simple_socket_error("simple_socket::receive: Invalid packet size (given " +
                                   std::to_string(length) + ")");

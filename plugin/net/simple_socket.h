@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -84,7 +85,8 @@ private:
     void wait_for_data(const cutoff_time& cutoff) const;
     void receive_data(char* buffer, std::size_t length, const cutoff_time& cutoff,
                       const char* disconnect_text);
-    std::size_t receive_piece(char* buffer, std::size_t length, const char* disconnect_text);
+    std::size_t receive_piece(char* buffer, std::size_t length, const char* disconnect_text, int flags = 0);
+    std::optional<std::string> take_arrived_message();
     void send_bytes(const std::string& bytes) const;
     void use_accepted_connection() const;
 
