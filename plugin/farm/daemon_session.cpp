@@ -44,7 +44,8 @@ void shake_hands(const std::string& token) {
 void serve_next_command() {
     try {
         const std::string command = session_socket.receive(command_poll_ms);
-        connect_log.entry("\nGot command: ", command, "\n");
+        // Its fields follow at once, or else what is wrong with it; the worker waits for each write.
+        connect_log.entry_before_next("\nGot command: ", command, "\n");
         job_state.ProcessCommand(command, session_socket);
     } catch (const simple_socket_timeout_error&) {
         pump_messages();

@@ -1,7 +1,9 @@
 #include "support/log.h"
 
 log_stream::~log_stream() {
-    if (m_file != INVALID_HANDLE_VALUE) CloseHandle(m_file);
+    if (m_file == INVALID_HANDLE_VALUE) return;
+    if (!m_held.empty()) write({});
+    CloseHandle(m_file);
 }
 
 void log_stream::open(const char* path) {
@@ -11,8 +13,16 @@ void log_stream::open(const char* path) {
 
 void log_stream::write(const std::string& line) {
     const std::lock_guard lock(m_mutex);
+    if (!m_held.empty()) m_held.append(line);
+    const std::string& text = m_held.empty() ? line : m_held;
     DWORD written = 0;
-    WriteFile(m_file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    WriteFile(m_file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    m_held.clear();
+}
+
+void log_stream::hold(const std::string& line) {
+    const std::lock_guard lock(m_mutex);
+    m_held.append(line);
 }
 
 void log_calling_thread() {

@@ -6,6 +6,8 @@
 #include <mutex>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <type_traits>
 
 /// The diagnostic log: lines of text, no timestamps, each on disk before the call that wrote it returns, so
 /// that the file is complete up to its last line even when 3ds Max dies.
@@ -26,19 +28,43 @@ public:
     /// Writes the values one after another, as an output stream formats them by default, and ends the line.
     template <typename... Values>
     void entry(const Values&... values) {
-        if (m_file == INVALID_HANDLE_VALUE) return;
-        std::ostringstream line;
-        line.imbue(std::locale::classic());
-        ((line << values), ...);
-        line << '\n';
-        write(line.str());
+        if (m_file != INVALID_HANDLE_VALUE) write(format_line(values...));
+    }
+
+    /// The same, but the line goes to disk together with the next entry, in its order: for a line that
+    /// another follows whatever happens, when somebody waits for both.
+    template <typename... Values>
+    void entry_before_next(const Values&... values) {
+        if (m_file != INVALID_HANDLE_VALUE) hold(format_line(values...));
     }
 
 private:
+    template <typename... Values>
+    static std::string format_line(const Values&... values) {
+        std::string line;
+        (append(line, values), ...);
+        line += '\n';
+        return line;
+    }
+
+    template <typename Value>
+    static void append(std::string& line, const Value& value) {
+        if constexpr (std::is_convertible_v<const Value&, std::string_view>) {
+            line.append(value);
+        } else {
+            std::ostringstream text;
+            text.imbue(std::locale::classic());
+            text << value;
+            line.append(text.str());
+        }
+    }
+
     void write(const std::string& line);
+    void hold(const std::string& line);
 
     HANDLE m_file = INVALID_HANDLE_VALUE;
     std::mutex m_mutex;
+    std::string m_held;
 };
 
 /// The one log of the library.

@@ -23,6 +23,20 @@ TEST_F(Log, EntriesAreLinesThatAreOnDiskAtOnce) {
     EXPECT_TRUE(log().ends_with("\nThread: " + std::to_string(GetCurrentThreadId()) + "\n"));
 }
 
+TEST_F(Log, HeldLinesGoToDiskBeforeTheNextEntry) {
+    connect_log.entry_before_next("\nGot command: ", "a");
+    EXPECT_EQ(log(), "");
+    connect_log.entry_before_next("second");
+    connect_log.entry("Command: a");
+    EXPECT_EQ(log(), "\nGot command: a\nsecond\nCommand: a\n");
+    {
+        log_stream stream;
+        stream.open(connect_log_path);
+        stream.entry_before_next("last");
+    }
+    EXPECT_EQ(log(), "last\n");
+}
+
 TEST_F(Log, OpeningEmptiesTheFile) {
     connect_log.entry("first start of 3ds Max");
     log_stream second_start;
