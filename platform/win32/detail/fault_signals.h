@@ -1,10 +1,9 @@
-// The process's handlers for fault signals, in place while some thread runs a guarded call.
+// The process's handlers for fault signals, and the stacks they run on.
 #pragma once
 
 #include <ucontext.h>
 
 #include <csignal>
-#include <cstddef>
 
 namespace win32_detail {
 
@@ -12,10 +11,12 @@ namespace win32_detail {
 // fault.
 using FaultHandler = void (*)(int signal, const siginfo_t& information, const ucontext_t& machine);
 
-// For its lifetime the fault signals reach `handler`, and the calling thread has a signal stack: this
-// object's own memory, so that a thread that ends needs no tidying. What ruled before rules again afterwards,
-// unless another program part has put its own handlers in the meantime. One object a thread at a time; all
-// threads name the same handler.
+// For its lifetime the fault signals reach `handler`, and the calling thread has a signal stack, which it
+// keeps to its end. One object a thread at a time; all threads name the same handler.
+//
+// What ruled a signal before rules it again afterwards, unless another program part has put its own handler
+// in the meantime. Where nothing ruled, the process's handler stays, since each change costs a system call;
+// outside guards it gives a signal its default effect.
 class FaultSignals {
 public:
     explicit FaultSignals(FaultHandler handler);
@@ -23,13 +24,6 @@ public:
 
     FaultSignals(const FaultSignals&) = delete;
     FaultSignals& operator=(const FaultSignals&) = delete;
-
-private:
-    // A filter with a report, and a second fault on top of it, use about 30 KiB under a sanitizer, 10 KiB
-    // without.
-    alignas(16) std::byte m_stack[64 * 1024];
-    stack_t m_previous_stack{};
-    bool m_has_stack = false;
 };
 
 }  // namespace win32_detail

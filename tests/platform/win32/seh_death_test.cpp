@@ -42,6 +42,15 @@ TEST_P(RefusedFaultDeathTest, KillsWithItsOwnSignal) {
     EXPECT_EXIT(die(), testing::KilledBySignal(GetParam().signal), "");
 }
 
+TEST_P(RefusedFaultDeathTest, KillsWithItsOwnSignalAfterAGuardToo) {
+    const auto die = [] {
+        prepare_to_die();
+        seh_guarded_call([](void*) {}, nullptr, exit_with_7, nullptr);
+        GetParam().provoke(nullptr);
+    };
+    EXPECT_EXIT(die(), testing::KilledBySignal(GetParam().signal), "");
+}
+
 // One of each signal and each way to classify it.
 std::vector<Provocation> refused_faults() {
     std::vector<Provocation> chosen;
@@ -83,6 +92,26 @@ TEST_F(UnguardedDeathTest, FaultInTheOnlyFilterKills) {
         seh_guarded_call(read_address_16, nullptr, faulting_filter, nullptr);
     };
     EXPECT_EXIT(die(), testing::KilledBySignal(SIGTRAP), "");
+}
+
+struct sigaction found_by_chaining;
+
+// Calls what was there before it, as crash reporters do.
+void chaining_handler(int signal, siginfo_t* information, void* machine) {
+    found_by_chaining.sa_sigaction(signal, information, machine);
+}
+
+TEST_F(UnguardedDeathTest, HandlerThatCallsTheGuardsOwnInTurnEndsInDeath) {
+    const auto die = [&] {
+        prepare_to_die();
+        seh_guarded_call([](void*) {}, nullptr, exit_with_7, nullptr);
+        struct sigaction chaining {};
+        chaining.sa_flags = SA_SIGINFO;
+        chaining.sa_sigaction = chaining_handler;
+        sigaction(SIGSEGV, &chaining, &found_by_chaining);
+        seh_guarded_call(read_address_16, nullptr, refuse, nullptr);
+    };
+    EXPECT_EXIT(die(), testing::KilledBySignal(SIGSEGV), "");
 }
 
 TEST_F(UnguardedDeathTest, SentSignalIsNoFault) {

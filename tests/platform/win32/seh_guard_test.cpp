@@ -157,7 +157,10 @@ struct ThreadState {
     stack_t stack;
     struct sigaction segv;
 
+    // The state of a thread that has had a guard before: it keeps its signal stack, and the process the
+    // handlers.
     static ThreadState now() {
+        seh_guarded_call([](void*) {}, nullptr, watch, nullptr);
         ThreadState state{};
         pthread_sigmask(SIG_SETMASK, nullptr, &state.mask);
         sigaltstack(nullptr, &state.stack);
@@ -249,15 +252,17 @@ TEST(SehGuard, SignalMaskIsTheCallersAgain) {
 TEST(SehGuard, HandlersOfOthersRuleOutsideGuards) {
     struct sigaction mine {
     }, original, now;
-    mine.sa_handler = [](int) {};
-    sigaction(SIGFPE, &mine, &original);
+    mine.sa_handler = [](int) { _exit(3); };  // not in place while a guard is
+    sigaction(SIGSEGV, &mine, &original);
     Watch seen;
     EXPECT_NE(guarded([] { read_address_16(nullptr); }, seen), 0u);
-    sigaction(SIGFPE, nullptr, &now);
+    sigaction(SIGSEGV, nullptr, &now);
     EXPECT_EQ(now.sa_handler, mine.sa_handler);
+    sigaction(SIGSEGV, &original, nullptr);
 
     struct sigaction late {};  // installed by the guarded code: it stays
     late.sa_handler = SIG_IGN;
+    sigaction(SIGFPE, nullptr, &original);
     EXPECT_EQ(guarded([&] { sigaction(SIGFPE, &late, nullptr); }, seen), 0u);
     sigaction(SIGFPE, nullptr, &now);
     EXPECT_EQ(now.sa_handler, SIG_IGN);
