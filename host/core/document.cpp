@@ -3,7 +3,9 @@
 #include "core/class_ids.h"
 #include "core/units.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <stdexcept>
 
 namespace corrivane::host {
@@ -20,15 +22,16 @@ int checked(const char* what, int number, int largest) {
     return number;
 }
 
+/// At the most the last one whose time can be told in ticks.
 int last_frame(const Scene& scene, int frame_rate) {
     if (!(scene.duration > 0)) {
         return frames_without_animation;
     }
     // A key's time is a float: it may lie a hair behind the frame that it means.
     constexpr double hair = 1e-3;
-    const double longest = to_seconds(INT32_MAX);
-    const double seconds = std::min<double>(scene.duration, longest);
-    return static_cast<int>(std::ceil(seconds * frame_rate - hair));
+    const double frame = std::ceil(static_cast<double>(scene.duration) * frame_rate - hair);
+    const int latest = INT32_MAX / (ticks_per_second / frame_rate);
+    return static_cast<int>(std::min<double>(frame, latest));
 }
 
 }  // namespace

@@ -202,5 +202,12 @@ TEST_F(CoreSceneTest, SettingsOutsideTheirLimitsAreRefused) {
     EXPECT_EQ(192, GetTicksPerFrame());
 }
 
+TEST(Document, AnimationBeyondTheTimeScaleEndsWithIt) {
+    Scene scene;
+    scene.duration = 1e9F;
+    const Document document(std::make_shared<const Scene>(scene), "");
+    EXPECT_EQ(INT32_MAX / 160 * 160, document.animation_range().End());
+}
+
 }  // namespace
 }  // namespace corrivane::host::test
