@@ -52,7 +52,7 @@ void read_misaligned() {
 }
 
 /// A mapped page whose file has become shorter has nothing to be filled from.
-void read_behind_the_end_of_a_mapped_file() {
+std::uintptr_t map_truncated_file() {
     const int file = memfd_create("truncated", MFD_CLOEXEC);
     const long page = sysconf(_SC_PAGESIZE);
     void* mapped = MAP_FAILED;
@@ -66,7 +66,13 @@ void read_behind_the_end_of_a_mapped_file() {
     if (!truncated) {
         throw std::runtime_error("cannot map a file to fault on");
     }
-    read_address(reinterpret_cast<std::uintptr_t>(mapped));
+    return reinterpret_cast<std::uintptr_t>(mapped);
+}
+
+/// One mapping serves for ever: the call that faults does not return to take it away.
+void read_behind_the_end_of_a_mapped_file() {
+    static const std::uintptr_t address = map_truncated_file();
+    read_address(address);
 }
 
 [[gnu::noinline]] int recurse(int depth) {
