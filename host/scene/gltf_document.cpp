@@ -99,8 +99,7 @@ std::string parse(const std::vector<unsigned char>& bytes, ExternalFiles& files,
 }
 
 /// The declared lengths of the external buffers, for those that are not there: tinygltf wants a file of that
-/// size.
-/// tinygltf has parsed the text as an object before.
+/// size. It has parsed the text as an object before.
 void add_stand_ins(std::string_view json, ExternalFiles& files) {
     const auto document = nlohmann::json::parse(json, nullptr, false);
     for (const auto& buffer : document.value("buffers", nlohmann::json::array())) {

@@ -28,10 +28,8 @@ enum class MissingKind {
 /// What to do then. The numbers are 3ds Max's.
 enum class MissingAction {
     /// Load on, with a line in Scene::warnings: an image becomes a grey checker, geometry and animation of a
-    /// missing
-    /// buffer are left out, what an unknown extension says is ignored, a missing xref adds nothing, and a
-    /// textured
-    /// primitive without coordinates shows its material's factor alone.
+    /// missing buffer are left out, what an unknown extension says is ignored, a missing xref adds nothing,
+    /// and a textured primitive without coordinates shows its material's factor alone.
     go_on = 1,
     fail = 5,  ///< MissingResource
 };
