@@ -1,8 +1,8 @@
-#include "bench/support/bench_files.h"
 #include "bitmap/float_bitmap.h"
 #include "bitmap/image_module.h"
 #include "render/job_state.h"
 #include "support/log.h"
+#include "support/temporary_folder.h"
 
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
@@ -19,6 +19,7 @@ log_stream connect_log;
 namespace {
 
 using corrivane::host::FloatBitmap;
+using corrivane::test::TemporaryFolder;
 
 constexpr float black_threshold = 0.1F;
 
@@ -115,11 +116,15 @@ FloatBitmap& saved_picture() {
     return bitmap;
 }
 
+std::string file_name(const Format& format) {
+    return std::string("image.") + format.extension;
+}
+
 void save_with_host(benchmark::State& state, const Format& format) {
-    const corrivane::bench::TemporaryFolder folder;
+    const TemporaryFolder folder;
     FloatBitmap& bitmap = saved_picture();
     BitmapInfo info;
-    info.SetName((folder.path() / "image.").concat(format.extension).c_str());
+    info.SetName((folder / file_name(format)).c_str());
     info.SetType(BMM_TRUE_64);
     info.SetFlags(MAP_HAS_ALPHA);
     corrivane::host::image_module();
@@ -143,9 +148,9 @@ OIIO::ImageSpec file_spec(const FloatBitmap& bitmap, const Format& format) {
 }
 
 void save_with_openimageio(benchmark::State& state, const Format& format) {
-    const corrivane::bench::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const FloatBitmap& bitmap = saved_picture();
-    const std::string name = (folder.path() / "image.").concat(format.extension);
+    const std::string name = folder / file_name(format);
     const OIIO::ImageSpec spec = file_spec(bitmap, format);
     for (auto round : state) {
         const auto output = OIIO::ImageOutput::create(name);

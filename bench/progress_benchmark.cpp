@@ -1,7 +1,9 @@
-#include "bench/support/host_link.h"
 #include "core/core.h"
+#include "end_to_end/test_scene.h"
 #include "render/progress_callback.h"
 #include "support/log.h"
+#include "support/temporary_folder.h"
+#include "support/wire_peer.h"
 
 #include <drive_map.h>
 #include <max/bitmap.h>
@@ -15,13 +17,16 @@ log_stream connect_log;
 
 namespace {
 
-using namespace corrivane::bench;
+using namespace corrivane::test;
 using corrivane::host::Core;
+
+/// Without an end: other benchmarks may take any time.
+constexpr std::chrono::seconds patience_between_benchmarks{0};
 
 /// A worker that lets every render go on, at the other end of `socket()`.
 class AnsweringPeer {
 public:
-    AnsweringPeer() : m_socket("127.0.0.1", m_listener.port()), m_thread([this] { answer(); }) {}
+    AnsweringPeer() : m_socket("127.0.0.1", m_peer.port()), m_thread([this] { answer(); }) {}
     ~AnsweringPeer() {
         m_socket.close(true);
         m_thread.join();
@@ -31,15 +36,15 @@ public:
 private:
     void answer() {
         try {
-            Connection connection(m_listener.accept());
+            m_peer.accept();
             for (;;)
-                if (connection.receive().starts_with("FUNCTION: PROGRESS")) connection.send("CONTINUE");
+                if (m_peer.receive().starts_with("FUNCTION: PROGRESS")) m_peer.send("CONTINUE");
         } catch (const std::runtime_error&) {
             // The benchmark is over.
         }
     }
 
-    Listener m_listener;
+    WirePeer m_peer{patience_between_benchmarks};
     quorvel::win32::simple_socket m_socket;
     std::thread m_thread;
 };
@@ -67,7 +72,9 @@ class OpenScene {
 public:
     OpenScene() {
         map_drive('C', m_folder.path());
-        write_scene(m_folder.path(), width, height, samples);
+        nlohmann::json scene = small_scene();
+        render_settings(scene).update({{"width", width}, {"height", height}, {"samples", samples}});
+        save_scene(scene, m_folder.path());
         Core& core = Core::instance();
         if (core.LoadFromFile("C:\\scene.gltf", 0) == 0) throw std::runtime_error("the scene does not load");
         INode* camera = core.GetINodeByName("Camera01");

@@ -1,5 +1,4 @@
 #include "app/plugin_library.h"
-#include "bench/support/bench_files.h"
 #include "maxscript/runtime.h"
 
 #include <benchmark/benchmark.h>

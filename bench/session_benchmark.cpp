@@ -1,5 +1,6 @@
-#include "bench/support/host_link.h"
 #include "bitmap/image_module.h"
+#include "end_to_end/host_session.h"
+#include "end_to_end/test_scene.h"
 #include "render/renderer.h"
 #include "scene/load_scene.h"
 
@@ -10,47 +11,51 @@
 
 #include <chrono>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace {
 
-using namespace corrivane::bench;
+using namespace corrivane::test;
 namespace host = corrivane::host;
 
 constexpr std::string_view erroneous_command = "nonsense,1";
+// The small scene's.
 constexpr int width = 64;
 constexpr int height = 48;
 
 /// The host that serves all benchmarks but that of its start.
-HostLink& served_host() {
-    static HostLink link;
-    return link;
+HostSession& served_host() {
+    static HostSession session;
+    return session;
 }
 
-/// Sends a frame and waits for so many bytes.
-void exchange(Connection& connection, const std::string& request, std::string& reply) {
-    connection.send_bytes(request);
-    connection.receive_bytes(reply.data(), reply.size());
+/// Measures the erroneous command's way there and the reply's way back.
+void measure_exchanges(benchmark::State& state, auto& peer, std::size_t reply_size) {
+    const std::string request = WirePeer::frame(erroneous_command);
+    for (auto round : state) {
+        peer.send_bytes(request);
+        benchmark::DoNotOptimize(peer.receive_bytes(reply_size));
+    }
 }
 
-/// Room for the frame that answers the erroneous command.
-std::string reply_room() {
-    static const std::size_t size = [] {
-        served_host().connection().send(erroneous_command);
-        return Connection::frame(served_host().connection().receive()).size();
-    }();
-    return std::string(size, '\0');
+/// The size of the frame that answers the erroneous command.
+std::size_t reply_size() {
+    static const std::size_t size = WirePeer::frame(served_host().run(erroneous_command).front()).size();
+    return size;
 }
 
-[[noreturn]] void serve_echo(int port, std::size_t request_size, const std::string& reply) {
+[[noreturn]] void serve_echo(int port) {
     try {
-        Connection connection(Connection::connect(port));
-        std::string request(request_size, '\0');
+        WirePeer peer(std::chrono::seconds(0));  // other benchmarks may take any time
+        peer.connect(port);
+        const std::size_t request_size = WirePeer::frame(erroneous_command).size();
+        const std::string reply(reply_size(), '\0');
         for (;;) {
-            connection.receive_bytes(request.data(), request.size());
-            connection.send_bytes(reply);
+            peer.receive_bytes(request_size);
+            peer.send_bytes(reply);
         }
     } catch (const std::exception&) {
         _exit(0);
@@ -59,51 +64,50 @@ std::string reply_room() {
 
 /// A process that answers requests of the erroneous command's size with replies of the host's; it ends with
 /// the connection.
-Connection& echo_process() {
-    static Connection connection([] {
-        const std::string reply = reply_room();
-        Listener listener;
-        if (fork() == 0) serve_echo(listener.port(), Connection::frame(erroneous_command).size(), reply);
-        return listener.accept();
-    }());
-    return connection;
-}
-
-void measure_exchanges(benchmark::State& state, Connection& connection) {
-    const std::string request = Connection::frame(erroneous_command);
-    std::string reply = reply_room();
-    for (auto round : state)
-        exchange(connection, request, reply);
+WirePeer& echo_process() {
+    static const std::unique_ptr<WirePeer> echo = [] {
+        auto peer = std::make_unique<WirePeer>();
+        reply_size();  // asks the host, which the new process must not
+        if (fork() == 0) serve_echo(peer->port());
+        peer->accept();
+        return peer;
+    }();
+    return *echo;
 }
 
 void erroneous_command_host(benchmark::State& state) {
-    measure_exchanges(state, served_host().connection());
+    measure_exchanges(state, served_host(), reply_size());
 }
 
 void erroneous_command_host_without_log(benchmark::State& state) {
-    static HostLink link(ProductLog::off);
-    measure_exchanges(state, link.connection());
+    static HostSession session({.product_log = false});
+    measure_exchanges(state, session, reply_size());
 }
 
 void erroneous_command_raw(benchmark::State& state) {
-    measure_exchanges(state, echo_process());
+    measure_exchanges(state, echo_process(), reply_size());
+}
+
+void run(HostSession& session, const std::string& command) {
+    const std::string reply = session.run(command).back();
+    if (!reply.starts_with("SUCCESS")) throw std::runtime_error(command + ": " + reply);
 }
 
 void small_frame_host(benchmark::State& state) {
-    HostLink& link = served_host();
-    write_scene(link.drive_c(), width, height, 1);
-    link.run(R"(StartJob,"C:\\scene.gltf",Camera01)");
-    link.run("RenderTask,0");
+    HostSession& session = served_host();
+    const auto scene = save_scene(small_scene(), session.folder() / "scene");
+    run(session, "StartJob," + field(scene.string()) + ",Camera01");
+    run(session, "RenderTask,0");
     for (auto round : state)
-        link.run("RenderTask,0");
-    link.run("EndJob");
+        run(session, "RenderTask,0");
+    run(session, "EndJob");
 }
 
 void small_frame_renderer(benchmark::State& state) {
     const TemporaryFolder folder;
-    host::Renderer renderer(host::load_scene(write_scene(folder.path(), width, height, 1)));
+    host::Renderer renderer(host::load_scene(save_scene(small_scene(), folder.path())));
     host::RenderRequest request;
-    request.camera_node = scene_camera_node;
+    request.camera_node = small_scene_camera;
     request.width = width;
     request.height = height;
     request.samples = 1;
@@ -145,12 +149,12 @@ void measure_start(benchmark::State& state, Start start) {
 }
 
 void start_host(benchmark::State& state) {
-    measure_start(state, [] { return std::make_unique<HostLink>(); });
+    measure_start(state, [] { return std::make_unique<HostSession>(); });
 }
 
 void start_empty_process(benchmark::State& state) {
     measure_start(state, [] {
-        auto child = std::make_unique<ChildProcess>(std::vector<std::string>{"/bin/true"});
+        auto child = std::make_unique<RunningProgram>(std::vector<std::string>{"/bin/true"}, "/dev/null");
         child->wait();
         return child;
     });

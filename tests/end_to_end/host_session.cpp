@@ -8,13 +8,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
 #include <csignal>
-#include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 extern char** environ;
@@ -23,21 +18,8 @@ namespace corrivane::test {
 
 namespace {
 
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
-
 // Generous: sanitizer builds on a busy machine are slow, and nothing waits longer than it has to.
 constexpr int patience_ms = 60'000;
-
-bool wait_readable(int handle, milliseconds timeout) {
-    pollfd waited{handle, POLLIN, 0};
-    const auto end = steady_clock::now() + timeout;
-    for (;;) {
-        const auto left = std::chrono::duration_cast<milliseconds>(end - steady_clock::now()).count();
-        const int ready = poll(&waited, 1, static_cast<int>(std::max<std::int64_t>(left, 0)));
-        if (ready >= 0 || errno != EINTR) return ready > 0;
-    }
-}
 
 /// Whether nothing can follow a reply to the command.
 bool ends_command(std::string_view command, std::string_view reply) {
@@ -59,11 +41,6 @@ bool ends_command(std::string_view command, std::string_view reply) {
 
 std::filesystem::path programs_folder() {
     return CORRIVANE_PROGRAMS_FOLDER;
-}
-
-void write_file(const std::filesystem::path& file, std::string_view content) {
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary).write(content.data(), static_cast<std::streamsize>(content.size()));
 }
 
 RunningProgram::RunningProgram(const std::vector<std::string>& command,
@@ -94,16 +71,14 @@ RunningProgram::~RunningProgram() {
     close(m_pid_handle);
 }
 
-std::optional<int> RunningProgram::poll_exit(int timeout_ms) {
-    int status = 0;
-    if (!wait_readable(m_pid_handle, milliseconds(timeout_ms)) || waitpid(m_pid, &status, 0) != m_pid)
-        return std::nullopt;
-    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
-}
-
 int RunningProgram::wait() {
-    if (!m_exit) m_exit = poll_exit(patience_ms);
-    if (!m_exit) throw std::runtime_error("the program did not end in time:\n" + output());
+    if (m_exit) return *m_exit;
+    pollfd end{m_pid_handle, POLLIN, 0};
+    if (poll(&end, 1, patience_ms) != 1)
+        throw std::runtime_error("the program did not end in time:\n" + output());
+    int status = 0;
+    waitpid(m_pid, &status, 0);
+    m_exit = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
     return *m_exit;
 }
 
@@ -114,7 +89,7 @@ void RunningProgram::send_signal(int signal) const {
 HostSession::HostSession() : HostSession(Options{}) {}
 
 HostSession::HostSession(const Options& options) {
-    std::filesystem::create_directories(drive_c() / "Quillane/logs");
+    std::filesystem::create_directories(options.product_log ? log_folder() : drive_c());
     start(options);
     m_peer.accept();
     m_token = receive();
@@ -154,11 +129,7 @@ int HostSession::finish() {
 }
 
 std::vector<std::string> HostSession::log_lines() const {
-    std::istringstream log(read_file(drive_c() / "Quillane/logs/3dsmaxConnect.log"));
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(log, line);)
-        lines.push_back(line);
-    return lines;
+    return read_lines(log_folder() / "3dsmaxConnect.log");
 }
 
 std::string field(std::string_view text) {

@@ -16,9 +16,7 @@ namespace corrivane::test {
 /// The folder that holds the built programs.
 std::filesystem::path programs_folder();
 
-void write_file(const std::filesystem::path& file, std::string_view content);
-
-/// A program that runs with its output in files. Killed at the end if it still runs.
+/// A program that runs with its output in a file. Killed at the end if it still runs.
 class RunningProgram {
 public:
     RunningProgram(const std::vector<std::string>& command, const std::filesystem::path& output_file);
@@ -34,8 +32,6 @@ public:
     std::string output() const { return read_file(m_output_file); }
 
 private:
-    std::optional<int> poll_exit(int timeout_ms);
-
     pid_t m_pid = -1;
     int m_pid_handle = -1;
     std::optional<int> m_exit;
@@ -47,9 +43,10 @@ private:
 class HostSession {
 public:
     struct Options {
-        std::vector<std::string> arguments;         ///< more of the host's
+        std::vector<std::string> arguments = {};    ///< more of the host's
         std::string handshake = "QuillaneStartup";  ///< empty: say nothing
-        std::string script_before;  ///< MAXScript in front of the call that starts the session
+        std::string script_before = {};  ///< MAXScript in front of the call that starts the session
+        bool product_log = true;         ///< the product logs where it finds a folder for that
     };
 
     HostSession();
@@ -58,6 +55,7 @@ public:
     void send(std::string_view message) { m_peer.send(message); }
     void send_bytes(std::string_view bytes) { m_peer.send_bytes(bytes); }
     std::string receive() { return m_peer.receive(); }
+    std::string receive_bytes(std::size_t count) { return m_peer.receive_bytes(count); }
     /// Sends a command and collects all that comes up to and including the reply that ends it, answering
     /// every progress request with `progress_answer`. Titles and progress are left out of the result.
     std::vector<std::string> run(std::string_view command, std::string_view progress_answer = "CONTINUE");
@@ -75,6 +73,7 @@ public:
 
 private:
     void start(const Options& options);
+    std::filesystem::path log_folder() const { return drive_c() / "Quillane/logs"; }
 
     TemporaryFolder m_folder;
     WirePeer m_peer;

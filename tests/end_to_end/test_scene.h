@@ -11,6 +11,9 @@ namespace corrivane::test {
 /// further away. 64 x 48 pixels, saved to C:\out\beauty.png. Tests change the document as they need it.
 nlohmann::json small_scene();
 
+/// The index of "Camera01" among its nodes.
+inline constexpr int small_scene_camera = 1;
+
 /// The scene's extras.render.
 nlohmann::json& render_settings(nlohmann::json& scene);
 

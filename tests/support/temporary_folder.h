@@ -6,6 +6,8 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace corrivane::test {
 
@@ -31,9 +33,26 @@ private:
     std::filesystem::path m_path;
 };
 
+/// "" for a file that is not there.
 inline std::string read_file(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline std::vector<std::string> read_lines(const std::string& path) {
+    std::vector<std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+/// Makes the file's folder too where it is missing.
+inline void write_file(const std::filesystem::path& path, std::string_view content) {
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream file(path, std::ios::binary);
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    if (!file.flush()) throw std::runtime_error("cannot write " + path.string());
 }
 
 }  // namespace corrivane::test

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -15,8 +14,6 @@
 namespace corrivane::test {
 
 namespace {
-
-constexpr int patience_ms = 20'000;
 
 void require(bool holds, const char* what) {
     if (!holds) throw std::runtime_error(std::string("wire peer: ") + what + ": " + std::strerror(errno));
@@ -30,24 +27,19 @@ sockaddr_in loopback(int port) {
     return address;
 }
 
-void wait_until_readable(int descriptor) {
-    pollfd entry{descriptor, POLLIN, 0};
-    require(poll(&entry, 1, patience_ms) == 1, "nothing came");
-}
-
 void close_if_open(int& descriptor) {
     if (descriptor >= 0) ::close(std::exchange(descriptor, -1));
 }
 
-void send_at_once(int descriptor) {
-    const int enabled = 1;
-    require(setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &enabled, sizeof enabled) == 0, "setsockopt");
+void set_option(int descriptor, int level, int name, const auto& value) {
+    require(setsockopt(descriptor, level, name, &value, sizeof value) == 0, "setsockopt");
 }
 
 }  // namespace
 
-WirePeer::WirePeer() : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    require(m_listener >= 0, "socket");
+WirePeer::WirePeer(std::chrono::seconds patience)
+    : m_patience(patience), m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    prepare(m_listener);
     sockaddr_in address = loopback(0);
     socklen_t size = sizeof address;
     require(::bind(m_listener, reinterpret_cast<sockaddr*>(&address), size) == 0, "bind");
@@ -61,19 +53,25 @@ WirePeer::~WirePeer() {
     stop_listening();
 }
 
+/// Bounds the waits, accept's too, and sends small messages at once.
+void WirePeer::prepare(int descriptor) const {
+    set_option(descriptor, SOL_SOCKET, SO_RCVTIMEO, timeval{m_patience.count(), 0});
+    set_option(descriptor, SOL_SOCKET, SO_SNDTIMEO, timeval{m_patience.count(), 0});
+    set_option(descriptor, IPPROTO_TCP, TCP_NODELAY, 1);
+}
+
 void WirePeer::accept() {
-    wait_until_readable(m_listener);
     m_connection = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
     require(m_connection >= 0, "accept");
-    send_at_once(m_connection);
+    prepare(m_connection);
 }
 
 void WirePeer::connect(int port) {
     m_connection = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    prepare(m_connection);
     const sockaddr_in address = loopback(port);
     require(::connect(m_connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
             "connect");
-    send_at_once(m_connection);
 }
 
 std::string WirePeer::length_field(std::uint32_t length) {
@@ -93,21 +91,18 @@ void WirePeer::send_bytes(std::string_view bytes) {
     }
 }
 
-std::string WirePeer::receive_some(std::size_t count) {
-    wait_until_readable(m_connection);
-    std::string bytes(count, '\0');
-    const ssize_t got = ::recv(m_connection, bytes.data(), count, 0);
+std::size_t WirePeer::receive_some(char* bytes, std::size_t count) {
+    const ssize_t got = ::recv(m_connection, bytes, count, 0);
     require(got >= 0 || errno == ECONNRESET, "recv");
-    bytes.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
-    return bytes;
+    return got < 0 ? 0 : static_cast<std::size_t>(got);
 }
 
 std::string WirePeer::receive_bytes(std::size_t count) {
-    std::string bytes;
-    while (bytes.size() < count) {
-        const std::string more = receive_some(count - bytes.size());
-        require(!more.empty(), "the connection ended");
-        bytes += more;
+    std::string bytes(count, '\0');
+    for (std::size_t got = 0; got < count;) {
+        const std::size_t more = receive_some(&bytes[got], count - got);
+        if (more == 0) throw std::runtime_error("wire peer: the connection ended");
+        got += more;
     }
     return bytes;
 }
@@ -124,7 +119,7 @@ std::string WirePeer::receive() {
 
 std::vector<std::string> WirePeer::receive_all(std::string_view last) {
     std::vector<std::string> messages;
-    for (std::string start = receive_some(1); !start.empty(); start = receive_some(1)) {
+    for (char start = 0; receive_some(&start, 1) > 0;) {
         std::string message = receive_payload(start + receive_bytes(sizeof(std::uint32_t) - 1));
         if (message == last) break;
         messages.push_back(std::move(message));
@@ -141,8 +136,7 @@ void WirePeer::close() {
 }
 
 void WirePeer::reset() {
-    const linger at_once{1, 0};
-    require(setsockopt(m_connection, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once) == 0, "setsockopt");
+    set_option(m_connection, SOL_SOCKET, SO_LINGER, linger{1, 0});
     close();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -8,12 +9,11 @@
 namespace corrivane::test {
 
 /// The other end of a loopback connection, in plain POSIX calls, so that a test decides where bytes are cut
-/// and how the connection ends. Waits at most 20 s for anything; then, and on every failure, throws
-/// std::runtime_error.
+/// and how the connection ends. Whatever fails or takes longer than the patience throws std::runtime_error.
 class WirePeer {
 public:
-    /// Listens on a free port.
-    WirePeer();
+    /// Listens on a free port. A patience of zero has no end.
+    explicit WirePeer(std::chrono::seconds patience = std::chrono::seconds(20));
     ~WirePeer();
     WirePeer(const WirePeer&) = delete;
     WirePeer& operator=(const WirePeer&) = delete;
@@ -45,10 +45,12 @@ public:
     void stop_listening();
 
 private:
-    /// Up to `count` bytes, "" at the connection's end.
-    std::string receive_some(std::size_t count);
+    void prepare(int descriptor) const;
+    /// Up to `count` bytes: how many, 0 at the connection's end.
+    std::size_t receive_some(char* bytes, std::size_t count);
     std::string receive_payload(const std::string& header);
 
+    const std::chrono::seconds m_patience;
     int m_listener;
     int m_connection = -1;
     int m_port = 0;

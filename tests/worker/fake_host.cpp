@@ -3,7 +3,7 @@
 //   --library BEHAVIOUR     how it misbehaves, optionally @FRAME (see misbehave and main)
 //   --network DIR           a folder for what outlives one host: "trace", a line for each command and event
 //   --execute 'print (QuillaneUtil.RunCorrivaneDaemon PORT "TOKEN")'
-#include "net/simple_socket.h"
+#include "support/wire_peer.h"
 
 #include <unistd.h>
 
@@ -13,14 +13,10 @@
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <stdexcept>
 #include <string>
 
 namespace {
-
-using quorvel::win32::simple_socket;
-using quorvel::win32::simple_socket_error;
-
-constexpr int k_worker_patience_ms = 20000;
 
 struct Call {
     std::string behaviour;  // without the frame
@@ -57,12 +53,12 @@ public:
     }
 
     void serve() {
-        m_socket.connect("127.0.0.1", m_call.port);
-        m_socket.send(m_call.behaviour == "wrong-token" ? "not the token" : m_call.token);
-        if (m_socket.receive(k_worker_patience_ms) != "QuillaneStartup") std::exit(65);
-        m_socket.send("Corrivane 2.7.29981 Oct 29 2007 07:16:22 R");
-        while (m_socket.is_connected()) {
-            const std::string command = m_socket.receive(k_worker_patience_ms);
+        m_peer.connect(m_call.port);
+        m_peer.send(m_call.token);
+        if (m_peer.receive() != "QuillaneStartup") std::exit(65);
+        m_peer.send("Corrivane 2.7.29981 Oct 29 2007 07:16:22 R");
+        for (;;) {
+            const std::string command = m_peer.receive();
             trace(command);
             answer(command);
         }
@@ -72,39 +68,38 @@ private:
     void answer(const std::string& command) {
         const std::string name = command.substr(0, command.find(','));
         if (name == "StartJob") {
-            if (m_call.behaviour == "refuse-job")
-                m_socket.send("ERROR: Failed to load max file: \"no.gltf\"");
-            m_socket.send("SUCCESS [filename] \n[format] \n[size] 0x0\n[aspect] 1\n");
+            if (m_call.behaviour == "refuse-job") m_peer.send("ERROR: Failed to load max file: \"no.gltf\"");
+            m_peer.send("SUCCESS [filename] \n[format] \n[size] 0x0\n[aspect] 1\n");
         } else if (name == "EndJob") {
-            m_socket.send("SUCCESS");
+            m_peer.send("SUCCESS");
         } else if (name == "RenderTask") {
-            m_socket.send("STARTED");
+            m_peer.send("STARTED");
             render(command.substr(command.find(',') + 1));
         } else if (name == "ExecuteStringScript") {
-            m_socket.send("STARTED");
-            m_socket.send("SUCCESS: " + (m_frame.empty() ? "" : m_call.folder + "/out" + m_frame + ".png\n"));
+            m_peer.send("STARTED");
+            m_peer.send("SUCCESS: " + (m_frame.empty() ? "" : m_call.folder + "/out" + m_frame + ".png\n"));
         } else if (name == "ExecuteScript") {
-            m_socket.send("STARTED");
-            m_socket.send("FUNCTION: STDOUT: first line\nsecond\033[2J line");
+            m_peer.send("STARTED");
+            m_peer.send("FUNCTION: STDOUT: first line\nsecond\033[2J line");
             const bool fails = m_call.behaviour == "fail-script";
-            m_socket.send(fails ? "ERROR: Script did not return success: false" : "SUCCESS");
+            m_peer.send(fails ? "ERROR: Script did not return success: false" : "SUCCESS");
         }
     }
 
     void render(const std::string& frame) {
         m_frame = frame;
-        m_socket.send("FUNCTION: SETTITLE Rendering Image - 50.0%");
-        m_socket.send("FUNCTION: PROGRESS 50");
-        if (m_socket.receive(k_worker_patience_ms) != "CONTINUE") return abort_render();
+        m_peer.send("FUNCTION: SETTITLE Rendering Image - 50.0%");
+        m_peer.send("FUNCTION: PROGRESS 50");
+        if (m_peer.receive() != "CONTINUE") return abort_render();
         if (frame == m_call.bad_frame && misbehave()) return;
         if (!m_call.folder.empty()) std::ofstream(m_call.folder + "/out" + frame + ".png") << "pixels";
-        m_socket.send("SUCCESS");
+        m_peer.send("SUCCESS");
     }
 
     void abort_render() {
         trace("aborted");
-        m_socket.send("ERROR: Failed to render the frame.");
-        m_socket.send("ERROR: Failed to save file.");
+        m_peer.send("ERROR: Failed to render the frame.");
+        m_peer.send("ERROR: Failed to save file.");
     }
 
     /// Returns whether the frame is over.
@@ -121,20 +116,20 @@ private:
             for (;;)
                 ::pause();
         }
-        if (behaviour == "garbage") m_socket.send_raw("\xff\xff\xff\xff and more");
+        if (behaviour == "garbage") m_peer.send_bytes("\xff\xff\xff\xff and more");
         if (behaviour == "fail") {
-            m_socket.send(
+            m_peer.send(
                 "ERROR: SEH Exception trapped: Access Violation\nfirst line of the report\nits last line");
-            m_socket.send("ERROR: Failed to save file.");
+            m_peer.send("ERROR: Failed to save file.");
         }
         if (behaviour == "throw") {
-            m_socket.send("ERROR: MAXException caught in 3ds max: out of handles");
+            m_peer.send("ERROR: MAXException caught in 3ds max: out of handles");
             std::exit(0);
         }
         if (behaviour == "render-on") render_until_told();
         if (behaviour == "empty-file") {
             std::ofstream(m_call.folder + "/out" + m_frame + ".png").close();
-            m_socket.send("SUCCESS");
+            m_peer.send("SUCCESS");
         }
         return behaviour != "die-once";
     }
@@ -143,8 +138,8 @@ private:
         trace("rendering on");
         do {
             ::usleep(50000);
-            m_socket.send("FUNCTION: PROGRESS 60");
-        } while (m_socket.receive(k_worker_patience_ms) == "CONTINUE");
+            m_peer.send("FUNCTION: PROGRESS 60");
+        } while (m_peer.receive() == "CONTINUE");
         abort_render();
     }
 
@@ -157,7 +152,7 @@ private:
 
     Call m_call;
     std::string m_frame;
-    simple_socket m_socket;
+    corrivane::test::WirePeer m_peer;
 };
 
 }  // namespace
@@ -174,7 +169,7 @@ int main(int argument_count, char** arguments) {
     if (call.behaviour == "silent") ::pause();
     try {
         host.serve();
-    } catch (const simple_socket_error&) {
+    } catch (const std::runtime_error&) {
         // the worker has closed the connection
     }
     host.trace("end");

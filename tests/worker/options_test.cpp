@@ -1,11 +1,13 @@
 #include "worker/options.h"
 
-#include "tests/worker/temporary_folder.h"
+#include "support/temporary_folder.h"
+#include "worker/job_commands.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <iterator>
+#include <sstream>
 
 namespace corrivane::worker {
 namespace {
@@ -13,61 +15,38 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-ParsedCommandLine parse(std::vector<const char*> arguments) {
-    arguments.insert(arguments.begin(), "corrivane-worker");
+/// The arguments stand in one text, with blanks between them.
+ParsedCommandLine parse(const std::string& command_line) {
+    std::istringstream words("corrivane-worker " + command_line);
+    const std::vector<std::string> texts{std::istream_iterator<std::string>(words), {}};
+    std::vector<const char*> arguments;
+    for (const std::string& text : texts)
+        arguments.push_back(text.c_str());
     return parse_command_line(static_cast<int>(arguments.size()), arguments.data());
 }
 
 TEST(Options, RenderTakesEveryJobOption) {
-    const auto parsed = parse({"render",
-                               "C:\\scene.gltf",
-                               "--camera",
-                               "Camera01",
-                               "--frames",
-                               "-5--1x2,60",
-                               "--output",
-                               "C:\\out\\b.png",
-                               "--frame-base",
-                               "-3",
-                               "--region",
-                               "-1,2,30,40",
-                               "--region-padding",
-                               "8",
-                               "--jpeg-preview",
-                               "C:\\previews",
-                               "--fail-on-black",
-                               "95,0.5",
-                               "--ignore-missing",
-                               "files,dlls",
-                               "--restart-renderer",
-                               "--hide-frame-buffer",
-                               "--remove-padding",
-                               "--alpha-split"});
+    const auto parsed = parse(
+        "render C:\\scene.gltf --camera Camera01 --frames -5--1x2,60 --output C:\\out\\b.png --frame-base -3 "
+        "--region -1,2,30,40 --region-padding 8 --jpeg-preview C:\\previews --fail-on-black 95,0.5 "
+        "--ignore-missing files,dlls --restart-renderer --hide-frame-buffer --remove-padding --alpha-split");
     ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
     const Job& job = *parsed.invocation->job;
-    EXPECT_EQ(job.scene, "C:\\scene.gltf");
-    EXPECT_EQ(job.camera, "Camera01");
     EXPECT_THAT(job.frames, ElementsAre(-5, -3, -1, 60));
-    EXPECT_EQ(job.output, "C:\\out\\b.png");
-    EXPECT_EQ(job.options.frame_base, -3);
-    ASSERT_TRUE(job.options.region);
-    EXPECT_EQ(job.options.region->left, -1);
-    EXPECT_EQ(job.options.region->padding, 8);
-    EXPECT_EQ(job.options.jpeg_preview, "C:\\previews");
-    ASSERT_TRUE(job.options.fail_on_black);
-    EXPECT_EQ(job.options.fail_on_black->percentage, 95);
-    EXPECT_EQ(job.options.fail_on_black->threshold, 0.5F);
-    EXPECT_TRUE(job.options.ignore_missing.files && job.options.ignore_missing.dlls);
-    EXPECT_FALSE(job.options.ignore_missing.uvws || job.options.ignore_missing.xrefs);
-    EXPECT_TRUE(job.options.restart_renderer && job.options.hide_frame_buffer);
-    EXPECT_TRUE(job.options.remove_padding && job.options.alpha_split);
+    const JobCommands commands = make_job_commands(job);
+    EXPECT_THAT(commands.before_start, ElementsAre("IgnoreMissingExternalFiles", "IgnoreMissingDLLs"));
+    EXPECT_EQ(commands.start, R"(StartJob,C:\\scene.gltf,Camera01)");
+    EXPECT_THAT(
+        commands.after_start,
+        ElementsAre("FrameNumberBase,-3", "RegionRendering,8,-1,2,30,40", R"(UseJpegOutput,C:\\previews)",
+                    "FailOnBlackFrames,95,0.5", R"(OutputImageFilename,C:\\out\\b.png)",
+                    "RestartRendererMode", "HideFrameBuffer", "RemovePadding", "AlphaSplit"));
 }
 
 TEST(Options, TheMachinesOptionsReachTheHosts) {
-    const auto parsed = parse({"render",          "a",       "--frames",        "1",   "--drive",   "C=here",
-                               "--drive",         "d=there", "--network",       "net", "--library", "x.dlx",
-                               "--host",          "my-host", "--hosts",         "3",   "--retries", "0",
-                               "--frame-timeout", "0",       "--start-timeout", "5",   "--check"});
+    const auto parsed = parse(
+        "render a --frames 1 --drive C=here --drive d=there --network net --library x.dlx --host my-host "
+        "--hosts 3 --retries 0 --frame-timeout 0 --start-timeout 5 --check");
     ASSERT_TRUE(parsed.invocation);
     const RunSettings& settings = parsed.invocation->settings;
     EXPECT_EQ(settings.host.program, "my-host");
@@ -78,16 +57,15 @@ TEST(Options, TheMachinesOptionsReachTheHosts) {
     EXPECT_EQ(settings.limits.work, std::chrono::milliseconds::max());
     EXPECT_EQ(settings.limits.start, std::chrono::seconds(5));
     EXPECT_TRUE(settings.check_files);
-    const auto plain = parse({"render", "a", "--frames", "1"});
+    const auto plain = parse("render a --frames 1");
     EXPECT_THAT(plain.invocation->settings.host.program, testing::EndsWith("/corrivane-host"));
 }
 
 TEST(Options, OptionsReplaceWhatTheJobFileSays) {
-    const TemporaryFolder folder;
-    std::ofstream(folder.file("job.json"))
-        << R"({"scene": "a", "camera": "file", "frames": 1, "options": {"frameBase": 5, "alphaSplit": true}})";
-    const std::string path = folder.file("job.json");
-    const auto parsed = parse({"run", path.c_str(), "--frames", "7-8", "--frame-base", "6"});
+    const test::TemporaryFolder folder;
+    test::write_file(folder / "job.json", R"({"scene": "a", "camera": "file", "frames": 1,
+                                              "options": {"frameBase": 5, "alphaSplit": true}})");
+    const auto parsed = parse("run " + (folder / "job.json") + " --frames 7-8 --frame-base 6");
     ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
     const Job& job = *parsed.invocation->job;
     EXPECT_EQ(job.camera, "file");
@@ -97,7 +75,7 @@ TEST(Options, OptionsReplaceWhatTheJobFileSays) {
 }
 
 TEST(Options, ScriptsNeedNoJob) {
-    const auto parsed = parse({"script", "a.ms", "--frame", "-2", "--set-time"});
+    const auto parsed = parse("script a.ms --frame -2 --set-time");
     ASSERT_TRUE(parsed.invocation && parsed.invocation->script);
     EXPECT_FALSE(parsed.invocation->job);
     EXPECT_EQ(parsed.invocation->script->file, "a.ms");
@@ -107,31 +85,30 @@ TEST(Options, ScriptsNeedNoJob) {
 
 TEST(Options, WrongCommandLinesAreExplained) {
     const struct {
-        std::vector<const char*> arguments;
+        const char* command_line;
         const char* reason;
     } cases[] = {
-        {{}, "subcommand"},
-        {{"paint"}, "subcommand"},
-        {{"render", "--frames", "1"}, "scene"},
-        {{"render", "a"}, "--frames"},
-        {{"render", "a", "--frames", "1-"}, "frame list: \"1-\""},
-        {{"render", "a", "--frames", "1", "--region", "1,2,3"}, "--region"},
-        {{"render", "a", "--frames", "1", "--region", "5,5,1,1"}, "region"},
-        {{"render", "a", "--frames", "1", "--region-padding", "5"}, "--region"},
-        {{"render", "a", "--frames", "1", "--fail-on-black", "95"}, "--fail-on-black"},
-        {{"render", "a", "--frames", "1", "--fail-on-black", "101,0.5"}, "black-frame check"},
-        {{"render", "a", "--frames", "1", "--ignore-missing", "files,all"}, "all"},
-        {{"render", "a", "--frames", "1", "--hosts", "0"}, "--hosts"},
-        {{"render", "a", "--frames", "1", "--frame-base", "99999999999"}, "--frame-base"},
-        {{"render", "a", "--frames", "1", "--drive", "C"}, "--drive: \"C\""},
-        {{"render", "a", "--frames", "1", "--drive", "4=x"}, "--drive: \"4=x\""},
-        {{"run", "/nowhere/job.json"}, "/nowhere/job.json"},
-        {{"script"}, "file"},
-        {{"script", "a.ms", "--frames", "1"}, "--frames"},
+        {"", "subcommand"},
+        {"paint", "subcommand"},
+        {"render --frames 1", "scene"},
+        {"render a", "--frames"},
+        {"render a --frames 1-", "frame list: \"1-\""},
+        {"render a --frames 1 --region 1,2,3", "--region"},
+        {"render a --frames 1 --region 5,5,1,1", "region"},
+        {"render a --frames 1 --region-padding 5", "--region"},
+        {"render a --frames 1 --fail-on-black 95", "--fail-on-black"},
+        {"render a --frames 1 --ignore-missing files,all", "all"},
+        {"render a --frames 1 --hosts 0", "--hosts"},
+        {"render a --frames 1 --frame-base 99999999999", "--frame-base"},
+        {"render a --frames 1 --drive C", "--drive: \"C\""},
+        {"render a --frames 1 --drive 4=x", "--drive: \"4=x\""},
+        {"run /nowhere/job.json", "/nowhere/job.json"},
+        {"script", "file"},
+        {"script a.ms --frames 1", "--frames"},
     };
     for (const auto& entry : cases) {
         testing::internal::CaptureStderr();
-        const auto parsed = parse(entry.arguments);
+        const auto parsed = parse(entry.command_line);
         EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(entry.reason));
         EXPECT_FALSE(parsed.invocation) << entry.reason;
         EXPECT_EQ(parsed.exit_code, k_usage_exit_code) << entry.reason;
@@ -140,7 +117,7 @@ TEST(Options, WrongCommandLinesAreExplained) {
 
 TEST(Options, HelpIsNoError) {
     testing::internal::CaptureStdout();
-    const auto parsed = parse({"render", "--help"});
+    const auto parsed = parse("render --help");
     EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("--frames"));
     EXPECT_FALSE(parsed.invocation);
     EXPECT_EQ(parsed.exit_code, 0);

@@ -1,5 +1,6 @@
 // Runs the worker's program with fake hosts.
-#include "tests/worker/temporary_folder.h"
+#include "support/temporary_folder.h"
+#include "worker/host_connection.h"
 #include "worker/host_process.h"
 #include "worker/pidfd.h"
 #include "worker/wait.h"
@@ -15,6 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::AllOf;
 using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 class WorkerProgramTest : public testing::Test {
@@ -34,7 +36,7 @@ protected:
     /// Waits, while the worker runs, until a fake host has traced the line.
     void wait_for_trace(HostProcess& worker, const std::string& line) {
         const Deadline deadline = deadline_in(30s);
-        while (!testing::Value(folder.trace(), Contains(line))) {
+        while (!testing::Value(trace(), Contains(line))) {
             ASSERT_LT(Clock::now(), deadline) << output;
             if (wait_readable({worker.output_fd()}, deadline_in(10ms))) worker.read_output();
         }
@@ -46,47 +48,41 @@ protected:
 
     std::string end(HostProcess& worker) { return worker.end(30s, m_no_stop); }
 
-    TemporaryFolder folder;
+    std::vector<std::string> trace() const { return test::read_lines(folder / "trace"); }
+
+    test::TemporaryFolder folder;
     std::string output;
 
 private:
     StopRequest m_no_stop;
 };
 
-TEST_F(WorkerProgramTest, RendersAndSums) {
-    EXPECT_EQ(run({"render", "a.gltf", "--frames", "1-2", "--check"}, ""), "exited with code 0");
-    EXPECT_THAT(output, AllOf(HasSubstr("] frame 2 done in "),
-                              HasSubstr("2 frames: 2 done, 0 failed, 0 not rendered; "),
-                              HasSubstr("2 files written: " + folder.file("out1.png"))));
-}
-
 TEST_F(WorkerProgramTest, TellsFailureByItsExitCode) {
     EXPECT_EQ(run({"render", "a.gltf", "--frames", "1-3"}, "fail@2"), "exited with code 1");
-    EXPECT_THAT(output, HasSubstr("3 frames: 2 done, 1 failed"));
+    EXPECT_THAT(output, AllOf(HasSubstr("    SEH Exception trapped: Access Violation\n    first line"),
+                              HasSubstr("3 frames: 2 done, 1 failed")));
     EXPECT_EQ(run({"render", "a.gltf", "--frames", "oops"}, ""), "exited with code 2");
 }
 
 TEST_F(WorkerProgramTest, RunsAScript) {
     EXPECT_EQ(run({"script", "a.ms", "--frame", "4", "--set-time"}, ""), "exited with code 0");
     EXPECT_EQ(output, "first line\nsecond?[2J line\nThe script succeeded.\n");
-    EXPECT_THAT(folder.trace(), Contains("ExecuteScript,4,a.ms,setTime"));
+    EXPECT_THAT(trace(), Contains("ExecuteScript,4,a.ms,setTime"));
     EXPECT_EQ(run({"script", "a.ms"}, "fail-script"), "exited with code 1");
     EXPECT_THAT(output, HasSubstr("The script failed: Script did not return success: false\n"));
     EXPECT_EQ(run({"script", "a.ms"}, "exit"), "exited with code 1");
     EXPECT_THAT(output, HasSubstr("exited with code 3\nlast output of the host:\n"));
 }
 
-TEST_F(WorkerProgramTest, CtrlCStopsTheFrameWithinASecondAndEndsInOrder) {
+TEST_F(WorkerProgramTest, CtrlCAbortsTheFrameAndEndsInOrder) {
     for (const int number : {SIGINT, SIGTERM}) {
-        std::filesystem::remove(folder.file("trace"));
+        std::filesystem::remove(folder / "trace");
         HostProcess worker = start({"render", "a.gltf", "--frames", "1-9"}, "render-on@2");
         wait_for_trace(worker, "rendering on");
         signal(worker, number);
-        const auto begin = Clock::now();
-        wait_for_trace(worker, "aborted");
-        EXPECT_LT(Clock::now() - begin, 1s);
         EXPECT_EQ(end(worker), "exited with code 130");
-        EXPECT_EQ(folder.trace().back(), "end");
+        const auto lines = trace();
+        EXPECT_THAT(std::vector(lines.end() - 3, lines.end()), ElementsAre("aborted", "EndJob", "end"));
         EXPECT_THAT(output, AllOf(HasSubstr("Stopping"), HasSubstr("1 done, 0 failed, 8 not rendered")));
     }
 }
@@ -98,16 +94,16 @@ TEST_F(WorkerProgramTest, ASecondCtrlCKillsTheHost) {
     const Deadline deadline = deadline_in(30s);
     while (output.find("Stopping") == std::string::npos && wait_readable({worker.output_fd()}, deadline))
         worker.read_output();
-    signal(worker, SIGINT);
     const auto begin = Clock::now();
+    signal(worker, SIGINT);
     EXPECT_EQ(end(worker), "exited with code 130");
-    EXPECT_LT(Clock::now() - begin, 5s);
+    EXPECT_LT(Clock::now() - begin, k_stop_patience);  // what one wish to stop takes with such a host
 }
 
 TEST_F(WorkerProgramTest, AKilledWorkerLeavesNoHost) {
     HostProcess worker = start({"render", "a.gltf", "--frames", "1-9"}, "hang-deaf@2");
     wait_for_trace(worker, "RenderTask,2");
-    const FileDescriptor host(::pidfd_open(std::stoi(folder.trace()[0].substr(5)), 0));
+    const FileDescriptor host(::pidfd_open(std::stoi(trace()[0].substr(5)), 0));
     ASSERT_NE(host.get(), -1);
     signal(worker, SIGKILL);
     end(worker);

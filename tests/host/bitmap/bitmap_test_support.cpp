@@ -3,10 +3,6 @@
 #include "bitmap/image_module.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 
 namespace corrivane::host {
 
@@ -17,21 +13,9 @@ namespace {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() {
-    std::string name = std::filesystem::temp_directory_path() / "corrivane-bitmap-XXXXXX";
-    if (!mkdtemp(name.data())) throw std::runtime_error("cannot make " + name);
-    m_path = name;
-    std::filesystem::permissions(m_path, std::filesystem::perms(0755));
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
-std::vector<std::string> TemporaryFolder::entries() const {
+std::vector<std::string> entries_of(const std::filesystem::path& folder) {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(m_path)) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         names.push_back(entry.path().filename());
     }
     std::ranges::sort(names);
@@ -63,15 +47,6 @@ BMMRES save(FloatBitmap& bitmap, const BitmapInfo& info) {
     if (const BMMRES code = bitmap.OpenOutput(info)) return code;
     if (const BMMRES code = bitmap.Write(info, BMM_SINGLEFRAME)) return code;
     return bitmap.Close(info, 0);
-}
-
-std::string read_file(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void write_file(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
 }
 
 }  // namespace corrivane::host

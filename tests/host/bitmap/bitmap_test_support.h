@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bitmap/float_bitmap.h"
+#include "support/temporary_folder.h"
 
 #include <filesystem>
 #include <memory>
@@ -9,22 +10,12 @@
 
 namespace corrivane::host {
 
-/// An empty folder that goes away with everything in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+using test::read_file;
+using test::TemporaryFolder;
+using test::write_file;
 
-    const std::filesystem::path& path() const { return m_path; }
-    std::string operator/(const std::string& name) const { return m_path / name; }
-    /// The names of everything in it, hidden files included, sorted.
-    std::vector<std::string> entries() const;
-
-private:
-    std::filesystem::path m_path;
-};
+/// The names of everything in a folder, hidden files included, sorted.
+std::vector<std::string> entries_of(const std::filesystem::path& folder);
 
 struct GiveBack {
     void operator()(FloatBitmap* bitmap) const { bitmap->DeleteThis(); }
@@ -39,8 +30,5 @@ BitmapInfo describe(const std::string& name, int image_type = BMM_TRUE_64);
 
 /// OpenOutput, Write and Close; the first code that is no success.
 BMMRES save(FloatBitmap& bitmap, const BitmapInfo& info);
-
-std::string read_file(const std::string& path);
-void write_file(const std::string& path, const std::string& bytes);
 
 }  // namespace corrivane::host

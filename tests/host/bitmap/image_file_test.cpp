@@ -166,7 +166,7 @@ TEST(ImageFile, AlphaSplitWritesAGreyCompanionOfTgaFilesOnly) {
     set_tga_alpha_split(false);
     ASSERT_EQ(tga, BMMRES_SUCCESS);
     ASSERT_EQ(png, BMMRES_SUCCESS);
-    EXPECT_EQ(folder.entries(),
+    EXPECT_EQ(entries_of(folder.path()),
               (std::vector<std::string>{"A_beauty0001.tga", "beauty0001.png", "beauty0001.tga"}));
 
     const StoredImage image = read_image(folder / "beauty0001.tga");

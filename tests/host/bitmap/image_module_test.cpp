@@ -2,6 +2,7 @@
 
 #include "bitmap/output_codes.h"
 #include "bitmap_test_support.h"
+#include "support/message_of.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,12 +18,7 @@ namespace {
 using testing::HasSubstr;
 
 std::string verify_error(const std::string& path) {
-    try {
-        verify_image_file(path);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return {};
+    return test::message_of([&] { verify_image_file(path); });
 }
 
 TEST(ImageModule, VerifyingAnImageGivesItsSize) {

@@ -28,17 +28,13 @@ class OutputFileTest : public testing::Test {
 protected:
     OutputFileTest() {
         fs::create_directory(out());
+        fs::permissions(m_folder.path(), fs::perms(0755));  // for tests that are somebody else for a moment
         map_drive('C', m_folder.path());
     }
     ~OutputFileTest() override { clear_drive_map(); }
 
     fs::path out() const { return m_folder.path() / "out"; }
-    std::vector<std::string> out_entries() const {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(out()))
-            names.push_back(entry.path().filename());
-        return names;
-    }
+    std::vector<std::string> out_entries() const { return entries_of(out()); }
 
     TemporaryFolder m_folder;
 };

@@ -1,5 +1,7 @@
 #include "faults.h"
 
+#include "support/provoked_fault.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -12,40 +14,24 @@
 
 namespace {
 
+using corrivane::test::read_address;
+using corrivane::test::write_address;
+
+constexpr DWORD access_violation = EXCEPTION_ACCESS_VIOLATION;
+constexpr DWORD privileged = EXCEPTION_PRIV_INSTRUCTION;
 constexpr ULONG_PTR nowhere = ~ULONG_PTR{0};  // the address of what the processor gives none for
 constexpr ULONG_PTR read_kind = 0;
 constexpr ULONG_PTR write_kind = 1;
 constexpr ULONG_PTR execute_kind = 8;
 constexpr std::uintptr_t non_canonical = 0x8000'0000'0000'0000;
 
-// In assembly, so that neither the compiler nor a sanitizer has a say.
-void read_at(std::uintptr_t address) {
-    asm volatile("movl (%0), %%eax" ::"r"(address) : "eax", "memory");
+void jump_to(std::uintptr_t address) {
+    asm volatile("call *%0" ::"r"(address) : "memory");
 }
 
-void write_address_32(void*) {
-    asm volatile("movl $1, (%0)" ::"r"(std::uintptr_t{32}) : "memory");
-}
-
-void jump_to_address_48(void*) {
-    asm volatile("call *%0" ::"r"(std::uintptr_t{48}) : "memory");
-}
-
-void* read_only_page() {
+std::uintptr_t read_only_page() {
     static void* const page = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return page;
-}
-
-void write_read_only_page(void*) {
-    asm volatile("movl $1, (%0)" ::"r"(read_only_page()) : "memory");
-}
-
-void jump_to_data(void*) {
-    asm volatile("call *%0" ::"r"(read_only_page()) : "memory");
-}
-
-void read_non_canonical(void*) {
-    read_at(non_canonical);
+    return reinterpret_cast<std::uintptr_t>(page);
 }
 
 // Through the frame register, that is the stack segment: another trap, another signal.
@@ -82,33 +68,13 @@ void read_beyond_end_of_mapped_file(void*) {
         if (file != nullptr) std::fclose(file);
         return mapped;
     }();
-    read_at(reinterpret_cast<std::uintptr_t>(page));
+    read_address(reinterpret_cast<std::uintptr_t>(page));
 }
 
-void call_unknown_interrupt(void*) {
-    asm volatile("int $0x21");
-}
-void halt(void*) {
-    asm volatile("hlt");
-}
-void forbid_interrupts(void*) {
-    asm volatile("cli");
-}
 void read_machine_register(void*) {
     asm volatile("rdmsr" ::"c"(0x10) : "eax", "edx");
 }
-void write_port(void*) {
-    asm volatile("outb %%al, $0x80" ::"a"(0));
-}
-void write_task_register(void*) {
-    asm volatile("ltr %%ax" ::"a"(0));
-}
-void execute_undefined(void*) {
-    asm volatile("ud2");
-}
-void break_here(void*) {
-    asm volatile("int3");
-}
+
 void step_once(void*) {
     asm volatile(
         "pushfq\n\t"
@@ -121,12 +87,6 @@ void step_once(void*) {
 void divide_integer(int dividend, int divisor) {
     asm volatile("cltd\n\tidivl %1" : "+a"(dividend) : "r"(divisor) : "edx", "cc");
 }
-void divide_integer_by_zero(void*) {
-    divide_integer(1, 0);
-}
-void divide_integer_out_of_range(void*) {
-    divide_integer(INT32_MIN, -1);
-}
 
 // The exceptions in the order of their mask bits, x87 and SSE alike.
 constexpr unsigned invalid = 1, denormal = 2, zero_divide = 4, overflow = 8, underflow = 16, inexact = 32;
@@ -136,29 +96,9 @@ void sse_trap_on(unsigned exceptions) {
     asm volatile("ldmxcsr %0" ::"m"(control));
 }
 
-template <unsigned Exception>
-void sse_divide(double dividend, double divisor) {
-    sse_trap_on(Exception);
+void sse_divide(unsigned exceptions, double dividend, double divisor) {
+    sse_trap_on(exceptions);
     asm volatile("divsd %1, %0" : "+x"(dividend) : "x"(divisor));
-}
-
-void sse_divide_by_zero(void*) {
-    sse_divide<zero_divide>(1, 0);
-}
-void sse_invalid(void*) {
-    sse_divide<invalid>(0, 0);
-}
-void sse_overflow(void*) {
-    sse_divide<overflow>(1e300, 1e-300);
-}
-void sse_inexact(void*) {
-    sse_divide<inexact>(1, 3);
-}
-void sse_denormal(void*) {
-    sse_divide<denormal>(5e-324, 1);
-}
-void sse_underflow(void*) {
-    sse_divide<underflow>(1e-300, 1e300);
 }
 
 // A denormal operand before, masked, leaves its flag behind; the underflow must not be taken for it.
@@ -178,37 +118,17 @@ void x87_trap_on(unsigned exceptions) {
     asm volatile("fninit\n\tfldcw %0" ::"m"(control));
 }
 
-template <unsigned Exception>
-void x87_divide(double dividend, double divisor) {
-    x87_trap_on(Exception);
+void x87_divide(unsigned exceptions, double dividend, double divisor) {
+    x87_trap_on(exceptions);
     asm volatile("fldl %0\n\tfdivl %1\n\tfwait\n\tfstp %%st(0)" ::"m"(dividend), "m"(divisor));
 }
 
-template <unsigned Exception>
-void x87_store_as_float(double value) {
+void x87_store_as_float(unsigned exceptions, double value) {
     float stored = 0;
-    x87_trap_on(Exception);
+    x87_trap_on(exceptions);
     asm volatile("fldl %1\n\tfstps %0\n\tfwait" : "=m"(stored) : "m"(value));
 }
 
-void x87_divide_by_zero(void*) {
-    x87_divide<zero_divide>(1, 0);
-}
-void x87_invalid(void*) {
-    x87_divide<invalid>(0, 0);
-}
-void x87_inexact(void*) {
-    x87_divide<inexact>(1, 3);
-}
-void x87_denormal(void*) {
-    x87_divide<denormal>(5e-324, 1);
-}
-void x87_overflow(void*) {
-    x87_store_as_float<overflow>(1e300);
-}
-void x87_underflow(void*) {
-    x87_store_as_float<underflow>(1e-300);
-}
 void x87_stack_check(void*) {
     x87_trap_on(invalid);
     asm volatile("fstp %st(0)\n\tfwait");
@@ -235,12 +155,7 @@ void PrintTo(const Provocation& provocation, std::ostream* out) {
 }
 
 void read_address_16(void*) {
-    read_at(16);
-}
-
-void read_with_known_frame(void* frame) {
-    *static_cast<const void**>(frame) = __builtin_frame_address(0);
-    asm volatile("movl (%0), %%eax" ::"r"(std::uintptr_t{16}) : "eax", "memory");
+    read_address(16);
 }
 
 std::string provocation_name(const testing::TestParamInfo<Provocation>& info) {
@@ -248,54 +163,63 @@ std::string provocation_name(const testing::TestParamInfo<Provocation>& info) {
 }
 
 const std::vector<Provocation>& provocations() {
-    static const auto page = reinterpret_cast<ULONG_PTR>(read_only_page());
+    static const ULONG_PTR page = read_only_page();
     static const std::vector<Provocation> table = {
-        {"Read", read_address_16, EXCEPTION_ACCESS_VIOLATION, SIGSEGV, {read_kind, 16}},
-        {"Write", write_address_32, EXCEPTION_ACCESS_VIOLATION, SIGSEGV, {write_kind, 32}},
-        {"Jump", jump_to_address_48, EXCEPTION_ACCESS_VIOLATION, SIGSEGV, {execute_kind, 48}},
-        {"ReadOnlyPage", write_read_only_page, EXCEPTION_ACCESS_VIOLATION, SIGSEGV, {write_kind, page}},
-        {"JumpToData", jump_to_data, EXCEPTION_ACCESS_VIOLATION, SIGSEGV, {execute_kind, page}},
-        {"NonCanonical", read_non_canonical, EXCEPTION_ACCESS_VIOLATION, SIGSEGV, {read_kind, nowhere}},
-        {"NonCanonicalStack",
-         read_non_canonical_stack,
-         EXCEPTION_ACCESS_VIOLATION,
-         SIGBUS,
-         {read_kind, nowhere}},
-        {"MisalignedVector",
-         read_misaligned_vector,
-         EXCEPTION_ACCESS_VIOLATION,
+        {"Read", read_address_16, access_violation, SIGSEGV, {read_kind, 16}},
+        {"Write", [](void*) { write_address(32); }, access_violation, SIGSEGV, {write_kind, 32}},
+        {"Jump", [](void*) { jump_to(48); }, access_violation, SIGSEGV, {execute_kind, 48}},
+        {"ReadOnlyPage",
+         [](void*) { write_address(read_only_page()); },
+         access_violation,
+         SIGSEGV,
+         {write_kind, page}},
+        {"JumpToData",
+         [](void*) { jump_to(read_only_page()); },
+         access_violation,
+         SIGSEGV,
+         {execute_kind, page}},
+        {"NonCanonical",
+         [](void*) { read_address(non_canonical); },
+         access_violation,
          SIGSEGV,
          {read_kind, nowhere}},
+        {"NonCanonicalStack", read_non_canonical_stack, access_violation, SIGBUS, {read_kind, nowhere}},
+        {"MisalignedVector", read_misaligned_vector, access_violation, SIGSEGV, {read_kind, nowhere}},
         {"UnknownInterrupt",
-         call_unknown_interrupt,
-         EXCEPTION_ACCESS_VIOLATION,
+         [](void*) { asm volatile("int $0x21"); },
+         access_violation,
          SIGSEGV,
          {read_kind, nowhere}},
         {"MisalignedRead", read_misaligned_with_checks_on, EXCEPTION_DATATYPE_MISALIGNMENT, SIGBUS},
         {"EndOfMappedFile", read_beyond_end_of_mapped_file, EXCEPTION_IN_PAGE_ERROR, SIGBUS},
-        {"Halt", halt, EXCEPTION_PRIV_INSTRUCTION, SIGSEGV},
-        {"ForbidInterrupts", forbid_interrupts, EXCEPTION_PRIV_INSTRUCTION, SIGSEGV},
-        {"MachineRegister", read_machine_register, EXCEPTION_PRIV_INSTRUCTION, SIGSEGV},
-        {"TaskRegister", write_task_register, EXCEPTION_PRIV_INSTRUCTION, SIGSEGV},
-        {"Port", write_port, EXCEPTION_PRIV_INSTRUCTION, SIGSEGV},
-        {"Undefined", execute_undefined, EXCEPTION_ILLEGAL_INSTRUCTION, SIGILL},
-        {"IntegerByZero", divide_integer_by_zero, EXCEPTION_INT_DIVIDE_BY_ZERO, SIGFPE},
-        {"IntegerOutOfRange", divide_integer_out_of_range, EXCEPTION_INT_DIVIDE_BY_ZERO, SIGFPE},
-        {"SseByZero", sse_divide_by_zero, EXCEPTION_FLT_DIVIDE_BY_ZERO, SIGFPE},
-        {"SseInvalid", sse_invalid, EXCEPTION_FLT_INVALID_OPERATION, SIGFPE},
-        {"SseOverflow", sse_overflow, EXCEPTION_FLT_OVERFLOW, SIGFPE},
-        {"SseInexact", sse_inexact, EXCEPTION_FLT_INEXACT_RESULT, SIGFPE},
-        {"SseDenormal", sse_denormal, EXCEPTION_FLT_DENORMAL_OPERAND, SIGFPE},
-        {"SseUnderflow", sse_underflow, EXCEPTION_FLT_UNDERFLOW, SIGFPE},
+        {"Halt", [](void*) { asm volatile("hlt"); }, privileged, SIGSEGV},
+        {"ForbidInterrupts", [](void*) { asm volatile("cli"); }, privileged, SIGSEGV},
+        {"MachineRegister", read_machine_register, privileged, SIGSEGV},
+        {"TaskRegister", [](void*) { asm volatile("ltr %%ax" ::"a"(0)); }, privileged, SIGSEGV},
+        {"Port", [](void*) { asm volatile("outb %%al, $0x80" ::"a"(0)); }, privileged, SIGSEGV},
+        {"Undefined", [](void*) { asm volatile("ud2"); }, EXCEPTION_ILLEGAL_INSTRUCTION, SIGILL},
+        {"IntegerByZero", [](void*) { divide_integer(1, 0); }, EXCEPTION_INT_DIVIDE_BY_ZERO, SIGFPE},
+        {"IntegerOutOfRange", [](void*) { divide_integer(INT32_MIN, -1); }, EXCEPTION_INT_DIVIDE_BY_ZERO,
+         SIGFPE},
+        {"SseByZero", [](void*) { sse_divide(zero_divide, 1, 0); }, EXCEPTION_FLT_DIVIDE_BY_ZERO, SIGFPE},
+        {"SseInvalid", [](void*) { sse_divide(invalid, 0, 0); }, EXCEPTION_FLT_INVALID_OPERATION, SIGFPE},
+        {"SseOverflow", [](void*) { sse_divide(overflow, 1e300, 1e-300); }, EXCEPTION_FLT_OVERFLOW, SIGFPE},
+        {"SseInexact", [](void*) { sse_divide(inexact, 1, 3); }, EXCEPTION_FLT_INEXACT_RESULT, SIGFPE},
+        {"SseDenormal", [](void*) { sse_divide(denormal, 5e-324, 1); }, EXCEPTION_FLT_DENORMAL_OPERAND,
+         SIGFPE},
+        {"SseUnderflow", [](void*) { sse_divide(underflow, 1e-300, 1e300); }, EXCEPTION_FLT_UNDERFLOW,
+         SIGFPE},
         {"SseUnderflowAfterDenormal", sse_underflow_after_masked_denormal, EXCEPTION_FLT_UNDERFLOW, SIGFPE},
-        {"X87ByZero", x87_divide_by_zero, EXCEPTION_FLT_DIVIDE_BY_ZERO, SIGFPE},
-        {"X87Invalid", x87_invalid, EXCEPTION_FLT_INVALID_OPERATION, SIGFPE},
-        {"X87Overflow", x87_overflow, EXCEPTION_FLT_OVERFLOW, SIGFPE},
-        {"X87Inexact", x87_inexact, EXCEPTION_FLT_INEXACT_RESULT, SIGFPE},
-        {"X87Denormal", x87_denormal, EXCEPTION_FLT_DENORMAL_OPERAND, SIGFPE},
-        {"X87Underflow", x87_underflow, EXCEPTION_FLT_UNDERFLOW, SIGFPE},
+        {"X87ByZero", [](void*) { x87_divide(zero_divide, 1, 0); }, EXCEPTION_FLT_DIVIDE_BY_ZERO, SIGFPE},
+        {"X87Invalid", [](void*) { x87_divide(invalid, 0, 0); }, EXCEPTION_FLT_INVALID_OPERATION, SIGFPE},
+        {"X87Overflow", [](void*) { x87_store_as_float(overflow, 1e300); }, EXCEPTION_FLT_OVERFLOW, SIGFPE},
+        {"X87Inexact", [](void*) { x87_divide(inexact, 1, 3); }, EXCEPTION_FLT_INEXACT_RESULT, SIGFPE},
+        {"X87Denormal", [](void*) { x87_divide(denormal, 5e-324, 1); }, EXCEPTION_FLT_DENORMAL_OPERAND,
+         SIGFPE},
+        {"X87Underflow", [](void*) { x87_store_as_float(underflow, 1e-300); }, EXCEPTION_FLT_UNDERFLOW,
+         SIGFPE},
         {"X87StackCheck", x87_stack_check, EXCEPTION_FLT_STACK_CHECK, SIGFPE},
-        {"Breakpoint", break_here, EXCEPTION_BREAKPOINT, SIGTRAP},
+        {"Breakpoint", [](void*) { asm volatile("int3"); }, EXCEPTION_BREAKPOINT, SIGTRAP},
         {"SingleStep", step_once, EXCEPTION_SINGLE_STEP, SIGTRAP},
     };
     return table;

@@ -26,6 +26,3 @@ const std::vector<Provocation>& provocations();
 const std::vector<Provocation>& stack_overflows();
 
 void read_address_16(void* unused);
-
-// Reads address 16 after noting this function's frame in *static_cast<const void**>(frame).
-void read_with_known_frame(void* frame);

@@ -28,10 +28,12 @@ void prepare_to_die() {
     alarm(20);
 }
 
-class RefusedFaultDeathTest : public testing::TestWithParam<Provocation> {
+class UnguardedDeathTest : public testing::Test {
 protected:
     void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
+
+class RefusedFaultDeathTest : public UnguardedDeathTest, public testing::WithParamInterface<Provocation> {};
 
 TEST_P(RefusedFaultDeathTest, KillsWithItsOwnSignal) {
     const auto die = [] {
@@ -64,11 +66,6 @@ std::vector<Provocation> refused_faults() {
 
 INSTANTIATE_TEST_SUITE_P(Provoked, RefusedFaultDeathTest, testing::ValuesIn(refused_faults()),
                          provocation_name);
-
-class UnguardedDeathTest : public testing::Test {
-protected:
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
 
 TEST_F(UnguardedDeathTest, FaultOfAnotherThreadKills) {
     const auto fault_beside_a_guard = [](void*) { std::thread(read_address_16, nullptr).join(); };
@@ -128,42 +125,33 @@ TEST_F(UnguardedDeathTest, SentSignalIsNoFault) {
     }
 }
 
-TEST_F(UnguardedDeathTest, RefusedFaultReachesTheHandlerThatRuledBefore) {
-    for (const bool with_information : {false, true}) {
-        const auto die = [&] {
-            prepare_to_die();
-            struct sigaction mine {};
-            mine.sa_flags = with_information ? SA_SIGINFO : 0;
-            if (with_information)
-                mine.sa_sigaction = [](int, siginfo_t* information, void*) {
-                    _exit(information->si_addr == reinterpret_cast<void*>(16) ? 42 : 1);
-                };
-            else
-                mine.sa_handler = [](int) { _exit(42); };
-            sigaction(SIGSEGV, &mine, nullptr);
-            seh_guarded_call(read_address_16, nullptr, refuse, nullptr);
+TEST_F(UnguardedDeathTest, RefusedFaultReachesTheHandlerThatRuledBeforeWithItsInformation) {
+    const auto die = [&] {
+        prepare_to_die();
+        struct sigaction mine {};
+        mine.sa_flags = SA_SIGINFO;
+        mine.sa_sigaction = [](int, siginfo_t* information, void*) {
+            _exit(information->si_addr == reinterpret_cast<void*>(16) ? 42 : 1);
         };
-        EXPECT_EXIT(die(), testing::ExitedWithCode(42), "");
-    }
+        sigaction(SIGSEGV, &mine, nullptr);
+        seh_guarded_call(read_address_16, nullptr, refuse, nullptr);
+    };
+    EXPECT_EXIT(die(), testing::ExitedWithCode(42), "");
 }
 
 TEST_F(UnguardedDeathTest, RaisedExceptionKillsWithTheSignalOfItsCode) {
-    struct Case {
-        DWORD code;
-        int signal;
-    };
-    for (const Case& raised : {Case{EXCEPTION_INT_OVERFLOW, SIGFPE},
-                               Case{EXCEPTION_ARRAY_BOUNDS_EXCEEDED, SIGSEGV}, Case{0xE0001234, SIGABRT}}) {
-        DWORD code = raised.code;
+    for (auto [code, signal] : {std::pair{EXCEPTION_INT_OVERFLOW, SIGFPE},
+                                {EXCEPTION_ARRAY_BOUNDS_EXCEEDED, SIGSEGV},
+                                {0xE0001234u, SIGABRT}}) {
         const auto die = [&] {
             prepare_to_die();
             seh_guarded_call(
                 [](void* number) { RaiseException(*static_cast<DWORD*>(number), 0, 0, nullptr); }, &code,
                 refuse, nullptr);
         };
-        EXPECT_EXIT(die(), testing::KilledBySignal(raised.signal), "");
-        EXPECT_EXIT((prepare_to_die(), RaiseException(code, 0, 0, nullptr)),
-                    testing::KilledBySignal(raised.signal), "");
+        EXPECT_EXIT(die(), testing::KilledBySignal(signal), "");
+        EXPECT_EXIT((prepare_to_die(), RaiseException(code, 0, 0, nullptr)), testing::KilledBySignal(signal),
+                    "");
     }
 }
 

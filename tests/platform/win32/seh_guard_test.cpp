@@ -54,14 +54,6 @@ TEST_P(StackOverflow, IsTakenAgainAndAgainOnEveryThread) {
 
 INSTANTIATE_TEST_SUITE_P(Provoked, StackOverflow, testing::ValuesIn(stack_overflows()), provocation_name);
 
-TEST(SehGuard, UntroubledCallReturnsZeroWithoutTheFilter) {
-    Watch seen;
-    bool called = false;
-    EXPECT_EQ(guarded([&] { called = true; }, seen), 0u);
-    EXPECT_TRUE(called);
-    EXPECT_EQ(seen.runs, 0);
-}
-
 TEST(SehGuard, InnermostGuardThatTakesWins) {
     Watch outer, refusing, inner;
     refusing.decision = EXCEPTION_CONTINUE_SEARCH;
@@ -134,16 +126,6 @@ TEST(SehGuard, FilterMayUseAGuardItself) {
     }
 }
 
-TEST(SehGuard, ContextIsThatOfTheFaultingFrame) {
-    Watch seen;
-    const void* frame = nullptr;
-    ASSERT_NE(seh_guarded_call(read_with_known_frame, &frame, watch, &seen), 0u);
-    EXPECT_EQ(frame_pointer(seen.context), reinterpret_cast<ULONG_PTR>(frame));
-    EXPECT_LT(seen.context.Rsp, frame_pointer(seen.context) + 1);
-    const auto begin = reinterpret_cast<ULONG_PTR>(&read_with_known_frame);
-    EXPECT_LT(seen.context.Rip - begin, 512u);
-}
-
 TEST(SehGuard, BreakpointsAddressIsItsInstruction) {
     Watch seen;
     const auto break_here = [] { asm volatile("int3"); };
@@ -177,37 +159,32 @@ void expect_same(const ThreadState& before, const ThreadState& after) {
     EXPECT_EQ(before.segv.sa_handler, after.segv.sa_handler);
 }
 
-TEST(SehGuard, ThousandsOfMixedFaultsLeaveTheThreadAsItWas) {
+// Every second fault is taken by the inner one of two guards.
+void fault_often(std::size_t first, std::size_t count) {
     const auto& faults = provocations();
-    const ThreadState before = ThreadState::now();
-    std::fenv_t environment;
-    std::fegetenv(&environment);
-    for (std::size_t i = 0; i < 10'000; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         Watch seen;
-        const Provocation& fault = faults[i * 7 % faults.size()];
+        const Provocation& fault = faults[(first + i * 7) % faults.size()];
         const bool is_nested = i % 2 == 1;
         const DWORD code =
             is_nested ? guarded([&] { seh_guarded_call(fault.provoke, nullptr, watch, &seen); }, seen)
                       : seh_guarded_call(fault.provoke, nullptr, watch, &seen);
-        ASSERT_EQ(seen.code, fault.code) << i;
+        ASSERT_EQ(seen.code, fault.code) << fault.name;
         ASSERT_EQ(code, is_nested ? 0 : fault.code);
     }
+}
+
+TEST(SehGuard, ThousandsOfMixedFaultsLeaveTheThreadAsItWas) {
+    const ThreadState before = ThreadState::now();
+    fault_often(0, 10'000);
     expect_same(before, ThreadState::now());
     EXPECT_EQ(std::fegetround(), FE_TONEAREST);
 }
 
 TEST(SehGuard, ThreadsFaultIndependently) {
     std::vector<std::thread> threads;
-    for (std::size_t number = 0; number < 8; ++number) {
-        threads.emplace_back([number] {
-            const auto& faults = provocations();
-            for (std::size_t i = 0; i < 300; ++i) {
-                Watch seen;
-                const Provocation& fault = faults[(i + number * 5) % faults.size()];
-                ASSERT_EQ(seh_guarded_call(fault.provoke, nullptr, watch, &seen), fault.code) << fault.name;
-            }
-        });
-    }
+    for (std::size_t number = 0; number < 8; ++number)
+        threads.emplace_back(fault_often, number * 5, 300);
     for (std::thread& thread : threads)
         thread.join();
 }
@@ -239,9 +216,8 @@ TEST(SehGuard, SignalMaskIsTheCallersAgain) {
     Watch seen;
     const auto block_and_fault = [] {
         sigset_t all;
-        sigemptyset(&all);
-        sigaddset(&all, SIGUSR1);
-        sigaddset(&all, SIGTERM);
+        sigfillset(&all);
+        sigdelset(&all, SIGSEGV);
         pthread_sigmask(SIG_BLOCK, &all, nullptr);
         read_address_16(nullptr);
     };
