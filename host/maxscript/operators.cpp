@@ -41,6 +41,20 @@ int integer_power(int base, int exponent) {
     return static_cast<int>(result);
 }
 
+template <typename Operand>
+Value* comparison(Operator operation, const Operand& left, const Operand& right) {
+    switch (operation) {
+        case Operator::less:
+            return make_boolean(left < right);
+        case Operator::less_equal:
+            return make_boolean(left <= right);
+        case Operator::greater:
+            return make_boolean(left > right);
+        default:
+            return make_boolean(left >= right);
+    }
+}
+
 Value* integer_result(Operator operation, int left_number, int right_number) {
     const std::int64_t left = left_number;
     const std::int64_t right = right_number;
@@ -56,14 +70,8 @@ Value* integer_result(Operator operation, int left_number, int right_number) {
             return make_integer(wrap(left / right));
         case Operator::power:
             return make_integer(integer_power(left_number, right_number));
-        case Operator::less:
-            return make_boolean(left < right);
-        case Operator::less_equal:
-            return make_boolean(left <= right);
-        case Operator::greater:
-            return make_boolean(left > right);
         default:
-            return make_boolean(left >= right);
+            return comparison(operation, left, right);
     }
 }
 
@@ -80,14 +88,8 @@ Value* float_result(Operator operation, float left, float right) {
             return make_float(left / right);
         case Operator::power:
             return make_float(std::pow(left, right));
-        case Operator::less:
-            return make_boolean(left < right);
-        case Operator::less_equal:
-            return make_boolean(left <= right);
-        case Operator::greater:
-            return make_boolean(left > right);
         default:
-            return make_boolean(left >= right);
+            return comparison(operation, left, right);
     }
 }
 
@@ -96,13 +98,10 @@ Value* text_result(Operator operation, const std::string& left, const std::strin
         case Operator::add:
             return make_string(left + right);
         case Operator::less:
-            return make_boolean(left < right);
         case Operator::less_equal:
-            return make_boolean(left <= right);
         case Operator::greater:
-            return make_boolean(left > right);
         case Operator::greater_equal:
-            return make_boolean(left >= right);
+            return comparison(operation, left, right);
         default:
             raise_no_function(symbol(operation), left_value);
     }
