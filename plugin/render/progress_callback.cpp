@@ -93,9 +93,10 @@ bool CorrivaneRenderCallback::MayReport(int done, int total) {
 
 int CorrivaneRenderCallback::Report(float percentage) {
     const std::lock_guard lock(m_lock);
+    int missed = m_timeoutCount;
     try {
         SendProgress(percentage);
-        ++m_timeoutCount;
+        ++missed;
         const std::string reply = m_socket.receive(reply_timeout_ms);
         m_timeoutCount = 0;
         if (reply == corrivane::k_continue) return go_on;
@@ -103,7 +104,9 @@ int CorrivaneRenderCallback::Report(float percentage) {
         return stop;
     } catch (const simple_socket_error& error) {
         connect_log.entry("caught simple socket excetion when handling progress: ", error.what(),
-                          " (timeout count = ", m_timeoutCount.load(), ")");
+                          " (timeout count = ", missed, ")");
+        // Only now: the renderer's other threads must not give up while the reply may still come.
+        m_timeoutCount = missed;
         return go_on;
     }
 }

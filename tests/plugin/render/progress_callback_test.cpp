@@ -147,6 +147,18 @@ TEST_F(ProgressCallback, SixMissingAnswersInARowAreToleratedAndThenItGivesUp) {
     EXPECT_EQ(next_render.Progress(1, 1), go_on);
 }
 
+TEST_F(ProgressCallback, AnAnswerThatMayStillComeIsNotMissed) {
+    for (int count = 1; count <= 5; ++count)
+        EXPECT_EQ(m_callback.Progress(1, 1), go_on);
+    m_link.sent();
+    std::thread waiting([&] { EXPECT_EQ(m_callback.Progress(1, 1), go_on); });
+    EXPECT_EQ(m_link.worker.receive(), "FUNCTION: SETTITLE  - 100.0%");
+    EXPECT_EQ(m_link.worker.receive(), unknown);
+    EXPECT_EQ(m_callback.Progress(1, 2), go_on) << "another thread, while the sixth answer is awaited";
+    m_link.worker.send("CONTINUE");
+    waiting.join();
+}
+
 TEST_F(ProgressCallback, BrokenConnectionDoesNotStopTheRender) {
     m_link.worker.close();
     EXPECT_EQ(m_callback.Progress(1, 1), go_on);
