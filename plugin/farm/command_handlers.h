@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// One command of the worker, split into its fields and about to be run.
@@ -17,7 +18,7 @@ struct Command {
     /// Parameters are counted from 1, as the worker's error replies count them.
     const std::string& parameter(std::size_t number) const { return fields[number]; }
 
-    void reply(const std::string& text) const { socket.send(text); }
+    void reply(std::string_view text) const { socket.send(std::string(text)); }
     void reply_error(const std::string& text) const { reply("ERROR: " + text); }
 };
 

@@ -1,4 +1,5 @@
 #include "farm/command_handlers.h"
+#include "net/farm_protocol.h"
 #include "support/log.h"
 
 #include <windows.h>
@@ -6,6 +7,8 @@
 #include <stdexcept>
 
 namespace {
+
+namespace reply = corrivane::reply;
 
 /// Before a worker is told more about a frame that failed.
 constexpr DWORD pause_after_error_ms = 500;
@@ -59,11 +62,11 @@ void render_task(Command& command) {
     command.job.currentFrame = *frame;
     if (!command.job.jobRunning) return command.reply_error("RenderTask: Called without being in a job.");
 
-    command.reply("STARTED");
+    command.reply(reply::k_started);
     if (render_and_report_errors(command) == 0)
-        command.reply("SUCCESS");
+        command.reply(reply::k_success);
     else
-        command.reply_error("Failed to save file.");
+        command.reply(reply::k_frame_failed);
 }
 
 void start_job(Command& command) {
@@ -75,11 +78,11 @@ void start_job(Command& command) {
     });
     // The description follows an error too: the worker tells a failure by the error reply in front of it.
     connect_log.entry("Sending success");
-    command.reply("SUCCESS " + command.job.DescribeOutput());
+    command.reply(std::string(reply::k_success_description) + command.job.DescribeOutput());
 }
 
 void end_job(Command& command) {
     run_and_report_errors(command,
                           [&command](std::string& error_text) { command.job.CallEndJob(error_text); });
-    command.reply("SUCCESS");
+    command.reply(reply::k_success);
 }

@@ -9,6 +9,7 @@
 
 namespace {
 
+namespace reply = corrivane::reply;
 using quorvel::max3d::maxscript_value_text;
 
 /// Checks the parameters that both script commands share and notes the frame; answers what is wrong. Both
@@ -53,27 +54,27 @@ void execute_script(Command& command) {
         return command.reply_error(std::string("ExecuteScript: ") + error.what());
     }
 
-    command.reply("STARTED");
+    command.reply(reply::k_started);
     if (sets_time) set_scene_time(frame, time);
     const std::string& path = command.parameter(2);
     connect_log.entry("Executing script ", path);
     Value* value = quorvel::max3d::execute_maxscript_file(path);
     connect_log.entry("Done Executing script ", path);
     if (means_success(value))
-        command.reply("SUCCESS");
+        command.reply(reply::k_success);
     else
         command.reply_error("Script did not return success: " + maxscript_value_text(value));
 }
 
 void execute_string_script(Command& command) {
     if (!accept_script_command(command)) return;
-    command.reply("STARTED");
+    command.reply(reply::k_started);
     connect_log.entry("Executing script... ");
     Value* value = quorvel::max3d::execute_maxscript_string(command.parameter(2));
     connect_log.entry("... Done Executing script ");
     if (value->is(String_class)) {
         const char* text = value->to_string();
-        command.reply(std::string(corrivane::reply::k_success_value).append(text == nullptr ? "" : text));
+        command.reply(std::string(reply::k_success_value).append(text == nullptr ? "" : text));
     } else {
         command.reply_error("Script did not return a string: " + maxscript_value_text(value));
     }
