@@ -198,3 +198,13 @@ BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* /*security*/) {
     const DWORD error = win32_detail::path_error(errno, mapped);
     return fail(error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : error);
 }
+
+BOOL DeleteFileA(LPCSTR path) {
+    MappedPath mapped;
+    if (const DWORD error = map_argument(path, mapped); error != ERROR_SUCCESS) return fail(error);
+    struct stat status;
+    if (const DWORD error = query(mapped, status); error != ERROR_SUCCESS) return fail(error);
+    constexpr DWORD kept = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY;
+    if ((attributes_of(status) & kept) != 0) return fail(ERROR_ACCESS_DENIED);
+    return unlink(mapped.text) == 0 ? TRUE : fail(win32_detail::path_error(errno, mapped));
+}

@@ -292,6 +292,9 @@ BOOL FindClose(HANDLE search);
 // are never created.
 BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* security);
 
+// Removes a file's name. ERROR_ACCESS_DENIED for a directory and a read-only file.
+BOOL DeleteFileA(LPCSTR path);
+
 // Copies at most capacity - 1 characters and a terminator. Returns `to`, or null when it is null.
 // Filter-safe.
 LPSTR lstrcpynA(LPSTR to, LPCSTR from, int capacity);

@@ -33,6 +33,10 @@ bool file_exists(const std::string& path) {
                              "\": " + get_system_error_message(code));
 }
 
+void remove_file(const std::string& path) {
+    DeleteFileA(path.c_str());
+}
+
 bool directory_exists(std::string path) {
     WIN32_FIND_DATAA found;
     const HANDLE search = FindFirstFileA(path.c_str(), &found);

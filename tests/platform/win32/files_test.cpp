@@ -110,6 +110,24 @@ TEST_F(Files, SearchFindsOneEntryByItsExactName) {
     }
 }
 
+TEST_F(Files, AreDeletedButDirectoriesAndReadOnlyOnesAreNot) {
+    std::filesystem::permissions(native("c/file.txt"), std::filesystem::perms::owner_read);
+    EXPECT_FALSE(DeleteFileA("C:\\file.txt"));
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    std::filesystem::permissions(native("c/file.txt"), std::filesystem::perms::owner_all);
+    EXPECT_TRUE(DeleteFileA("C:\\file.txt"));
+    EXPECT_FALSE(std::filesystem::exists(native("c/file.txt")));
+    constexpr Case cases[] = {
+        {"C:\\file.txt", ERROR_FILE_NOT_FOUND},
+        {"C:\\none\\file.txt", ERROR_PATH_NOT_FOUND},
+        {"C:\\", ERROR_ACCESS_DENIED},
+    };
+    for (const Case& refused : cases) {
+        EXPECT_FALSE(DeleteFileA(refused.path)) << refused.path;
+        EXPECT_EQ(GetLastError(), refused.error) << refused.path;
+    }
+}
+
 DWORD create_error(const char* path) {
     return CreateDirectoryA(path, nullptr) ? ERROR_SUCCESS : GetLastError();
 }
