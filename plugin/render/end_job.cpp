@@ -11,6 +11,7 @@ void JobState::CloseRenderer() {
 }
 
 void JobState::EndJob() {
+    RefuseInsideAFrame("EndJob", 0);
     if (!jobRunning) throw std::runtime_error(std::string("EndJob") + job_not_running_text);
     CloseRenderer();
     ReleaseFrameBitmaps();

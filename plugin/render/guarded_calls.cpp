@@ -23,6 +23,18 @@ bool returns(JobState& job, const char* operation, std::string& errorText, Call 
     return false;
 }
 
+/// Counts a frame for as long as it lives.
+class frame_under_way {
+public:
+    explicit frame_under_way(int& count) : m_count(count) { ++m_count; }
+    ~frame_under_way() { --m_count; }
+    frame_under_way(const frame_under_way&) = delete;
+    frame_under_way& operator=(const frame_under_way&) = delete;
+
+private:
+    int& m_count;
+};
+
 }  // namespace
 
 int JobState::CallLoadFromFile(const std::string& fileName, std::string& errorText) {
@@ -64,9 +76,11 @@ void JobState::CallStartJob(const std::string& maxFile, const std::string& camer
 
 unsigned short JobState::CallRenderFrame(int frame, simple_socket& socket, std::string& errorText) {
     unsigned short result = 1;
-    const bool returned =
-        returns(*this, "RenderFrame", errorText, [&] { result = RenderFrame(frame, socket); });
-    return returned ? result : 1;
+    const frame_under_way here(framesUnderWay);
+    if (returns(*this, "RenderFrame", errorText, [&] { result = RenderFrame(frame, socket); })) return result;
+    // Its image still there shows that the fault came before the frame was complete.
+    if (mainBitmap != nullptr) DiscardWrittenFiles();
+    return 1;
 }
 
 void JobState::CallEndJob(std::string& errorText) {

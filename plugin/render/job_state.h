@@ -82,6 +82,9 @@ struct JobState {
     Bitmap* passBitmap = nullptr;
     Bitmap* regionBitmap = nullptr;
 
+    /// How many frames' calls are under way: a second one is of a script that runs inside the renderer.
+    int framesUnderWay = 0;
+
     /// Opens connect_log.
     JobState();
     JobState(const JobState&) = delete;
@@ -137,6 +140,8 @@ struct JobState {
 
     // Writing and checking images (output_writing.cpp, black_frame_check.cpp)
 
+    /// Removes what a frame that fails has written: nothing may be taken for a finished frame.
+    void DiscardWrittenFiles();
     /// Writes a bitmap to the description's file, proves that the file exists, and notes it as written.
     void save_output(Bitmap* bitmap, const BitmapInfo& info);
     /// The same for the region without its padding.
@@ -183,6 +188,7 @@ private:
     bool IsAlreadyRendered() const;
     void CreateFrameBitmaps(int frame);
     void CreateElementBitmap(PBBitmap& element, int frame);
+    void CheckOutputNames() const;
     void CreateAccumulators();
     void CreateOutputPaths();
     void CreateJpegOutputPath();
@@ -198,6 +204,7 @@ private:
     void SaveElements();
     void SaveImage(Bitmap* bitmap, const BitmapInfo& info);
     void ReleaseFrameBitmaps();
+    void RefuseInsideAFrame(const char* operation, int framesAllowed) const;
     [[noreturn]] void ThrowTrappedFault(const std::string& errorText) const;
 };
 

@@ -27,6 +27,20 @@ void require_file(const std::string& name, const char* circumstance) {
                                  "output file, \"" + name + "\" did not exist.");
 }
 
+/// Proves the files of one write. What is there of an incomplete set goes: it would look like a finished
+/// frame.
+void require_files(const std::string& name, const std::string* alpha_name) {
+    try {
+        require_file(name, "");
+        if (alpha_name != nullptr)
+            require_file(*alpha_name, "Alpha Split feature (tga) is enabled, and the ");
+    } catch (...) {
+        remove_file(name);
+        if (alpha_name != nullptr) remove_file(*alpha_name);
+        throw;
+    }
+}
+
 /// What is left of a size without the padding on both sides, of which the image's edges had cut off some
 /// before.
 std::uint16_t unpadded(long long padded, long long padding, long long low_overflow, long long high_overflow) {
@@ -51,10 +65,15 @@ void JobState::save_output(Bitmap* bitmap, const BitmapInfo& info) {
     if (alphaSplit) connect_log.entry("Alpha Split feature (tga) is enabled, need to save ", alpha_name);
 
     write_bitmap(bitmap, info);
-    require_file(name, "");
-    if (alphaSplit) require_file(alpha_name, "Alpha Split feature (tga) is enabled, and the ");
+    require_files(name, alphaSplit ? &alpha_name : nullptr);
     writtenOutputFiles.push_back(name);
     if (alphaSplit) writtenOutputFiles.push_back(alpha_name);
+}
+
+void JobState::DiscardWrittenFiles() {
+    for (const std::string& name : writtenOutputFiles)
+        remove_file(name);
+    writtenOutputFiles.clear();
 }
 
 void JobState::save_region_output(Bitmap* bitmap, const BitmapInfo& info) {

@@ -5,6 +5,7 @@
 #include "support/log.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
@@ -37,8 +38,17 @@ void release(Bitmap*& bitmap) {
 /// The region's extent between its edges, or the whole image's. No extent of a crossed region.
 std::uint16_t image_size(bool region, int low, int high, int whole) {
     const long long size = region ? static_cast<long long>(high) - low : whole;
-    return static_cast<std::uint16_t>(
-        std::clamp<long long>(size, 0, std::numeric_limits<std::uint16_t>::max()));
+    if (size > std::numeric_limits<std::uint16_t>::max())
+        throw std::runtime_error("The image is too large: " + std::to_string(size) +
+                                 " pixels wide or high, 65535 at the most.");
+    return static_cast<std::uint16_t>(std::max<long long>(size, 0));
+}
+
+/// What two names of the same file have in common.
+std::string file_key(std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](unsigned char c) { return c == '/' ? '\\' : static_cast<char>(std::tolower(c)); });
+    return name;
 }
 
 /// Calls at the end of the scope, also when an exception ends it.
@@ -56,14 +66,21 @@ private:
 
 }  // namespace
 
+/// A script in a render callback must not end or replace what the frame around it still uses.
+void JobState::RefuseInsideAFrame(const char* operation, int framesAllowed) const {
+    if (framesUnderWay > framesAllowed)
+        throw std::runtime_error(std::string(operation) + " called while a frame is being rendered.");
+}
+
 unsigned short JobState::RenderFrame(int frame, simple_socket& socket) {
     connect_log.entry("Renderframe ", frame);
+    RefuseInsideAFrame("RenderFrame", 1);
+    writtenOutputFiles.clear();
     if (coreInterface == nullptr) throw std::runtime_error(std::string("RenderFrame") + job_not_running_text);
     // What a trapped fault made an earlier frame leave behind.
     ReleaseFrameBitmaps();
     const TimeValue time = frame_time(frame);
     coreInterface->SetTime(time, TRUE);
-    writtenOutputFiles.clear();
 
     if (!rendererOpen) PrepareOutputs();
     NameMainOutput(frame);
@@ -164,12 +181,27 @@ void JobState::CreateFrameBitmaps(int frame) {
     for (PBBitmap* element : elementBitmaps)
         if (element != nullptr) CreateElementBitmap(*element, frame);
     connect_log.entry("Rendering ", renderElementCount, " render elements");
+    CheckOutputNames();
 }
 
 void JobState::CreateElementBitmap(PBBitmap& element, int frame) {
     element.bi.SetName(NumberedName(element.bi.Name(), frame).c_str());
     element.bm = create_bitmap(element.bi);
     connect_log.entry("Element Bitmap ", static_cast<const void*>(element.bm));
+}
+
+/// Two images of one name would leave the last of them only.
+void JobState::CheckOutputNames() const {
+    std::vector<std::string> names;
+    if (coreInterface->GetRendSaveFile()) names.push_back(file_key(outputBitmapInfo.Name()));
+    for (const PBBitmap* element : elementBitmaps) {
+        if (element == nullptr) continue;
+        const std::string key = file_key(element->bi.Name());
+        if (std::find(names.begin(), names.end(), key) != names.end())
+            throw std::runtime_error("Two outputs of the frame have the same file name: \"" +
+                                     std::string(element->bi.Name()) + "\"");
+        names.push_back(key);
+    }
 }
 
 /// Whether there are passes to accumulate is known once the renderer is open.
@@ -246,8 +278,13 @@ int JobState::RenderInto(Bitmap* bitmap, TimeValue time, CorrivaneRenderCallback
 }
 
 void JobState::SaveOutputs() {
-    SaveMainOutput();
-    SaveElements();
+    try {
+        SaveMainOutput();
+        SaveElements();
+    } catch (...) {
+        DiscardWrittenFiles();
+        throw;
+    }
 }
 
 void JobState::SaveMainOutput() {

@@ -49,6 +49,7 @@ void JobState::StartJob(const std::string& maxFile, const std::string& cameraNam
     coreInterface = GetCOREInterface();
     coreInterface8 = GetCOREInterface8();
     connect_log.entry("StartJob begin");
+    RefuseInsideAFrame("StartJob", 0);
     ResetJobOptions();
     if (jobRunning) throw std::runtime_error("StartJob called when job was already running.");
 

@@ -44,6 +44,10 @@ protected:
     static std::string error_of(int frame) {
         return message_of([frame] { render(frame); });
     }
+    long files_left() const {
+        if (!std::filesystem::exists(on_disk("out"))) return 0;
+        return std::distance(std::filesystem::directory_iterator(on_disk("out")), {});
+    }
     static Texts written() { return fake_max().calls_of("Write"); }
     std::string frame_log() const { return log().substr(m_log_before); }
 
@@ -425,6 +429,7 @@ TEST_F(RenderingAFrame, EveryFailureGivesAllBitmapsBackAndLetsTheNextFrameWork) 
         EXPECT_EQ(m_depth.record.bm, nullptr) << error;
         EXPECT_EQ(fake_max().calls_of("Display").empty(), fake_max().calls_of("UnDisplay").empty()) << error;
         EXPECT_FALSE(error.starts_with("Failed to open") && job_state.rendererOpen);
+        EXPECT_EQ(files_left(), 0) << error;
 
         fake_max().inside.clear();
         fake_max().failing_bitmap = 0;
@@ -478,6 +483,54 @@ TEST_F(RenderingAFrame, FrameThatAFaultAbandonedLeaksNothing) {
     EXPECT_EQ(job_state.CallRenderFrame(1, nobody, error), 1);
     job_state.EndJob();
     EXPECT_EQ(fake_max().bitmaps_alive, 0) << "the end of the job gives them back too";
+}
+
+TEST_F(RenderingAFrame, FaultAtTheSecondFileTakesTheFirstWithIt) {
+    const AbandonedFramesMayLeak amnesty;
+    fake_max().elements = {&m_depth};
+    start();
+    fake_max().inside["OpenOutput"] = [] {
+        if (fake_max().calls_of("OpenOutput").size() == 2) read_address(16);
+    };
+    quorvel::win32::simple_socket nobody;
+    std::string error;
+    EXPECT_EQ(job_state.CallRenderFrame(1, nobody, error), 1);
+    EXPECT_EQ(files_left(), 0);
+}
+
+TEST_F(RenderingAFrame, ScriptsInsideItCannotEndOrReplaceIt) {
+    start();
+    quorvel::win32::simple_socket nobody;
+    std::string error;
+    const std::pair<const char*, std::function<void()>> operations[] = {
+        {"StartJob", [&] { job_state.CallStartJob("b.max", "", error); }},
+        {"RenderFrame", [&] { job_state.CallRenderFrame(2, nobody, error); }},
+        {"EndJob", [&] { job_state.CallEndJob(error); }},
+    };
+    job_state.frameNumberBase = 10;
+    fake_max().inside["CurRendererRenderFrame"] = [&] {
+        for (const auto& [operation, call] : operations)
+            EXPECT_EQ(message_of(call), operation + std::string(" called while a frame is being rendered."));
+    };
+    EXPECT_EQ(job_state.CallRenderFrame(1, nobody, error), 0);
+    EXPECT_EQ(job_state.writtenOutputFiles, Texts{"C:\\out\\a0011.png"});
+    fake_max().inside.clear();
+    EXPECT_EQ(job_state.CallRenderFrame(2, nobody, error), 0);
+    job_state.CallEndJob(error);
+    EXPECT_FALSE(job_state.jobRunning);
+    EXPECT_EQ(fake_max().bitmaps_alive, 0);
+}
+
+TEST_F(RenderingAFrame, OutputsOfOneNameAndTooLargeOnesAreRefused) {
+    fake_max().elements = {&m_depth, &m_normal};
+    m_normal.record.bi.SetName("c:/OUT/depth.exr");
+    start();
+    EXPECT_EQ(error_of(1), "Two outputs of the frame have the same file name: \"c:/OUT/depth0001.exr\"");
+    EXPECT_EQ(fake_max().bitmaps_alive, 0);
+    EXPECT_EQ(written(), Texts{});
+    job_state.regionRendering = true;
+    job_state.regionRight = 65536;
+    EXPECT_EQ(error_of(1), "The image is too large: 65536 pixels wide or high, 65535 at the most.");
 }
 
 TEST_F(RenderingAFrame, BitmapThatFaultsWhenItIsGivenBackFailsOneFrameOnly) {
