@@ -47,7 +47,9 @@ std::string run_by_hand(const ScriptExample& example) {
 /// Plays the worker's part of a session as the document tells it, and listens for the plug-in's.
 class Transcript {
 public:
-    explicit Transcript(const ScriptExample& example) : m_example(example) {
+    explicit Transcript(const ScriptExample& example)
+        : m_example(example),
+          m_session({.ends_by_fault = example.outcome.find("SEH exception") != std::string::npos}) {
         set_the_scene(example, m_session.drive_c());
     }
 

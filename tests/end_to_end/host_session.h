@@ -47,6 +47,9 @@ public:
         std::string handshake = "QuillaneStartup";  ///< empty: say nothing
         std::string script_before = {};  ///< MAXScript in front of the call that starts the session
         bool product_log = true;         ///< the product logs where it finds a folder for that
+        /// A fault is to end the session. It abandons what the call owned, so the leak sanitizer's report at
+        /// the host's end, which would change its exit code, is switched off.
+        bool ends_by_fault = false;
     };
 
     HostSession();

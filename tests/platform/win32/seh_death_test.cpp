@@ -1,6 +1,6 @@
 // What no guard takes must kill as if there were no guard. Each case runs in a process of its own.
 #include "faults.h"
-#include "sanitizer_options.h"
+#include "support/sanitizers.h"
 
 #include <seh_guard.h>
 

@@ -1,6 +1,6 @@
 #include "faults.h"
 #include "guard_watch.h"
-#include "sanitizer_options.h"
+#include "support/sanitizers.h"
 
 #include <seh_guard.h>
 

@@ -1,7 +1,7 @@
 // What a filter may ask the system for while the faulting code holds whatever it holds.
 #include "faults.h"
 #include "guard_watch.h"
-#include "sanitizer_options.h"
+#include "support/sanitizers.h"
 
 #include <seh_guard.h>
 
