@@ -57,7 +57,7 @@ std::uint32_t decode_length(const char* header) {
 }
 
 timeval split_milliseconds(int milliseconds) {
-    return {milliseconds / 1000, (milliseconds % 1000) * 1000};
+    return {milliseconds / 1000, (milliseconds % 1000) * 1000L};
 }
 
 }  // namespace

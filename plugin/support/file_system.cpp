@@ -37,7 +37,7 @@ void remove_file(const std::string& path) {
     DeleteFileA(path.c_str());
 }
 
-bool directory_exists(std::string path) {
+bool directory_exists(const std::string& path) {
     WIN32_FIND_DATAA found;
     const HANDLE search = FindFirstFileA(path.c_str(), &found);
     if (search == INVALID_HANDLE_VALUE) return false;

@@ -19,7 +19,7 @@ bool file_exists(const std::string& path);
 void remove_file(const std::string& path);
 
 /// Whether the path names a directory; a path that ends in a separator names nothing.
-bool directory_exists(std::string path);
+bool directory_exists(const std::string& path);
 
 /// Creates a directory and all its missing ancestors. Refusals of the system are passed over: see what exists
 /// then. Throws only where the path itself is malformed, as get_directory_from_path does.
