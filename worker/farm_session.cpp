@@ -33,8 +33,9 @@ constexpr const char* k_written_files_script = R"((
     names
 ))";
 
-bool every_error_is_last(std::string_view) {
-    return true;
+/// What a script returned is its own affair; with every other error of a script the plug-in hangs up.
+bool script_result_is_last(std::string_view reply) {
+    return reply.starts_with("ERROR: Script did not return ");
 }
 bool no_error_is_last(std::string_view) {
     return false;
@@ -96,8 +97,18 @@ void FarmSession::start_job(const JobCommands& commands) {
         m_connection.send(line);
     // Options are answered only when they are wrong. A command that is answered brings such errors to light.
     const int frame = m_job.frames.empty() ? 0 : m_job.frames.front();
-    require(run_started(script_text_command(frame, "\"options are set\""), every_error_is_last));
-    if (commands.pre_script) require(run_script(*commands.pre_script));
+    require(run_started(script_text_command(frame, "\"options are set\""), script_result_is_last));
+    if (commands.pre_script) run_pre_script(*commands.pre_script);
+}
+
+void FarmSession::run_pre_script(const std::string& command) {
+    CommandResult result;
+    try {
+        result = run_script(command);
+    } catch (const HostFailure& failure) {
+        throw HostFailure(std::string("in the pre-script, ") + failure.what());
+    }
+    if (!result.success) throw JobFailure("the pre-script failed: " + result.error);
 }
 
 CommandResult FarmSession::render(int frame) {
@@ -105,15 +116,27 @@ CommandResult FarmSession::render(int frame) {
 }
 
 std::optional<std::vector<std::string>> FarmSession::written_files(int frame) {
-    const CommandResult result =
-        run_started(script_text_command(frame, k_written_files_script), every_error_is_last);
-    if (result.success) return split_lines(result.text);
-    m_observer.on_log("the names of the written files can't be read: " + result.error);
+    const auto names = ask(frame, k_written_files_script, "names of the written files");
+    if (!names) return std::nullopt;
+    return split_lines(*names);
+}
+
+std::optional<std::string> FarmSession::scene_output(int frame) {
+    return ask(frame, "rendOutputFilename", "scene's output file name");
+}
+
+/// The value of a script; `what` it is stands in the log when there is none.
+std::optional<std::string> FarmSession::ask(int frame, const char* script, const std::string& what) {
+    const CommandResult result = run_started(script_text_command(frame, script), script_result_is_last);
+    if (result.success) return result.text;
+    const std::string problem = "the " + what + " can't be read: " + result.error;
+    if (result.session_over) throw HostFailure(problem);
+    m_observer.on_log(problem);
     return std::nullopt;
 }
 
 CommandResult FarmSession::run_script(const std::string& script_command) {
-    return run_started(script_command, every_error_is_last);
+    return run_started(script_command, script_result_is_last);
 }
 
 CommandResult FarmSession::end_job() {

@@ -54,7 +54,8 @@ public:
     /// Exchanges the handshake and returns the plug-in's greeting, its version and build.
     std::string handshake();
 
-    /// Sends the options and starts the job. Throws JobFailure with the plug-in's error texts.
+    /// Sends the options, starts the job and runs its pre-script. Throws JobFailure with the plug-in's error
+    /// texts.
     void start_job(const JobCommands& commands);
 
     /// Renders a frame.
@@ -63,6 +64,10 @@ public:
     /// The names of the files that the last render wrote; nothing, and the reason in the log, when the
     /// plug-in can't tell.
     std::optional<std::vector<std::string>> written_files(int frame);
+
+    /// The output file name of the scene that is loaded, without a frame number; nothing, and the reason in
+    /// the log, when the plug-in can't tell.
+    std::optional<std::string> scene_output(int frame);
 
     /// Runs a script command, as script_command makes it.
     CommandResult run_script(const std::string& script_command);
@@ -79,6 +84,8 @@ private:
     std::string next_reply(Deadline deadline);
     bool handle_request(std::string_view message);
     void answer_progress(std::string_view argument);
+    void run_pre_script(const std::string& command);
+    std::optional<std::string> ask(int frame, const char* script, const std::string& what);
 
     HostConnection& m_connection;
     const Job& m_job;

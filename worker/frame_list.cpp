@@ -98,6 +98,7 @@ private:
 }  // namespace
 
 std::vector<int> parse_frame_list(std::string_view text) {
+    if (trim(text).empty()) throw std::invalid_argument("the frame list names no frames");
     FrameCollector frames;
     for (std::size_t begin = 0; begin <= text.size();) {
         const std::size_t end = std::min(text.find(',', begin), text.size());

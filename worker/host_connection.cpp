@@ -12,7 +12,9 @@ using quorvel::win32::simple_socket_error;
 
 /// A message comes in one piece over the loopback; one that does not is a host in trouble.
 constexpr std::chrono::milliseconds k_message_patience{2000};
-constexpr std::chrono::milliseconds k_token_patience{2000};
+/// The host sends its token as soon as it has connected. Less than the second for which the host itself, when
+/// it has to queue behind a silent peer, waits for an answer to its token.
+constexpr std::chrono::milliseconds k_token_patience{500};
 /// A host that does not read for so long will not read any more.
 constexpr timeval k_send_patience{10, 0};
 
@@ -36,19 +38,32 @@ HostConnection::HostConnection(const StopRequest& stop) : m_stop(stop) {
 
 void HostConnection::accept(const std::string& token, Deadline deadline) {
     std::string purpose = "connect";
-    for (;;) {
-        wait_for(static_cast<int>(m_socket.listening_handle()), deadline, StopReaction::GiveUp, purpose);
+    while (is_readable_by(deadline, static_cast<int>(m_socket.listening_handle()), StopReaction::GiveUp)) {
         on_socket([this] { m_socket.wait_for_connect(0, false); });
-        prepare_connection();
-        if (peer_has_token(token, std::min(deadline, deadline_in(k_token_patience)))) return;
+        if (peer_has_token(token, std::min(deadline, deadline_in(k_token_patience))))
+            return prepare_connection();
         m_socket.close(false);
-        purpose = "connect with its token (a peer with another token was turned away)";
+        purpose = "connect with its token (a peer without it was turned away)";
     }
+    throw HostFailure("the host did not " + purpose + " in time");
 }
 
+/// Reads the token's bytes itself: the socket would give up listening over a stranger that hangs up.
 bool HostConnection::peer_has_token(const std::string& token, Deadline deadline) {
-    wait_for(handle(), deadline, StopReaction::GiveUp, "send its token");
-    return receive_message() == token;
+    const std::uint32_t length = htonl(static_cast<std::uint32_t>(token.size()));
+    std::string missing(reinterpret_cast<const char*>(&length), sizeof length);
+    missing += token;
+    while (!missing.empty()) {
+        if (!is_readable_by(deadline, handle(), StopReaction::GiveUp)) return false;
+        std::string piece(missing.size(), '\0');
+        const auto count =
+            ::recv(m_socket.connection_handle(), piece.data(), static_cast<int>(piece.size()), 0);
+        if (count <= 0) return false;
+        piece.resize(static_cast<std::size_t>(count));
+        if (!missing.starts_with(piece)) return false;
+        missing.erase(0, piece.size());
+    }
+    return true;
 }
 
 void HostConnection::send(const std::string& message) {
@@ -56,7 +71,8 @@ void HostConnection::send(const std::string& message) {
 }
 
 std::string HostConnection::receive(Deadline deadline) {
-    wait_for(handle(), deadline, StopReaction::GoOn, "answer");
+    if (!is_readable_by(deadline, handle(), StopReaction::GoOn))
+        throw HostFailure("the host did not answer in time");
     return receive_message();
 }
 
@@ -76,8 +92,7 @@ void HostConnection::prepare_connection() {
     ::setsockopt(handle(), SOL_SOCKET, SO_SNDTIMEO, &k_send_patience, sizeof k_send_patience);
 }
 
-void HostConnection::wait_for(int descriptor, Deadline deadline, StopReaction reaction,
-                              const std::string& purpose) {
+bool HostConnection::is_readable_by(Deadline deadline, int descriptor, StopReaction reaction) {
     for (;;) {
         if (m_stop.level() == StopRequest::Level::Immediate) throw Stopped();
         if (m_stop.requested() && reaction == StopReaction::GiveUp) throw Stopped();
@@ -88,8 +103,8 @@ void HostConnection::wait_for(int descriptor, Deadline deadline, StopReaction re
         const int output_fd = m_host != nullptr ? m_host->output_fd() : -1;
         const int exit_fd = m_host != nullptr ? m_host->exit_fd() : -1;
         const auto ready = wait_readable({stop_fd, descriptor, output_fd, exit_fd}, limit);
-        if (ready == descriptor) return;
-        if (Clock::now() >= limit) throw HostFailure("the host did not " + purpose + " in time");
+        if (ready == descriptor) return true;
+        if (Clock::now() >= limit) return false;
         if (ready == output_fd) m_host->read_output();
         if (ready == exit_fd) throw HostFailure("the host ended");
     }

@@ -29,7 +29,8 @@ public:
     /// The process at the other end, whose output is read and whose death is noticed during waits.
     void watch(HostProcess& host) { m_host = &host; }
 
-    /// Waits for the peer that sends the token; others are turned away. Throws Stopped at the first wish to
+    /// Waits for the peer that sends the token. Others are turned away, whatever they send and however they
+    /// leave; one that sends nothing holds the place for half a second. Throws Stopped at the first wish to
     /// stop.
     void accept(const std::string& token, Deadline deadline);
 
@@ -45,7 +46,7 @@ public:
 private:
     enum class StopReaction { GoOn, GiveUp };
 
-    void wait_for(int descriptor, Deadline deadline, StopReaction reaction, const std::string& purpose);
+    bool is_readable_by(Deadline deadline, int descriptor, StopReaction reaction);
     bool peer_has_token(const std::string& token, Deadline deadline);
     std::string receive_message();
     void prepare_connection();

@@ -66,6 +66,13 @@ std::string submit_value(const std::vector<std::string>& elements) {
 void check_job(const Job& job) {
     if (job.scene.empty()) throw std::invalid_argument("the job names no scene");
     if (job.frames.empty()) throw std::invalid_argument("the job names no frames");
+    if (job.output && job.output->empty()) throw std::invalid_argument("the output file name is empty");
+    if (job.options.jpeg_preview && job.options.jpeg_preview->empty())
+        throw std::invalid_argument("the folder name of the JPEG previews is empty");
+    if (job.options.remove_padding && job.frames.size() > 1)
+        throw std::invalid_argument(
+            "without numbers in the file names, all frames would be written to one file: "
+            "removing the padding takes a job of one frame");
     if (job.options.region) check_region(*job.options.region);
     if (job.options.fail_on_black) check_black_frame(*job.options.fail_on_black);
     check_values(job);

@@ -69,8 +69,8 @@ struct Job {
 /// A submission entry as one value: its elements joined by commas.
 std::string submit_value(const std::vector<std::string>& elements);
 
-/// Throws std::invalid_argument that names what is wrong: no scene or frames, a region without area, numbers
-/// out of range, information that no message can carry.
+/// Throws std::invalid_argument that names what is wrong: no scene or frames, empty names, several frames for
+/// one file, a region without area, numbers out of range, information that no message can carry.
 void check_job(const Job& job);
 
 }  // namespace corrivane::worker

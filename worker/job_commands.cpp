@@ -24,6 +24,11 @@ std::string region_command(const Region& region) {
     return command_line(command::k_region_rendering, parameters);
 }
 
+/// The plug-in puts the file's name right behind this text.
+std::string preview_prefix(const std::string& folder) {
+    return folder.ends_with('\\') || folder.ends_with('/') ? folder : folder + '\\';
+}
+
 std::vector<std::string> option_commands(const Job& job) {
     const JobOptions& options = job.options;
     std::vector<std::string> lines;
@@ -31,7 +36,7 @@ std::vector<std::string> option_commands(const Job& job) {
         lines.push_back(command_line(command::k_frame_number_base, {std::to_string(*options.frame_base)}));
     if (options.region) lines.push_back(region_command(*options.region));
     if (options.jpeg_preview)
-        lines.push_back(command_line(command::k_use_jpeg_output, {*options.jpeg_preview}));
+        lines.push_back(command_line(command::k_use_jpeg_output, {preview_prefix(*options.jpeg_preview)}));
     if (options.fail_on_black)
         lines.push_back(command_line(command::k_fail_on_black_frames,
                                      {std::to_string(options.fail_on_black->percentage),

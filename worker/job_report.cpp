@@ -37,12 +37,18 @@ std::string frame_counts(const JobReport& report) {
 
 std::string file_range(const JobReport& report) {
     std::vector<const std::string*> files;
-    for (const FrameOutcome& outcome : report.frames)
-        for (const std::string& file : outcome.files)
+    std::size_t frames_of_unknown_files = 0;
+    for (const FrameOutcome& outcome : report.frames) {
+        if (outcome.status == Status::Done && !outcome.files) ++frames_of_unknown_files;
+        if (!outcome.files) continue;
+        for (const std::string& file : *outcome.files)
             files.push_back(&file);
+    }
     std::string text = counted(files.size(), "file") + " written";
     if (!files.empty()) text += ": " + printable(*files.front());
     if (files.size() > 1) text += " ... " + printable(*files.back());
+    if (frames_of_unknown_files > 0)
+        text += "; the files of " + counted(frames_of_unknown_files, "frame") + " are not known";
     return text;
 }
 

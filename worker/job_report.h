@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,8 @@ struct FrameOutcome {
     int frame = 0;
     Status status = Status::NotRendered;
     std::string error;
-    std::vector<std::string> files;     // as the host names them; none when the scene skips or saves nothing
+    /// As the host names them; none when the scene skips the frame or saves nothing. Unset: not known.
+    std::optional<std::vector<std::string>> files;
     std::chrono::milliseconds time{0};  // from the command to the last answer, in the last attempt
 };
 

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <thread>
 
 namespace corrivane::worker {
@@ -17,6 +18,13 @@ using Status = FrameOutcome::Status;
 
 std::chrono::milliseconds since(Deadline begin) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
+}
+
+/// An error text, and below it what the host itself said at that.
+std::string with_log_entries(std::string error, const std::vector<std::string>& entries) {
+    for (const std::string& entry : entries)
+        error += '\n' + entry;
+    return error;
 }
 
 /// What the lanes of a job share.
@@ -63,6 +71,15 @@ public:
         m_lost_lane = reason;
     }
 
+    /// For what every host says alike.
+    void log_once(const std::string& label, const std::string& line) {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_lines_logged_once.insert(line).second) return;
+        }
+        view.log(label, line);
+    }
+
     /// When all lanes have ended.
     JobReport report() {
         const bool complete =
@@ -86,6 +103,7 @@ private:
     std::vector<FrameOutcome> m_outcomes;
     std::vector<std::string> m_problems;
     std::string m_lost_lane;  // why the last one that gave up did so
+    std::set<std::string> m_lines_logged_once;
 };
 
 /// Keeps one host at work: starts it, feeds it frames, and replaces it when it fails. One thread.
@@ -129,23 +147,34 @@ private:
                                                  m_shared.settings.limits,
                                                  [this](std::string_view line) { on_host_output(line); });
             host->session().start_job(m_shared.commands);
+            log_findings(*host);
             return host;
         } catch (const HostFailure& failure) {
             reason = host ? host->end_after(failure.what()) : failure.what();
-        } catch (const JobFailure&) {
+        } catch (const JobFailure& failure) {
+            const std::string refusal = with_log_entries(failure.what(), host->take_log_entries());
             host->end();
-            throw;
+            throw JobFailure(refusal);
         }
         if (m_shared.stop.requested()) throw Stopped();
         if (m_failed_starts++ == m_shared.settings.retries)
-            throw std::runtime_error("No host comes up: " + reason);
-        m_shared.view.log(label(), "a host did not come up, trying again: " + reason);
+            throw std::runtime_error((host ? "No host starts the job: " : "No host comes up: ") + reason);
+        m_shared.view.log(label(), (host ? "a host did not start the job, trying again: "
+                                         : "a host did not come up, trying again: ") +
+                                       reason);
         return nullptr;
+    }
+
+    /// What the host found wrong in a scene that it loaded all the same.
+    void log_findings(RunningHost& host) {
+        for (const std::string& entry : host.take_log_entries())
+            if (!m_shared.settings.show_host_output) m_shared.log_once(label(), entry);
     }
 
     /// Returns false when the host is gone.
     bool render(RunningHost& host, const FrameTask& task) {
         m_shared.view.begin_frame(m_number, task.frame);
+        host.take_log_entries();  // the next ones are this frame's
         const auto begin = Clock::now();
         CommandResult result;
         try {
@@ -158,6 +187,7 @@ private:
             m_shared.view.drop_frame(m_number);  // it failed because it was told to
             return !result.session_over;
         }
+        if (!result.success) result.error = with_log_entries(result.error, host.take_log_entries());
         const bool usable = conclude(host, task, result, begin);
         if (!usable || result.session_over) host.end();
         return usable && !result.session_over;
@@ -171,16 +201,25 @@ private:
         bool usable = true;
         if (result.success) {
             try {
-                outcome.files = host.session().written_files(task.frame).value_or(outcome.files);
+                outcome.files = host.session().written_files(task.frame);
+                if (m_shared.settings.check_files) outcome.error = check_files(host, outcome);
             } catch (const HostFailure& failure) {
                 m_shared.view.log(label(), failure.what());
                 usable = false;
+                if (m_shared.settings.check_files) outcome.error = check_written_files(outcome.files);
             }
-            if (m_shared.settings.check_files) outcome.error = check_written_files(outcome.files);
             if (!outcome.error.empty()) outcome.status = Status::Failed;
         }
         finish_frame(task, std::move(outcome));
         return usable;
+    }
+
+    std::string check_files(RunningHost& host, const FrameOutcome& outcome) {
+        if (!outcome.files || !outcome.files->empty()) return check_written_files(outcome.files);
+        const Job& job = m_shared.job;
+        const auto output = job.output ? job.output : host.session().scene_output(outcome.frame);
+        if (!output || output->empty()) return "";
+        return check_skipped_file(frame_file_name(*output, outcome.frame, job.options));
     }
 
     /// The host died, hangs or talks nonsense while it has a frame.
@@ -205,10 +244,9 @@ private:
     /// The host's part of the job is over.
     void finish(RunningHost& host) {
         try {
-            if (m_shared.commands.post_script && m_shared.goes_on()) run_post_script(host);
-            const CommandResult result = host.session().end_job();
-            if (!result.success && !m_shared.stop.requested())
-                m_shared.view.log(label(), "warning from the end of the job: " + result.error);
+            const bool session_goes_on =
+                !m_shared.commands.post_script || !m_shared.goes_on() || run_post_script(host);
+            if (session_goes_on) end_job(host);
         } catch (const HostFailure& failure) {
             m_shared.view.log(label(),
                               "the host failed at the end of the job: " + host.end_after(failure.what()));
@@ -216,9 +254,17 @@ private:
         host.end();
     }
 
-    void run_post_script(RunningHost& host) {
+    /// Returns false when the session ended with the script's error.
+    bool run_post_script(RunningHost& host) {
         const CommandResult result = host.session().run_script(*m_shared.commands.post_script);
         if (!result.success) m_shared.add_problem("The post script failed: " + result.error);
+        return !result.session_over;
+    }
+
+    void end_job(RunningHost& host) {
+        const CommandResult result = host.session().end_job();
+        if (!result.success && !m_shared.stop.requested())
+            m_shared.view.log(label(), "warning from the end of the job: " + result.error);
     }
 
     void on_title(std::string_view title) override { m_shared.view.set_title(m_number, title); }

@@ -13,8 +13,9 @@ struct RunSettings {
     TimeLimits limits;
     int hosts = 1;    // at once; never more than the job has frames
     int retries = 2;  // of a frame whose host died or hung, and of a host that does not come up
-    bool check_files =
-        false;  // a frame counts as done only when it wrote files, and they are there and not empty
+    /// A frame counts as done only when the files that it wrote are there and not empty. One that wrote none,
+    /// because the scene skips it or saves nothing, counts unless an empty file is in its place.
+    bool check_files = false;
     bool show_host_output = false;
 };
 

@@ -48,18 +48,13 @@ int run(const ScriptRun& script, const RunSettings& settings) {
         const bool success =
             run_script(script, settings.host, settings.limits, settings.show_host_output, stop, std::cout);
         return success ? 0 : k_failure_exit_code;
-    } catch (const Stopped&) {
+    } catch (const Stopped& stopped) {
+        std::cout << stopped.what() << '\n';
         return k_stopped_exit_code;
     }
 }
 
-}  // namespace
-
-int main(int argument_count, char** arguments) {
-    std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that goes away must not end the hosts' jobs
-    const ParsedCommandLine command_line = parse_command_line(argument_count, arguments);
-    if (!command_line.invocation) return command_line.exit_code;
-    const Invocation& invocation = *command_line.invocation;
+int run(const Invocation& invocation) {
     try {
         return invocation.job ? run(*invocation.job, invocation.settings)
                               : run(*invocation.script, invocation.settings);
@@ -67,4 +62,20 @@ int main(int argument_count, char** arguments) {
         std::cerr << "corrivane-worker: " << error.what() << '\n';
         return k_failure_exit_code;
     }
+}
+
+/// The exit code, which is no success where output was lost.
+int with_output_written(int exit_code) {
+    if (std::cout.flush()) return exit_code;
+    std::cerr << "corrivane-worker: standard output could not be written\n";
+    return exit_code == 0 ? k_failure_exit_code : exit_code;
+}
+
+}  // namespace
+
+int main(int argument_count, char** arguments) {
+    std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that goes away must not end the hosts' jobs
+    const ParsedCommandLine command_line = parse_command_line(argument_count, arguments);
+    return with_output_written(command_line.invocation ? run(*command_line.invocation)
+                                                       : command_line.exit_code);
 }

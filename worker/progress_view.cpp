@@ -39,10 +39,13 @@ std::string outcome_text(const FrameOutcome& outcome) {
     const std::string frame = "frame " + std::to_string(outcome.frame);
     if (outcome.status == FrameOutcome::Status::Failed)
         return frame + " failed after " + format_seconds(outcome.time);
-    std::string text = frame + " done in " + format_seconds(outcome.time);
-    for (std::size_t i = 0; i < outcome.files.size(); ++i)
-        text += (i == 0 ? ": " : ", ") + printable(outcome.files[i]);
-    return outcome.files.empty() ? text + ", no file written" : text;
+    const std::string text = frame + " done in " + format_seconds(outcome.time);
+    if (!outcome.files) return text + ", its files are not known";
+    if (outcome.files->empty()) return text + ", no file written (skipped, or the scene saves none)";
+    std::string files;
+    for (const std::string& file : *outcome.files)
+        files += (files.empty() ? ": " : ", ") + printable(file);
+    return text + files;
 }
 
 }  // namespace

@@ -12,6 +12,8 @@ namespace {
 constexpr std::chrono::milliseconds k_patience{10000};
 /// A host that failed gets only the time to write its last words.
 constexpr std::chrono::milliseconds k_patience_after_failure{1000};
+/// A host that finds fault without end fills no memory.
+constexpr std::size_t k_max_log_entries = 200;
 
 /// 128 random bits in hexadecimal digits, so that no other program of this machine passes for the host.
 std::string make_token() {
@@ -40,7 +42,10 @@ RunningHost::RunningHost(const HostSettings& settings, const Job& job, SessionOb
       m_connection(stop),
       m_token(make_token()),
       m_process(settings.program, host_arguments(settings, m_connection.port(), m_token),
-                std::move(on_output)),
+                [this, on_output = std::move(on_output)](std::string_view line) {
+                    note_log_entry(line);
+                    on_output(line);
+                }),
       m_session(m_connection, job, observer, stop, limits) {
     m_connection.watch(m_process);
     try {
@@ -49,6 +54,16 @@ RunningHost::RunningHost(const HostSettings& settings, const Job& job, SessionOb
     } catch (const HostFailure& failure) {
         throw HostFailure(end_after(failure.what()));
     }
+}
+
+void RunningHost::note_log_entry(std::string_view line) {
+    const bool is_entry = line.starts_with("[error] ") || line.starts_with("[warning] ");
+    if (is_entry && m_log_entries.size() < k_max_log_entries) m_log_entries.emplace_back(line);
+}
+
+std::vector<std::string> RunningHost::take_log_entries() {
+    m_process.read_output();
+    return std::exchange(m_log_entries, {});
 }
 
 void RunningHost::end() {

@@ -5,6 +5,7 @@
 #include "worker/host_process.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace corrivane::worker {
@@ -26,6 +27,10 @@ public:
     FarmSession& session() { return m_session; }
     const std::string& greeting() const { return m_greeting; }
 
+    /// The errors and warnings that the host has printed since the last call, or since its start: its lines
+    /// that begin with [error] or [warning]. What it printed before its last reply is among them.
+    std::vector<std::string> take_log_entries();
+
     /// Ends the host: its session by closing the connection, then the program, by force where it does not end
     /// itself.
     void end();
@@ -35,9 +40,12 @@ public:
     std::string end_after(const std::string& reason);
 
 private:
+    void note_log_entry(std::string_view line);
+
     const StopRequest& m_stop;
     HostConnection m_connection;
     std::string m_token;
+    std::vector<std::string> m_log_entries;
     HostProcess m_process;
     FarmSession m_session;
     std::string m_greeting;

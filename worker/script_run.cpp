@@ -36,10 +36,13 @@ bool run_script(const ScriptRun& script, const HostSettings& host, const TimeLim
     try {
         result = running.session().run_script(command);
     } catch (const HostFailure& failure) {
-        throw HostFailure(running.end_after(failure.what()));
+        const std::string reason = running.end_after(failure.what());
+        if (stop.requested()) throw Stopped();
+        throw HostFailure(reason);
     }
     running.end();
     observer.on_log(result.success ? "The script succeeded." : "The script failed: " + result.error);
+    if (!result.success && stop.requested()) throw Stopped();  // it failed because it was told to
     return result.success;
 }
 

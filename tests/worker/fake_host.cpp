@@ -68,7 +68,12 @@ private:
     void answer(const std::string& command) {
         const std::string name = command.substr(0, command.find(','));
         if (name == "StartJob") {
-            if (m_call.behaviour == "refuse-job") m_peer.send("ERROR: Failed to load max file: \"no.gltf\"");
+            if (m_call.behaviour == "warn" || m_call.behaviour == "fail")
+                std::cerr << "[note] LoadFromFile: it is loaded\n[warning] LoadFromFile: mesh 2 is odd\n";
+            if (m_call.behaviour == "refuse-job") {
+                std::cerr << "[error] LoadFromFile: no.gltf: width 0\n";
+                m_peer.send("ERROR: Failed to load max file: \"no.gltf\"");
+            }
             m_peer.send("SUCCESS [filename] \n[format] \n[size] 0x0\n[aspect] 1\n");
         } else if (name == "EndJob") {
             m_peer.send("SUCCESS");
@@ -77,13 +82,31 @@ private:
             render(command.substr(command.find(',') + 1));
         } else if (name == "ExecuteStringScript") {
             m_peer.send("STARTED");
-            m_peer.send("SUCCESS: " + (m_frame.empty() ? "" : m_call.folder + "/out" + m_frame + ".png\n"));
+            m_peer.send("SUCCESS: " + text_of(command));
         } else if (name == "ExecuteScript") {
             m_peer.send("STARTED");
-            m_peer.send("FUNCTION: STDOUT: first line\nsecond\033[2J line");
-            const bool fails = m_call.behaviour == "fail-script";
-            m_peer.send(fails ? "ERROR: Script did not return success: false" : "SUCCESS");
+            run_script();
         }
+    }
+
+    /// The value of a script text.
+    std::string text_of(const std::string& command) const {
+        const bool bad = !m_frame.empty() && m_frame == m_call.bad_frame;
+        if (command.ends_with("rendOutputFilename")) return m_call.folder + "/out.png";
+        if (bad && m_call.behaviour == "die-at-files") std::exit(0);
+        if (m_frame.empty() || (bad && m_call.behaviour == "skip")) return "";
+        return m_call.folder + "/out" + m_frame + ".png\n";
+    }
+
+    void run_script() {
+        m_peer.send("FUNCTION: STDOUT: first line\nsecond\033[2J line");
+        if (m_call.behaviour == "hang-script") ::pause();
+        if (m_call.behaviour == "throw-script") {
+            m_peer.send("ERROR: Exception caught in 3ds max: no licence");
+            std::exit(0);
+        }
+        const bool fails = m_call.behaviour == "fail-script";
+        m_peer.send(fails ? "ERROR: Script did not return success: false" : "SUCCESS");
     }
 
     void render(const std::string& frame) {
@@ -118,6 +141,7 @@ private:
         }
         if (behaviour == "garbage") m_peer.send_bytes("\xff\xff\xff\xff and more");
         if (behaviour == "fail") {
+            std::cerr << "[error] Renderer: out of memory\n";
             m_peer.send(
                 "ERROR: SEH Exception trapped: Access Violation\nfirst line of the report\nits last line");
             m_peer.send("ERROR: Failed to save file.");
@@ -127,11 +151,12 @@ private:
             std::exit(0);
         }
         if (behaviour == "render-on") render_until_told();
+        if (behaviour == "skip") m_peer.send("SUCCESS");
         if (behaviour == "empty-file") {
             std::ofstream(m_call.folder + "/out" + m_frame + ".png").close();
             m_peer.send("SUCCESS");
         }
-        return behaviour != "die-once";
+        return behaviour != "die-once" && behaviour != "die-at-files";
     }
 
     void render_until_told() {

@@ -181,6 +181,28 @@ TEST(FarmSession, ErrorsOfAFrameAreReadToTheLastReply) {
     }
 }
 
+TEST(FarmSession, ErrorsOfAScriptTellWhetherTheSessionGoesOn) {
+    const struct {
+        const char* error;
+        bool session_over;
+    } cases[] = {
+        {"Script did not return success: false", false},
+        {"Exception caught in 3ds max: MAXScriptException: -- Runtime error: no licence", true},
+    };
+    for (const auto& entry : cases) {
+        Farm farm;
+        farm.open([&](Peer& peer) {
+            peer.expect("ExecuteScript,3,a.ms");
+            peer.say({"STARTED", std::string("ERROR: ") + entry.error});
+            if (entry.session_over) return peer.close();
+            peer.expect_end();
+        });
+        const CommandResult result = farm.session.run_script("ExecuteScript,3,a.ms");
+        EXPECT_EQ(result.error, entry.error);
+        EXPECT_EQ(result.session_over, entry.session_over);
+    }
+}
+
 TEST(FarmSession, AStartThatIsRefusedFailsTheJob) {
     const struct {
         std::vector<std::string> start_replies;
@@ -279,13 +301,45 @@ TEST(FarmSession, RequestsAloneDontKeepAFrameAlive) {
 }
 
 TEST(FarmSession, OnlyThePeerWithTheTokenIsLetIn) {
+    const struct {
+        const char* what;
+        std::function<void(Peer&)> stranger;
+    } cases[] = {
+        {"another token", [](Peer& peer) { peer.send("guess"); }},
+        {"too short a token", [](Peer& peer) { peer.send("toke"); }},
+        {"a part of the token", [](Peer& peer) { peer.send_bytes(Peer::frame("token").substr(0, 6)); }},
+        {"another protocol", [](Peer& peer) { peer.send_bytes("GET / HTTP/1.0\r\n\r\n"); }},
+        {"no length", [](Peer& peer) { peer.send_bytes("\xff\xff\xff\xff"); }},
+        {"nothing", [](Peer&) {}},
+        {"nothing, and gone", [](Peer& peer) { peer.close(); }},
+        {"nothing, and died", [](Peer& peer) { peer.reset(); }},
+    };
+    for (const auto& entry : cases) {
+        SCOPED_TRACE(entry.what);
+        Farm farm;
+        farm.run_peer([&](Peer& peer) {
+            entry.stranger(peer);
+            Peer host(farm.connection.port());  // has to queue behind a stranger that stays
+            host.send("token");
+            const auto begin = Clock::now();
+            host.expect("QuillaneStartup");
+            EXPECT_LT(Clock::now() - begin, 1s) << "the plug-in would have given up";
+            host.send(k_greeting);
+            host.expect_end();
+        });
+        farm.connection.accept("token", deadline_in(10s));
+        EXPECT_EQ(farm.session.handshake(), k_greeting);
+    }
+}
+
+TEST(FarmSession, ATokenMayComeInPieces) {
     Farm farm;
     farm.run_peer([&](Peer& peer) {
-        peer.send("guess");
+        for (const char c : Peer::frame("token"))
+            peer.send_bytes({&c, 1});
+        peer.expect("QuillaneStartup");
+        peer.send(k_greeting);
         peer.expect_end();
-        Peer host(farm.connection.port());
-        host.greet();
-        host.expect_end();
     });
     farm.connection.accept("token", deadline_in(10s));
     EXPECT_EQ(farm.session.handshake(), k_greeting);
@@ -298,7 +352,7 @@ TEST(FarmSession, AStrangerAloneIsMentionedWhenTimeIsUp) {
         peer.expect_end();
     });
     EXPECT_THAT(failure_of([&] { farm.connection.accept("token", deadline_in(2s)); }),
-                HasSubstr("a peer with another token was turned away"));
+                HasSubstr("a peer without it was turned away"));
 }
 
 TEST(FarmSession, WrongGreetingsAreRefused) {

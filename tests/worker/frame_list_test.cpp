@@ -38,7 +38,8 @@ TEST(FrameList, RefusesWhatIsNoList) {
         const char* text;
         const char* reason;
     } cases[] = {
-        {"", "empty item"},
+        {"", "names no frames"},
+        {" ", "names no frames"},
         {"1,,2", "empty item"},
         {"1,", "empty item"},
         {"a", "\"a\" lacks a frame number"},

@@ -20,6 +20,22 @@ TEST(JobCommands, APlainJobNeedsOnlyItsStart) {
     EXPECT_EQ(render_command(-3), "RenderTask,-3");
 }
 
+TEST(JobCommands, ThePreviewsFolderEndsInASeparator) {
+    const struct {
+        const char* folder;
+        const char* command;
+    } cases[] = {
+        {R"(C:\p)", R"(UseJpegOutput,C:\\p\\)"},
+        {R"(C:\p\)", R"(UseJpegOutput,C:\\p\\)"},
+        {"/mnt/p/", "UseJpegOutput,/mnt/p/"},
+    };
+    for (const auto& entry : cases) {
+        Job job;
+        job.options.jpeg_preview = entry.folder;
+        EXPECT_THAT(make_job_commands(job).after_start, testing::ElementsAre(entry.command));
+    }
+}
+
 TEST(JobCommands, JobsThatCannotBeAreRefused) {
     Job good;
     good.scene = "scene.gltf";
@@ -34,6 +50,12 @@ TEST(JobCommands, JobsThatCannotBeAreRefused) {
     };
     expect_refused([](Job& job) { job.scene.clear(); });
     expect_refused([](Job& job) { job.frames.clear(); });
+    expect_refused([](Job& job) { job.output = ""; });
+    expect_refused([](Job& job) { job.options.jpeg_preview = ""; });
+    expect_refused([](Job& job) {
+        job.frames = {1, 2};
+        job.options.remove_padding = true;
+    });
     for (const Region& region : {Region{10, 0, 10, 5, 0}, Region{0, 9, 10, 5, 0}, Region{0, 0, 10, 5, -1},
                                  Region{0, 0, 2147483647, 5, 0}})
         expect_refused([&](Job& job) { job.options.region = region; });

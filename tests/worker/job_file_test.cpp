@@ -35,7 +35,7 @@ TEST(JobFile, ReadsEveryKeyAndEveryOptionHasItsCommand) {
     EXPECT_EQ(commands.start, R"(StartJob,"a,b.gltf",Camera01)");
     EXPECT_THAT(
         commands.after_start,
-        ElementsAre("FrameNumberBase,-7", "RegionRendering,8,1,2,30,40", R"(UseJpegOutput,C:\\previews)",
+        ElementsAre("FrameNumberBase,-7", "RegionRendering,8,1,2,30,40", R"(UseJpegOutput,C:\\previews\\)",
                     "FailOnBlackFrames,95,0.5", R"(OutputImageFilename,C:\\out\\b.png)",
                     "RestartRendererMode", "HideFrameBuffer", "RemovePadding", "AlphaSplit"));
     EXPECT_EQ(commands.pre_script, "ExecuteScript,-3,pre.ms");
@@ -71,7 +71,7 @@ TEST(JobFile, NamesWhatIsWrong) {
         {R"({"scene": "a"})", "the job: lacks \"frames\""},
         {R"({"scene": "a", "scene": "b", "frames": 1})", "\"scene\" is there twice"},
         {R"({"scene": "a", "frames": "1-"})", "frames: frame list: \"1-\" lacks the last frame"},
-        {R"({"scene": "a", "frames": []})", "frames: frame list: \"\" has an empty item"},
+        {R"({"scene": "a", "frames": []})", "frames: the frame list names no frames"},
         {R"({"scene": "a", "frames": [1, 2.5]})", "frames[1]: expected an integer, got number"},
         {R"({"scene": "a", "frames": 3000000000})", "frames: is beyond 32 bits"},
         {R"({"scene": "a", "frames": true})", "frames: expected an integer, got boolean"},

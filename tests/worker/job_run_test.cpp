@@ -19,6 +19,8 @@ using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
+using testing::Optional;
 using Status = FrameOutcome::Status;
 
 class JobRunTest : public testing::Test {
@@ -55,6 +57,13 @@ protected:
                                      [&begin](const std::string& line) { return line.starts_with(begin); });
     }
     auto count_hosts() const { return count("host "); }
+    int count_in_output(const std::string& text) const {
+        const std::string all = out.str();
+        int found = 0;
+        for (std::size_t at = 0; (at = all.find(text, at)) != std::string::npos; at += text.size())
+            ++found;
+        return found;
+    }
 
     test::TemporaryFolder folder;
     Job job;
@@ -68,7 +77,7 @@ TEST_F(JobRunTest, RendersEveryFrameWithOneHost) {
     settings.check_files = true;
     const JobReport report = run("");
     EXPECT_TRUE(report.success()) << out.str();
-    EXPECT_THAT(report.frames[2].files, ElementsAre(folder / "out3.png"));
+    EXPECT_THAT(report.frames[2].files, Optional(ElementsAre(folder / "out3.png")));
     EXPECT_EQ(count_hosts(), 1);
     const auto lines = trace();
     EXPECT_THAT(std::vector(lines.end() - 3, lines.end()),
@@ -104,14 +113,16 @@ TEST_F(JobRunTest, FramesFailWithTheirReasonAndTheJobGoesOn) {
     } cases[] = {
         {"die", "signal 11 (Segmentation fault)\nlast output of the host:\nthe fake host listens\n", 2, 3},
         {"garbage", "Invalid packet size (given 4294967295)", 2, 3},
-        {"fail", "Access Violation\nfirst line of the report\nits last line", 1, 1},
+        {"fail", "Access Violation\nfirst line of the report\nits last line\n[error] Renderer: out of memory",
+         1, 1},
         {"throw", "MAXException caught in 3ds max: out of handles", 1, 2},
         {"empty-file", "out2.png\" is empty", 1, 1},
+        {"die-at-files", "can't be checked", 1, 2},
     };
     for (const auto& entry : cases) {
         const JobReport report = run(entry.behaviour + "@2");
         EXPECT_THAT(statuses(report), ElementsAre(Status::Done, Status::Failed, Status::Done)) << out.str();
-        EXPECT_THAT(report.frames[1].error, HasSubstr(entry.reason));
+        EXPECT_THAT(report.frames[1].error, AllOf(HasSubstr(entry.reason), Not(HasSubstr("LoadFromFile"))));
         EXPECT_EQ(count("RenderTask,2"), entry.attempts) << entry.behaviour;
         EXPECT_EQ(count_hosts(), entry.hosts) << entry.behaviour;
         EXPECT_FALSE(report.success() || report.stopped);
@@ -126,6 +137,14 @@ TEST_F(JobRunTest, AHostThatHangsInAFrameIsEnded) {
                 HasSubstr("did not answer in time; it was ended by the worker"));
 }
 
+TEST_F(JobRunTest, APreScriptThatHangsIsNamed) {
+    job.pre_script = "pre.ms";
+    settings.limits.work = 1s;
+    settings.retries = 0;
+    EXPECT_THAT(run("hang-script").problems,
+                ElementsAre(HasSubstr("No host starts the job: in the pre-script, the host did not answer")));
+}
+
 TEST_F(JobRunTest, AStartThatFailsEndsTheJobWithItsReason) {
     job.pre_script = "pre.ms";
     const struct {
@@ -134,8 +153,11 @@ TEST_F(JobRunTest, AStartThatFailsEndsTheJobWithItsReason) {
         int hosts;
     } cases[] = {
         {"exit", "exited with code 3\nlast output of the host:\nthe fake host listens\nthe library can't", 2},
-        {"refuse-job", "Failed to load max file: \"no.gltf\"", 1},
-        {"fail-script", "Script did not return success: false", 1},
+        {"refuse-job",
+         "The job can't be started: Failed to load max file: \"no.gltf\"\n"
+         "[error] LoadFromFile: no.gltf: width 0",
+         1},
+        {"fail-script", "the pre-script failed: Script did not return success: false", 1},
     };
     for (const auto& entry : cases) {
         const JobReport report = run(entry.behaviour);
@@ -155,9 +177,63 @@ TEST_F(JobRunTest, AHostThatDoesNotConnectOrIsNotThereEndsTheJob) {
 
 TEST_F(JobRunTest, AFailedPostScriptIsAProblemOfTheJob) {
     job.post_script = "post.ms";
-    const JobReport report = run("fail-script");
+    const struct {
+        const char* behaviour;
+        const char* reason;
+        int ended_jobs;
+    } cases[] = {
+        {"fail-script", "Script did not return success: false", 1},
+        {"throw-script", "Exception caught in 3ds max: no licence", 0},  // and the session was over
+    };
+    for (const auto& entry : cases) {
+        const JobReport report = run(entry.behaviour);
+        EXPECT_THAT(statuses(report), Each(Status::Done));
+        EXPECT_THAT(report.problems, ElementsAre(std::string("The post script failed: ") + entry.reason));
+        EXPECT_EQ(count("EndJob"), entry.ended_jobs) << entry.behaviour;
+        EXPECT_THAT(out.str(), Not(HasSubstr("failed at the end of the job")));
+    }
+}
+
+TEST_F(JobRunTest, WhatHostsSayOfTheSceneIsShownOnce) {
+    job.frames = parse_frame_list("1-40");
+    settings.hosts = 2;
+    for (const bool listener : {false, true}) {
+        settings.show_host_output = listener;
+        out.str("");
+        EXPECT_TRUE(run("warn").success());
+        // Each host's listener shows what that host printed; otherwise the two say the same.
+        EXPECT_EQ(count_in_output("[warning] LoadFromFile: mesh 2 is odd\n"), listener ? 2 : 1) << out.str();
+        EXPECT_EQ(count_in_output("[note]"), listener ? 2 : 0);
+    }
+}
+
+TEST_F(JobRunTest, AFrameWithoutFilesPassesTheCheckUnlessItsFileIsEmpty) {
+    const struct {
+        std::optional<std::string> content;  // of the skipped frame's file
+        Status status;
+        std::string output;
+    } cases[] = {
+        {std::nullopt, Status::Done, "no file written (skipped, or the scene saves none)"},
+        {"pixels", Status::Done, "no file written (skipped, or the scene saves none)"},
+        {"", Status::Failed, "out0102.png\" is empty"},
+    };
+    settings.check_files = true;
+    job.frames = {2};
+    job.options.frame_base = 100;
+    for (const auto& entry : cases) {
+        if (entry.content) test::write_file(folder / "out0102.png", *entry.content);
+        EXPECT_THAT(statuses(run("skip@2")), ElementsAre(entry.status));
+        EXPECT_THAT(out.str(), HasSubstr(entry.output));
+        out.str("");
+    }
+}
+
+TEST_F(JobRunTest, FilesThatAreNotKnownAreNotCalledUnwritten) {
+    const JobReport report = run("die-at-files@2");
     EXPECT_THAT(statuses(report), Each(Status::Done));
-    EXPECT_THAT(report.problems, ElementsAre("The post script failed: Script did not return success: false"));
+    EXPECT_FALSE(report.frames[1].files);
+    EXPECT_THAT(out.str(),
+                AllOf(HasSubstr(", its files are not known\n"), Not(HasSubstr("no file written"))));
 }
 
 }  // namespace

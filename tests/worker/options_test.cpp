@@ -15,30 +15,30 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// The arguments stand in one text, with blanks between them.
+/// The arguments stand in one text, with blanks between them; "" is an empty one.
 ParsedCommandLine parse(const std::string& command_line) {
     std::istringstream words("corrivane-worker " + command_line);
     const std::vector<std::string> texts{std::istream_iterator<std::string>(words), {}};
     std::vector<const char*> arguments;
     for (const std::string& text : texts)
-        arguments.push_back(text.c_str());
+        arguments.push_back(text == "\"\"" ? "" : text.c_str());
     return parse_command_line(static_cast<int>(arguments.size()), arguments.data());
 }
 
 TEST(Options, RenderTakesEveryJobOption) {
     const auto parsed = parse(
-        "render C:\\scene.gltf --camera Camera01 --frames -5--1x2,60 --output C:\\out\\b.png --frame-base -3 "
+        "render C:\\scene.gltf --camera Camera01 --frames -5 --output C:\\out\\b.png --frame-base -3 "
         "--region -1,2,30,40 --region-padding 8 --jpeg-preview C:\\previews --fail-on-black 95,0.5 "
         "--ignore-missing files,dlls --restart-renderer --hide-frame-buffer --remove-padding --alpha-split");
     ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
     const Job& job = *parsed.invocation->job;
-    EXPECT_THAT(job.frames, ElementsAre(-5, -3, -1, 60));
+    EXPECT_THAT(job.frames, ElementsAre(-5));
     const JobCommands commands = make_job_commands(job);
     EXPECT_THAT(commands.before_start, ElementsAre("IgnoreMissingExternalFiles", "IgnoreMissingDLLs"));
     EXPECT_EQ(commands.start, R"(StartJob,C:\\scene.gltf,Camera01)");
     EXPECT_THAT(
         commands.after_start,
-        ElementsAre("FrameNumberBase,-3", "RegionRendering,8,-1,2,30,40", R"(UseJpegOutput,C:\\previews)",
+        ElementsAre("FrameNumberBase,-3", "RegionRendering,8,-1,2,30,40", R"(UseJpegOutput,C:\\previews\\)",
                     "FailOnBlackFrames,95,0.5", R"(OutputImageFilename,C:\\out\\b.png)",
                     "RestartRendererMode", "HideFrameBuffer", "RemovePadding", "AlphaSplit"));
 }
@@ -65,11 +65,11 @@ TEST(Options, OptionsReplaceWhatTheJobFileSays) {
     const test::TemporaryFolder folder;
     test::write_file(folder / "job.json", R"({"scene": "a", "camera": "file", "frames": 1,
                                               "options": {"frameBase": 5, "alphaSplit": true}})");
-    const auto parsed = parse("run " + (folder / "job.json") + " --frames 7-8 --frame-base 6");
+    const auto parsed = parse("run " + (folder / "job.json") + " --frames 9-7x2,60 --frame-base 6");
     ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
     const Job& job = *parsed.invocation->job;
     EXPECT_EQ(job.camera, "file");
-    EXPECT_THAT(job.frames, ElementsAre(7, 8));
+    EXPECT_THAT(job.frames, ElementsAre(9, 7, 60));
     EXPECT_EQ(job.options.frame_base, 6);
     EXPECT_TRUE(job.options.alpha_split);
 }
@@ -89,19 +89,30 @@ TEST(Options, WrongCommandLinesAreExplained) {
         const char* reason;
     } cases[] = {
         {"", "subcommand"},
-        {"paint", "subcommand"},
+        {"paint", "\"paint\" is none of the commands"},
         {"render --frames 1", "scene"},
         {"render a", "--frames"},
         {"render a --frames 1-", "frame list: \"1-\""},
-        {"render a --frames 1 --region 1,2,3", "--region"},
+        {"render a --frames 1 --region 1,2,3", "--region: \"1,2,3\" is not of the form L,T,R,B"},
+        {"render a --frames 1 --region 1,2,3,4,5", "--region"},
         {"render a --frames 1 --region 5,5,1,1", "region"},
         {"render a --frames 1 --region-padding 5", "--region"},
-        {"render a --frames 1 --fail-on-black 95", "--fail-on-black"},
+        {"render a --frames 1 --fail-on-black 50 --drive C=x", "--fail-on-black: \"50\" is not of the form"},
+        {"render a --frames 1 --fail-on-black 50;0.5", "--fail-on-black: \"50;0.5\" is not"},
+        {"render a --frames 1 --fail-on-black -1,0", "percentage must be from 0 to 100"},
+        {"render a --frames 1 --fail-on-black 101,0", "percentage must be from 0 to 100"},
         {"render a --frames 1 --ignore-missing files,all", "all"},
         {"render a --frames 1 --hosts 0", "--hosts"},
         {"render a --frames 1 --frame-base 99999999999", "--frame-base"},
         {"render a --frames 1 --drive C", "--drive: \"C\""},
         {"render a --frames 1 --drive 4=x", "--drive: \"4=x\""},
+        {"render a --frames 1 --drive C=a --drive c=b", "drive C is given twice"},
+        {"render a --frames 1 --drive C=/dev/null", "--drive: \"/dev/null\" is not a folder"},
+        {"script a.ms --network /dev/null", "--network: \"/dev/null\" is not a folder"},
+        {"script a.ms --network \"\"", "--network: is empty"},
+        {"render a --frames 1 --output \"\"", "--output: is empty"},
+        {"render a --frames 1 --jpeg-preview \"\"", "--jpeg-preview: is empty"},
+        {"render a --frames 1-2 --remove-padding", "one frame"},
         {"run /nowhere/job.json", "/nowhere/job.json"},
         {"script", "file"},
         {"script a.ms --frames 1", "--frames"},

@@ -12,6 +12,7 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 using Status = FrameOutcome::Status;
+using Files = std::vector<std::string>;
 
 TEST(ProgressText, ShowsBarFramesTitlesAndTimeLeft) {
     JobProgress progress(10, 2);
@@ -51,7 +52,7 @@ TEST(ProgressView, PlainOutputHasOneLineAFrameAndErrorsInFull) {
     view.begin_frame(0, 1);
     view.set_title(0, "Rendering");
     view.set_percent(0, 50);
-    view.finish_frame(0, {1, Status::Done, "", {"C:\\out\\a.png", "C:\\out\\b.png"}, 1500ms});
+    view.finish_frame(0, {1, Status::Done, "", Files{"C:\\out\\a.png", "C:\\out\\b.png"}, 1500ms});
     view.log("script: ", "a\n\x1b[2Jb\tc\r\n");
     view.begin_frame(0, 2);
     view.finish_frame(0, {2, Status::Failed, "trapped\nreport", {}, 500ms});
@@ -87,9 +88,9 @@ TEST(ProgressView, OnATerminalLinesNeverMixWithTheBar) {
 
 TEST(JobReport, SummaryCountsAndNames) {
     JobReport report;
-    report.frames = {{1, Status::Done, "", {"a1.png"}, 1s},
+    report.frames = {{1, Status::Done, "", Files{"a1.png"}, 1s},
                      {2, Status::Failed, "it broke\nin many lines", {}, 5s},
-                     {3, Status::Done, "", {"a3.png"}, 2s},
+                     {3, Status::Done, "", Files{"a3.png"}, 2s},
                      {4, Status::NotRendered, "", {}, 0s}};
     report.elapsed = 75s;
     EXPECT_FALSE(report.success());
@@ -104,6 +105,9 @@ TEST(JobReport, SummaryCountsAndNames) {
     EXPECT_FALSE(report.success());
     EXPECT_THAT(summary_text(report),
                 HasSubstr("  The post script failed: why\n  stopped by the user\n1 file written: a1.png\n"));
+    report.frames.push_back({5, Status::Done, "", std::nullopt, 1s});
+    EXPECT_THAT(summary_text(report),
+                HasSubstr("1 file written: a1.png; the files of 1 frame are not known\n"));
     EXPECT_THAT(summary_text({}), HasSubstr("0 frames: 0 done"));
 }
 

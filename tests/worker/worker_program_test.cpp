@@ -42,6 +42,12 @@ protected:
         }
     }
 
+    void wait_for_output(HostProcess& worker, const std::string& text) const {
+        const Deadline deadline = deadline_in(30s);
+        while (output.find(text) == std::string::npos && wait_readable({worker.output_fd()}, deadline))
+            worker.read_output();
+    }
+
     static void signal(const HostProcess& worker, int number) {
         ASSERT_EQ(::pidfd_send_signal(worker.exit_fd(), number, nullptr, 0), 0);
     }
@@ -91,13 +97,40 @@ TEST_F(WorkerProgramTest, ASecondCtrlCKillsTheHost) {
     HostProcess worker = start({"render", "a.gltf", "--frames", "1-9"}, "hang-deaf@2");
     wait_for_trace(worker, "RenderTask,2");
     signal(worker, SIGINT);
-    const Deadline deadline = deadline_in(30s);
-    while (output.find("Stopping") == std::string::npos && wait_readable({worker.output_fd()}, deadline))
-        worker.read_output();
+    wait_for_output(worker, "Stopping");
     const auto begin = Clock::now();
     signal(worker, SIGINT);
     EXPECT_EQ(end(worker), "exited with code 130");
     EXPECT_LT(Clock::now() - begin, k_stop_patience);  // what one wish to stop takes with such a host
+}
+
+TEST_F(WorkerProgramTest, AStoppedScriptIsNoFailure) {
+    HostProcess worker = start({"script", "loop.ms"}, "hang-script");
+    wait_for_trace(worker, "ExecuteScript,0,loop.ms");
+    signal(worker, SIGINT);
+    wait_for_output(worker, "Stopping");
+    // The script does not end for the user's sake, so the test shortens the worker's patience with the host.
+    ::kill(std::stoi(trace()[0].substr(5)), SIGKILL);
+    EXPECT_EQ(end(worker), "exited with code 130");
+    EXPECT_THAT(output, testing::EndsWith("\nstopped by the user\n"));
+}
+
+TEST_F(WorkerProgramTest, LostOutputEndsNoJobButIsAFailure) {
+    for (const std::string output_end : {"> /dev/full", "| true"}) {
+        std::filesystem::remove(folder / "trace");
+        output.clear();
+        // The worker begins when nobody takes its output any more.
+        const std::string command =
+            "{ (trap '' PIPE; while echo; do :; done) 2> /dev/null; \"$0\" \"$@\"; echo status $? >&2; } " +
+            output_end;
+        HostProcess shell("/bin/sh",
+                          {"-c", command, WORKER_PROGRAM, "render", "a.gltf", "--frames", "1-3", "--host",
+                           FAKE_HOST_PROGRAM, "--network", folder.path()},
+                          [this](std::string_view line) { output += std::string(line) + '\n'; });
+        end(shell);
+        EXPECT_EQ(output, "corrivane-worker: standard output could not be written\nstatus 1\n");
+        EXPECT_THAT(trace(), Contains("RenderTask,3"));
+    }
 }
 
 TEST_F(WorkerProgramTest, AKilledWorkerLeavesNoHost) {
