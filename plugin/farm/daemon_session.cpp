@@ -65,8 +65,10 @@ bool run_daemon_guarded(int port, const std::string& token, std::string& error_t
     error_text.clear();
     auto session = [&] { run_daemon_session(port, token); };
     const quorvel::max3d::scoped_maxscript_frame frame;
+    const int frames_around = job_state.framesUnderWay;
     const DWORD code = guarded_call(job_state, session);
     if (code != 0) {
+        job_state.framesUnderWay = frames_around;  // a frame that the fault abandoned is over
         error_text = std::string("SEH Exception trapped in 3ds max: ") + seh_exception_name(code);
         return false;
     }

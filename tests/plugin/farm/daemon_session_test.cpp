@@ -208,11 +208,15 @@ TEST_F(DaemonSession, MalformedLinesEndIt) {
 
 TEST_F(DaemonSession, FaultIsReportedAndTheNextSessionWorks) {
     const AbandonedFramesMayLeak amnesty;
-    fake_scripts().expressions["crash"] = []() -> Value* { return read_address(0x10), nullptr; };
+    fake_scripts().expressions["crash"] = []() -> Value* {
+        ++job_state.framesUnderWay;
+        return read_address(0x10), nullptr;
+    };
     const ValueLocalsFrame* chain = current_locals_frame();
     const Session session = run_commands({"ExecuteStringScript,1,crash"});
     EXPECT_FALSE(session.result);
     EXPECT_EQ(current_locals_frame(), chain) << "frames of the abandoned script are still scanned for values";
+    EXPECT_EQ(job_state.framesUnderWay, 0);
     ASSERT_EQ(session.replies().size(), 2U);
     const std::string reply = session.replies()[1];
     EXPECT_TRUE(reply.starts_with(
