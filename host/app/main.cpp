@@ -58,6 +58,13 @@ void run(const HostOptions& options) {
     run_script(options);
 }
 
+/// What has been lost earlier counts too: the Listener passes over it.
+void check_output() {
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        throw std::runtime_error("cannot write to standard output");
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -66,6 +73,7 @@ int main(int argc, char** argv) {
         if (const std::optional<HostOptions> options = read_command_line(argc, argv)) {
             run(*options);
         }
+        check_output();
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <string_view>
 #include <utility>
 
 namespace corrivane::host {
@@ -36,15 +37,17 @@ private:
     int m_number;
 };
 
+using Mapping = NativePath (*)(std::string_view windows_path);
+
 /// The path to open; empty, and why, when there is none.
-std::string path_to_open(const std::string& name, std::string& failure) {
+std::string path_to_open(const std::string& name, Mapping mapping, std::string& failure) {
     if (!g_allowed) {
         failure = "scripts may not use files here";
         return {};
     }
-    std::string path = machine_path(name);
-    if (path.empty()) failure = "there is no such drive or folder";
-    return path;
+    const NativePath path = mapping(name);
+    if (path.error != ERROR_SUCCESS) failure = path_fault(name, path.error);
+    return path.path;
 }
 
 bool read_all(int file, std::string& text) {
@@ -75,7 +78,7 @@ std::string machine_path(const std::string& windows_path) {
 }
 
 bool read_file(const std::string& name, std::string& failure, TextReader& reader) {
-    const std::string path = path_to_open(name, failure);
+    const std::string path = path_to_open(name, native_path, failure);
     if (path.empty()) return false;
     // Without waiting: what is no plain file is refused, not waited for.
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -113,7 +116,7 @@ std::FILE* open_for_writing(const std::string& name, const std::string& mode, st
         failure = "the mode \"" + mode + "\" is not known";
         return nullptr;
     }
-    const std::string path = path_to_open(name, failure);
+    const std::string path = path_to_open(name, native_output_path, failure);
     if (path.empty()) return nullptr;
     std::FILE* file = std::fopen(path.c_str(), appends ? "ae" : "we");
     if (file == nullptr) failure = std::strerror(errno);

@@ -11,6 +11,9 @@
 #include "maxscript/text_sink.h"
 #include "maxscript/thread_state.h"
 
+#include <max/exceptions.h>
+
+#include <exception>
 #include <new>
 #include <stdexcept>
 
@@ -20,18 +23,33 @@ namespace {
 
 bool g_started = false;
 
+/// The exception that is being handled, in words. All kinds, and here: its type may belong to a library that
+/// is unloaded when the stack is.
+std::string caught_error() {
+    try {
+        throw;
+    } catch (MAXScriptException& error) {
+        return error_description(error);
+    } catch (const std::bad_alloc&) {
+        return "-- Runtime error: Out of memory";
+    } catch (const MAXException& error) {
+        return "MAXException: " + error.message;
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "an unknown exception";
+    }
+}
+
 /// Runs a stream that is rooted and turns what comes of it into texts.
 ScriptResult run(CharStream& stream) {
     try {
         const Rooted result(run_stream(stream));
         stream.close();
         return {true, printed_form(result.get() != nullptr ? result.get() : &ok)};
-    } catch (MAXScriptException& error) {
+    } catch (...) {
         stream.close();
-        return {false, error_description(error)};
-    } catch (const std::bad_alloc&) {
-        stream.close();
-        return {false, "-- Runtime error: Out of memory"};
+        return {false, caught_error()};
     }
 }
 

@@ -47,7 +47,8 @@ public:
 /// What came of running a script.
 struct ScriptResult {
     bool succeeded = false;
-    /// The printed form of the last value (`OK` where there is none), or the error's description.
+    /// The printed form of the last value (`OK` where there is none), or the error's description, that of a
+    /// C++ exception too.
     std::string text;
 };
 

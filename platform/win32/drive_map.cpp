@@ -4,7 +4,9 @@
 
 #include <array>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 namespace win32_detail {
 
@@ -139,6 +141,17 @@ DWORD map_path(std::string_view windows_path, MappedPath& mapped) {
 
 using win32_detail::drive_index;
 using win32_detail::drive_map;
+using win32_detail::MappedPath;
+using win32_detail::PathRoot;
+
+namespace {
+
+NativePath native(const MappedPath& mapped) {
+    const std::string_view text(mapped.text, mapped.length);
+    return {std::string(text), ERROR_SUCCESS, std::string(text.substr(0, mapped.root_length))};
+}
+
+}  // namespace
 
 void map_drive(char letter, const std::string& folder) {
     const int drive = drive_index(letter);
@@ -155,8 +168,34 @@ void clear_drive_map() {
 }
 
 NativePath native_path(std::string_view windows_path) {
-    win32_detail::MappedPath mapped;
+    MappedPath mapped;
     const DWORD error = win32_detail::map_path(windows_path, mapped);
     if (error != ERROR_SUCCESS) return {{}, error};
-    return {std::string(mapped.text, mapped.length), ERROR_SUCCESS};
+    return native(mapped);
+}
+
+NativePath native_output_path(std::string_view windows_path) {
+    MappedPath mapped;
+    const DWORD error = win32_detail::map_path(windows_path, mapped);
+    if (error != ERROR_SUCCESS) return {{}, error};
+    NativePath path = native(mapped);
+    std::error_code ignored;
+    if (mapped.root == PathRoot::Share &&
+        (mapped.is_root() || !std::filesystem::is_directory(path.root, ignored)))
+        return {{}, ERROR_BAD_NETPATH};
+    return path;
+}
+
+std::string_view path_fault(std::string_view windows_path, DWORD error) {
+    if (windows_path.empty()) return "the name is empty";
+    switch (error) {
+        case ERROR_PATH_NOT_FOUND:
+            return "no folder of this machine stands for that drive";
+        case ERROR_BAD_NETPATH:
+            return "no folder of this machine stands for that share";
+        case ERROR_FILENAME_EXCED_RANGE:
+            return "the name is too long";
+        default:
+            return "Windows could not store a file of that name";
+    }
 }

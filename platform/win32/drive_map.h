@@ -32,7 +32,16 @@ struct NativePath {
                                   // ERROR_BAD_NETPATH: no network folder, or no share named
                                   // ERROR_INVALID_NAME: on a drive or share, a name that Windows could not
                                   // store ERROR_FILENAME_EXCED_RANGE: longer than this machine can open
+    std::string root = {};        // the drive's or share's folder that `path` lies in; empty for the others
 };
 
 // This machine's path for a Windows path. Does not look whether anything is there.
 NativePath native_path(std::string_view windows_path);
+
+// The same for a file that is going to be written. ERROR_BAD_NETPATH also for a name with nothing below
+// \\server\share, which would become a file among the servers' folders, and for a share whose folder is not
+// there.
+NativePath native_output_path(std::string_view windows_path);
+
+// An error of these two in words, without the path: "no folder of this machine stands for that drive".
+std::string_view path_fault(std::string_view windows_path, DWORD error);

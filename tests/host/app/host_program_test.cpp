@@ -80,6 +80,16 @@ TEST_F(HostProgramTest, TheListenerGoesToStandardOutputAndTheLog) {
     EXPECT_THAT(m_folder.run({"--help"}).output, HasSubstr("--scene-file"));
 }
 
+TEST_F(HostProgramTest, OutputThatIsLostEndsInOne) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"--library", TEST_PLUGIN, "--execute", "print 1"}, {"--help"}}) {
+        const HostRun run = m_folder.run(arguments, "/dev/full");
+        EXPECT_EQ(1, run.exit_code) << arguments.back();
+        EXPECT_EQ("cannot write to standard output\n", run.errors) << arguments.back();
+    }
+    EXPECT_EQ(0, m_folder.run({"--library", TEST_PLUGIN, "--execute", "1"}, "/dev/full").exit_code);
+}
+
 TEST_F(HostProgramTest, ScriptsSeeTheScene) {
     m_folder.write("scenes/robot.gltf", scene);
     const std::vector<std::string> with_scene = {"--drive", "S=scenes", "--scene-file", "S:\\robot.gltf"};
@@ -122,6 +132,10 @@ TEST_F(HostProgramTest, FaultsOnDemandAreReal) {
         {"--execute", "standin.throwNext \"SetTime\" #stdException \"thrown text\"; sliderTime = 1"});
     EXPECT_EQ(1, thrown.exit_code);
     EXPECT_THAT(thrown.errors, HasSubstr("thrown text"));
+    const HostRun max_thrown = m_folder.run_with_plugin(
+        {"--execute", "standin.throwNext \"SetTime\" #maxException \"disk gone\"; sliderTime = 1"});
+    EXPECT_EQ(1, max_thrown.exit_code);
+    EXPECT_EQ("MAXException: disk gone\n", max_thrown.errors);
 }
 
 }  // namespace

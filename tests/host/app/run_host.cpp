@@ -23,13 +23,14 @@ void redirect(const char* file, int descriptor) {
 }
 
 /// In the child process.
-[[noreturn]] void become_host(const std::filesystem::path& folder, std::vector<char*>& arguments) {
+[[noreturn]] void become_host(const std::filesystem::path& folder, std::vector<char*>& arguments,
+                              const char* output) {
     const rlimit no_core_file{0, 0};
     setrlimit(RLIMIT_CORE, &no_core_file);
     if (chdir(folder.c_str()) != 0) {
         _exit(126);
     }
-    redirect("output", STDOUT_FILENO);
+    redirect(output, STDOUT_FILENO);
     redirect("errors", STDERR_FILENO);
     execv(arguments[0], arguments.data());
     _exit(127);
@@ -61,7 +62,7 @@ std::string HostFolder::read(const std::string& name) const {
     return text.str();
 }
 
-HostRun HostFolder::run(const std::vector<std::string>& arguments) const {
+HostRun HostFolder::run(const std::vector<std::string>& arguments, const char* output) const {
     std::vector<std::string> all = {CORRIVANE_HOST};
     all.insert(all.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
@@ -71,7 +72,7 @@ HostRun HostFolder::run(const std::vector<std::string>& arguments) const {
     pointers.push_back(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        become_host(m_path, pointers);
+        become_host(m_path, pointers, output);
     }
     int status = 0;
     if (child < 0 || waitpid(child, &status, 0) != child) {

@@ -1,6 +1,8 @@
 #include "script_fixture.h"
 #include "support/temporary_folder.h"
 
+#include <max/exceptions.h>
+
 namespace corrivane::host {
 
 namespace {
@@ -33,6 +35,16 @@ TEST_P(HostNamesTest, FunctionsReachTheHost) {
         {"\nfails()", "-- Runtime error: no such thing; line: 2"},
         {"\n\nraises()", "-- Runtime error: raised; line: 3"},
     });
+}
+
+TEST_P(HostNamesTest, ExceptionsOfAnyTypeEndTheScript) {
+    define_function("failsAsMax", [](Arguments&) -> Value* { throw MAXException("disk gone"); });
+    define_function("failsSomehow", [](Arguments&) -> Value* { throw 5; });
+    expect_errors({
+        {"try (failsAsMax()) catch (1)", "MAXException: disk gone"},
+        {"for i = 1 to 3 do failsSomehow()", "an unknown exception"},
+    });
+    EXPECT_EQ(value_of("1 + 1"), "2");
 }
 
 TEST_P(HostNamesTest, VariablesAreComputed) {

@@ -5,6 +5,7 @@
 #include <drive_map.h>
 #include <max/maxscript/maxscript.h>
 
+#include <filesystem>
 #include <fstream>
 
 namespace corrivane::host {
@@ -82,10 +83,13 @@ TEST_P(StreamsTest, FilesRunTheirFirstExpressionsBeforeALaterError) {
 }
 
 TEST_P(StreamsTest, FilesThatCannotBeOpenedAreErrorsWhenTheyAreRead) {
-    clear_drive_map();
+    map_drive('C', "/");
     const std::vector<std::pair<std::string, std::string>> files = {
         {"/nowhere/a.ms", "No such file or directory"},
-        {"Q:\\a.ms", "there is no such drive or folder"},
+        {"Q:\\a.ms", "no folder of this machine stands for that drive"},
+        {"\\\\server\\share\\a.ms", "no folder of this machine stands for that share"},
+        {"C:\\a?b.ms", "Windows could not store a file of that name"},
+        {"", "the name is empty"},
         {"/", "it is not a file"},
         {"/dev/zero", "it is not a file"},
     };
@@ -98,6 +102,21 @@ TEST_P(StreamsTest, FilesThatCannotBeOpenedAreErrorsWhenTheyAreRead) {
         file->close();
         file->close();
     }
+    clear_drive_map();
+}
+
+TEST_P(StreamsTest, FilesAreWrittenOnSharesThatAreThere) {
+    const test::TemporaryFolder network;
+    std::filesystem::create_directories(network.path() / "server" / "share");
+    map_network(network.path());
+    expect_values({
+        {"classOf (createFile @\"\\\\server\\share\\a.txt\")", "FileStream"},
+        {"createFile @\"\\\\server\\a.txt\"", "undefined"},
+        {"createFile @\"\\\\server\\none\\a.txt\"", "undefined"},
+    });
+    EXPECT_TRUE(std::filesystem::exists(network.path() / "server" / "share" / "a.txt"));
+    EXPECT_FALSE(std::filesystem::exists(network.path() / "server" / "a.txt"));
+    clear_drive_map();
 }
 
 TEST_P(StreamsTest, CompilerMessagesGoToTheOutput) {

@@ -1,8 +1,11 @@
+#include "support/temporary_folder.h"
+
 #include <drive_map.h>
 
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <filesystem>
 #include <stdexcept>
 
 namespace {
@@ -97,6 +100,48 @@ TEST_F(DriveMap, SaysWhyAPathLeadsNowhere) {
         EXPECT_EQ(path.error, wrong.error) << wrong.windows;
         EXPECT_EQ(path.path, "") << wrong.windows;
     }
+}
+
+TEST_F(DriveMap, NamesTheRootOfAPath) {
+    constexpr Mapping roots[] = {{"C:\\a\\..\\b", "/drives/c"},
+                                 {"C:", "/drives/c"},
+                                 {"R:\\etc", "/"},
+                                 {"Z:\\x\\y", "relative/z"},
+                                 {"\\\\server\\name\\x", "/net/server/name"},
+                                 {"/usr/lib", ""},
+                                 {"a\\b", ""}};
+    for (const Mapping& root : roots)
+        EXPECT_EQ(native_path(root.windows).root, root.native) << root.windows;
+}
+
+TEST_F(DriveMap, FilesAreWrittenBelowSharesThatAreThere) {
+    const corrivane::test::TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path() / "server" / "share");
+    map_network(folder.path());
+    EXPECT_EQ(native_output_path("\\\\server\\share\\a\\b").path, folder / "server/share/a/b");
+    for (const char* name : {"\\\\server\\share", "\\\\server\\share\\", "\\\\server\\share\\a\\..",
+                             "\\\\server\\file", "\\\\server\\none\\a", "\\\\none\\share\\a"}) {
+        const NativePath path = native_output_path(name);
+        EXPECT_EQ(path.error, ERROR_BAD_NETPATH) << name;
+        EXPECT_EQ(path.path, "") << name;
+    }
+    // Whether a drive's folder is there shows when the file is opened.
+    EXPECT_EQ(native_output_path("C:\\a").path, "/drives/c/a");
+    EXPECT_EQ(native_output_path("D:\\a").error, ERROR_PATH_NOT_FOUND);
+}
+
+TEST_F(DriveMap, FaultsHaveWords) {
+    EXPECT_EQ(path_fault("", native_path("").error), "the name is empty");
+    constexpr struct {
+        const char* name;
+        const char* text;
+    } cases[] = {{"D:\\a", "no folder of this machine stands for that drive"},
+                 {"\\\\server", "no folder of this machine stands for that share"},
+                 {"C:\\a?", "Windows could not store a file of that name"}};
+    for (const auto& [name, text] : cases)
+        EXPECT_EQ(path_fault(name, native_path(name).error), text);
+    const std::string long_name(PATH_MAX, 'x');
+    EXPECT_EQ(path_fault(long_name, native_path(long_name).error), "the name is too long");
 }
 
 TEST_F(DriveMap, ForgetsDrivesAndRefusesWhatIsNoLetter) {
