@@ -1,5 +1,6 @@
 #include "bitmap/float_bitmap.h"
 
+#include "bitmap/bitmap_log.h"
 #include "bitmap/output_codes.h"
 
 #include <sys/mman.h>
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <cstring>
 #include <new>
+#include <string>
 
 namespace corrivane::host {
 
@@ -49,27 +51,43 @@ void copy_pixels(const Bitmap& from, int x, int y, int count, BMM_Color_fl* pixe
     }
 }
 
+/// A failure's code, after it has been logged.
+BMMRES failed(const char* call, const BitmapInfo& info, BMMRES code) {
+    log_bitmap_failure(
+        call, std::string(info.Name()) + ": " + output_text(code) + " (code " + std::to_string(code) + ")");
+    return code;
+}
+
 template <class Action>
-BMMRES output_result(Action action) {
+BMMRES output_result(const char* call, const BitmapInfo& info, Action action) {
     try {
         action();
         return BMMRES_SUCCESS;
     } catch (const OutputFailure& failure) {
-        return failure.code;
+        return failed(call, info, failure.code);
     } catch (const std::bad_alloc&) {
-        return output_out_of_memory;
+        return failed(call, info, output_out_of_memory);
     }
+}
+
+/// Null, after the reason has been logged.
+FloatBitmap* refused(int width, int height, const char* why) {
+    log_bitmap_failure(
+        "Create", "an image of " + std::to_string(width) + "x" + std::to_string(height) + " pixels: " + why);
+    return nullptr;
 }
 
 }  // namespace
 
 FloatBitmap* FloatBitmap::make(int width, int height) {
-    if (width <= 0 || height <= 0) return nullptr;
+    if (width <= 0 || height <= 0) return refused(width, height, "sizes are at least 1");
     const std::int64_t count = std::int64_t{width} * height;
-    if (count > max_pixels || !fits_in_memory(count * sizeof(BMM_Color_fl))) return nullptr;
+    if (count > max_pixels) return refused(width, height, "too many");
+    if (!fits_in_memory(count * sizeof(BMM_Color_fl)))
+        return refused(width, height, "too many for the memory");
     const std::size_t bytes = count * sizeof(BMM_Color_fl);
     void* pixels = zero_pages(bytes);
-    if (!pixels) return nullptr;
+    if (!pixels) return refused(width, height, "no memory left");
     auto* bitmap = new (std::nothrow) FloatBitmap(width, height, static_cast<BMM_Color_fl*>(pixels));
     if (!bitmap) munmap(pixels, bytes);
     return bitmap;
@@ -100,12 +118,12 @@ void FloatBitmap::PrepareGChannels(const BitmapInfo&) {}
 
 BMMRES FloatBitmap::OpenOutput(const BitmapInfo& info) {
     m_output.reset();
-    return output_result([&] { m_output.emplace(info, m_width, m_height); });
+    return output_result("OpenOutput", info, [&] { m_output.emplace(info, m_width, m_height); });
 }
 
-BMMRES FloatBitmap::Write(const BitmapInfo&, int) {
-    if (!m_output) return output_not_open;
-    return output_result([&] { m_output->write(m_pixels); });
+BMMRES FloatBitmap::Write(const BitmapInfo& info, int) {
+    if (!m_output) return failed("Write", info, output_not_open);
+    return output_result("Write", info, [&] { m_output->write(m_pixels); });
 }
 
 BMMRES FloatBitmap::Close(const BitmapInfo&, int) {

@@ -21,7 +21,8 @@ namespace corrivane::host {
 class FloatBitmap final : public Bitmap {
 public:
     /// A black, transparent bitmap. Null when a size is not positive, when the image would have more than
-    /// max_pixels pixels or would not fit in this machine's memory, or when there is no memory left.
+    /// max_pixels pixels or would not fit in this machine's memory, or when there is no memory left; the
+    /// bitmap log then says so.
     static FloatBitmap* make(int width, int height);
     static constexpr std::int64_t max_pixels = std::int64_t{1} << 30;
 
@@ -45,8 +46,9 @@ public:
     /// Nothing to make: alpha is always there, and the renderer keeps its other channels itself.
     void PrepareGChannels(const BitmapInfo& info) override;
 
-    /// The results are those of output_codes.h; what goes into the file, and when, is in output_file.h.
-    /// OpenOutput creates nothing, Write puts the whole file in its place, Close forgets the file.
+    /// The results are those of output_codes.h, and failures are in the bitmap log too; what goes into the
+    /// file, and when, is in output_file.h. OpenOutput creates nothing, Write puts the whole file in its
+    /// place, Close forgets the file.
     BMMRES OpenOutput(const BitmapInfo& info) override;
     BMMRES Write(const BitmapInfo& info, int frame) override;
     BMMRES Close(const BitmapInfo& info, int flag) override;

@@ -34,4 +34,47 @@ BMMRES output_code(int errno_value) {
     }
 }
 
+const char* output_text(BMMRES code) {
+    switch (code) {
+        case output_folder_missing:
+            return "no such folder";
+        case output_too_many_open_files:
+            return "too many open files";
+        case output_access_denied:
+            return "no permission, or no file that can be replaced";
+        case output_not_open:
+            return "the file has not been opened";
+        case output_out_of_memory:
+            return "out of memory";
+        case output_drive_missing:
+            return "no such drive";
+        case output_write_protected:
+            return "the file system is read-only";
+        case output_encoding_failed:
+            return "the image library failed";
+        case output_unknown_format:
+            return "no image format for this extension";
+        case output_share_missing:
+            return "no such share";
+        case output_image_too_large:
+            return "the image is too large for the format";
+        case output_disk_full:
+            return "no space left";
+        case output_invalid_name:
+            return "no name that Windows could store";
+        case output_no_image_module:
+            return "corrivane-imageio.so cannot be loaded";
+        case output_name_too_long:
+            return "the name is too long";
+        case output_file_too_large:
+            return "the file would be larger than files may become";
+        case output_not_a_folder:
+            return "what the name calls a folder is a file";
+        case output_is_a_folder:
+            return "a folder has that name";
+        default:
+            return "the disk failed";
+    }
+}
+
 }  // namespace corrivane::host

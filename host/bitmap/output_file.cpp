@@ -37,7 +37,7 @@ ImageFormat checked_format(std::string_view name) {
 }
 
 std::string checked_path(std::string_view name) {
-    NativePath native = native_path(name);
+    NativePath native = native_output_path(name);
     if (native.error == ERROR_PATH_NOT_FOUND) throw OutputFailure{output_drive_missing};
     if (native.error != ERROR_SUCCESS) throw OutputFailure{BMMRES(native.error)};
     return std::move(native.path);

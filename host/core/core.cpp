@@ -1,5 +1,6 @@
 #include "core/core.h"
 
+#include "bitmap/bitmap_log.h"
 #include "bitmap/float_bitmap.h"
 #include "core/fault_injection.h"
 
@@ -14,22 +15,16 @@ namespace {
 
 constexpr int perspective_view_type = 7;
 
-std::filesystem::path native_file(const std::string& windows_path) {
-    return native_path(windows_path).path;
-}
-
-std::string path_fault(DWORD error) {
-    switch (error) {
-        case ERROR_PATH_NOT_FOUND:
-            return "no folder of this machine stands for that drive";
-        case ERROR_BAD_NETPATH:
-            return "no folder of this machine stands for that share";
-        default:
-            return "this cannot be the name of a file";
-    }
+BoundedFile bounded_file(const std::string& windows_path) {
+    const NativePath path = native_path(windows_path);
+    return {path.path, path.root};
 }
 
 }  // namespace
+
+Core::Core() {
+    set_bitmap_log([](const std::string& call, const std::string& text) { SystemLog().error(call, text); });
+}
 
 Core& Core::instance() {
     static Core core;
@@ -37,8 +32,12 @@ Core& Core::instance() {
 }
 
 bool Core::IsMaxFile(const char* fileName) {
-    const NativePath path = native_path(fileName == nullptr ? "" : fileName);
-    return path.error == ERROR_SUCCESS && is_scene_file(path.path);
+    const std::string name = fileName == nullptr ? "" : fileName;
+    const NativePath path = native_path(name);
+    std::string why(path_fault(name, path.error));
+    if (path.error == ERROR_SUCCESS && is_scene_file(path.path, &why)) return true;
+    m_log.error("IsMaxFile", name + ": " + why);
+    return false;
 }
 
 int Core::LoadFromFile(const char* fileName, int /*flags*/) {
@@ -46,11 +45,12 @@ int Core::LoadFromFile(const char* fileName, int /*flags*/) {
     const std::string name = fileName == nullptr ? "" : fileName;
     const NativePath path = native_path(name);
     if (path.error != ERROR_SUCCESS) {
-        m_log.error("LoadFromFile", name + ": " + path_fault(path.error));
+        m_log.error("LoadFromFile", name + ": " + std::string(path_fault(name, path.error)));
         return 0;
     }
     LoadOptions options = m_default_actions.load_options();
-    options.resolve_path = native_file;
+    options.resolve_path = bounded_file;
+    options.root = path.root;
     try {
         replace_document(std::make_unique<Document>(load_scene(path.path, options), name));
     } catch (const SceneError& error) {

@@ -81,7 +81,7 @@ private:
 
     struct FrameCall;
 
-    Core() = default;
+    Core();
 
     const RenderSettings& settings() const { return m_document->settings(); }
     void replace_document(std::unique_ptr<Document> document);

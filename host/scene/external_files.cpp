@@ -5,6 +5,7 @@
 #include <charconv>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 namespace corrivane::host {
 
@@ -28,20 +29,19 @@ std::string percent_decoded(const std::string& uri) {
     return text;
 }
 
-/// tinygltf tries "a.bin" and then "./a.bin"; both are one file.
-std::string plain(const std::string& name) {
-    return fs::path(name).lexically_normal().generic_string();
-}
-
 }  // namespace
 
-std::optional<std::vector<unsigned char>> read_file(const fs::path& file, std::string& why) {
+bool is_regular_file(const fs::path& file, std::string& why) {
     std::error_code error;
     const fs::file_status status = fs::status(file, error);
-    if (!fs::is_regular_file(status)) {
-        why = fs::exists(status) ? "not a regular file" : "not there";
-        return std::nullopt;
-    }
+    if (fs::is_regular_file(status)) return true;
+    why = fs::exists(status) ? "not a regular file" : "not there";
+    return false;
+}
+
+std::optional<std::vector<unsigned char>> read_file(const fs::path& file, std::string& why) {
+    if (!is_regular_file(file, why)) return std::nullopt;
+    std::error_code error;
     const std::uintmax_t size = fs::file_size(file, error);
     if (!error && size > limits::file_bytes) {
         why = "larger than 2 GB";
@@ -62,8 +62,11 @@ tinygltf::FsCallbacks ExternalFiles::callbacks() {
     callbacks.user_data = this;
     // The library's own callback would expand shell patterns in the name.
     callbacks.ExpandFilePath = [](const std::string& name, void*) { return name; };
+    // Always, so that the library asks for one name only and not for "./a.bin" after "a.bin". It never reads
+    // a file without a name.
     callbacks.FileExists = [](const std::string& name, void* self) {
-        return static_cast<ExternalFiles*>(self)->is_there(name);
+        if (name.empty()) static_cast<ExternalFiles*>(self)->note_missing(name, "no name");
+        return true;
     };
     callbacks.ReadWholeFile = [](std::vector<unsigned char>* bytes, std::string* why, const std::string& name,
                                  void* self) {
@@ -74,43 +77,43 @@ tinygltf::FsCallbacks ExternalFiles::callbacks() {
 
 void ExternalFiles::add_stand_in(const std::string& uri, std::uint64_t size) {
     const std::string name = percent_decoded(uri);
-    const auto path = locate(name);
-    std::error_code error;
-    if (path && fs::is_regular_file(*path, error)) return;
+    if (m_missing.count(name) == 0) {
+        std::string why;
+        const auto path = locate(name, why);
+        if (path && is_regular_file(*path, why)) return;
+        note_missing(name, why);
+    }
     m_context.take_decoded(size, 1, uri);
-    m_stand_ins[plain(name)] = size;
+    m_stand_ins[name] = size;
 }
 
 bool ExternalFiles::is_stand_in(const std::string& uri) const {
-    return !m_stand_ins.empty() && m_stand_ins.count(plain(percent_decoded(uri))) != 0;
+    return !m_stand_ins.empty() && m_stand_ins.count(percent_decoded(uri)) != 0;
 }
 
-std::optional<fs::path> ExternalFiles::locate(const std::string& name) const {
-    const fs::path path(name);
-    if (path.is_absolute() || name.find("://") != std::string::npos) return std::nullopt;
-    return m_context.file().parent_path() / path;
+void ExternalFiles::report_missing() {
+    for (auto& [name, missing] : m_missing) {
+        if (std::exchange(missing.reported, true)) continue;
+        m_context.missing(MissingKind::external_file, name,
+                          std::string(name).append(": ").append(missing.why));
+    }
 }
 
-bool ExternalFiles::is_there(const std::string& name) {
-    const auto path = locate(name);
-    std::error_code error;
-    if (path && fs::is_regular_file(*path, error)) return true;
-    const std::string known_as = plain(name);
-    if (m_stand_ins.count(known_as) != 0) return true;
-    m_missing[known_as] = "not there";
-    return false;
+std::optional<fs::path> ExternalFiles::locate(const std::string& name, std::string& why) const {
+    auto path = name.find("://") == std::string::npos ? m_context.neighbour(name) : std::nullopt;
+    if (!path) why = "not named relative to the scene";
+    return path;
 }
 
 bool ExternalFiles::read(const std::string& name, std::vector<unsigned char>& bytes, std::string& why) {
-    const std::string known_as = plain(name);
-    if (const auto stand_in = m_stand_ins.find(known_as); stand_in != m_stand_ins.end()) {
+    if (const auto stand_in = m_stand_ins.find(name); stand_in != m_stand_ins.end()) {
         bytes.assign(stand_in->second, 0);
         return true;
     }
-    const auto path = locate(name);
+    const auto path = locate(name, why);
     auto content = path ? read_file(*path, why) : std::nullopt;
     if (!content) {
-        m_missing[known_as] = why;
+        note_missing(name, why);
         return false;
     }
     m_context.note_read(content->size());

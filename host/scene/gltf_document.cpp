@@ -98,15 +98,16 @@ std::string parse(const std::vector<unsigned char>& bytes, ExternalFiles& files,
     return errors.empty() ? "not a glTF document" : one_line(errors);
 }
 
-/// The declared lengths of the external buffers, for those that are not there: tinygltf wants a file of that
-/// size. It has parsed the text as an object before.
+/// The declared lengths of the external buffers, for those that are missing: tinygltf wants a file of that
+/// size, and stops at the first that it does not get. It has parsed the text as an object before.
 void add_stand_ins(std::string_view json, ExternalFiles& files) {
     const auto document = nlohmann::json::parse(json, nullptr, false);
     for (const auto& buffer : document.value("buffers", nlohmann::json::array())) {
         if (!buffer.is_object() || !buffer.contains("uri") || !buffer["uri"].is_string()) continue;
+        const auto uri = buffer["uri"].get<std::string>();
         const auto length = buffer.find("byteLength");
-        if (length == buffer.end() || !length->is_number_unsigned()) continue;
-        files.add_stand_in(buffer["uri"].get<std::string>(), length->get<std::uint64_t>());
+        if (tinygltf::IsDataURI(uri) || length == buffer.end() || !length->is_number_unsigned()) continue;
+        files.add_stand_in(uri, length->get<std::uint64_t>());
     }
 }
 
@@ -119,20 +120,13 @@ void check_extensions(LoadContext& context, const tinygltf::Model& model) {
     }
 }
 
-void report_missing_files(LoadContext& context, const ExternalFiles& files) {
-    for (const auto& [name, why] : files.missing()) {
-        context.missing(MissingKind::external_file, name, std::string(name).append(": ").append(why));
-    }
-}
-
 /// A missing buffer stops tinygltf, so where the policy is to go on, the file is parsed again with zeros in
 /// its place.
-std::string parse_with_stand_ins(LoadContext& context, const std::vector<unsigned char>& bytes,
-                                 std::string_view json, ExternalFiles& files, tinygltf::Model& model) {
+std::string parse_with_stand_ins(const std::vector<unsigned char>& bytes, std::string_view json,
+                                 ExternalFiles& files, tinygltf::Model& model) {
     std::string fault = parse(bytes, files, model);
-    if (fault.empty() || files.missing().empty()) return fault;
-    report_missing_files(context, files);
-    files.forget_missing();
+    if (fault.empty() || !files.any_missing()) return fault;
+    files.report_missing();
     add_stand_ins(json, files);
     model = {};
     return parse(bytes, files, model);
@@ -159,13 +153,13 @@ GltfDocument read_document(LoadContext& context) {
 
     GltfDocument document;
     ExternalFiles files(context);
-    const std::string fault = parse_with_stand_ins(context, bytes, json, files, document.model);
+    const std::string fault = parse_with_stand_ins(bytes, json, files, document.model);
     const std::string& version = document.model.asset.version;
     if (!is_version_2(version)) context.fail("asset.version \"" + version + "\" is not glTF 2");
     // First, since an extension that nobody knows may be why the rest makes no sense.
     check_extensions(context, document.model);
     if (!fault.empty()) context.fail(fault);
-    report_missing_files(context, files);
+    files.report_missing();
     for (const tinygltf::Buffer& buffer : document.model.buffers) {
         document.buffer_missing.push_back(files.is_stand_in(buffer.uri));
     }

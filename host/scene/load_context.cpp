@@ -2,6 +2,8 @@
 
 #include "scene/limits.h"
 
+#include <algorithm>
+
 namespace corrivane::host {
 
 namespace {
@@ -22,12 +24,29 @@ const char* kind_name(MissingKind kind) {
 
 }  // namespace
 
+std::optional<std::filesystem::path> LoadContext::neighbour(std::string name) const {
+    std::replace(name.begin(), name.end(), '\\', '/');
+    const std::filesystem::path path(name);
+    if (path.is_absolute()) return std::nullopt;
+    std::filesystem::path place = file().parent_path();
+    if (root().empty()) return place / path;
+    // In the text, as Windows does it: a link on the way does not lead "..\" elsewhere.
+    for (const std::filesystem::path& part : path) {
+        if (part == "..") {
+            if (place != root()) place = place.parent_path();
+        } else if (part != ".") {
+            place /= part;
+        }
+    }
+    return place;
+}
+
 void LoadContext::fail(const std::string& what) const {
-    throw SceneError(m_file.filename().string() + ": " + what);
+    throw SceneError(file().filename().string() + ": " + what);
 }
 
 void LoadContext::warn(const std::string& what) {
-    if (m_warnings.size() < limits::warnings) m_warnings.push_back(m_file.filename().string() + ": " + what);
+    if (m_warnings.size() < limits::warnings) m_warnings.push_back(file().filename().string() + ": " + what);
 }
 
 MissingAction LoadContext::action(MissingKind kind) const {
@@ -47,7 +66,7 @@ MissingAction LoadContext::action(MissingKind kind) const {
 void LoadContext::missing(MissingKind kind, const std::string& resource, const std::string& what) {
     const std::string text = std::string(kind_name(kind)) + ": " + what;
     if (action(kind) == MissingAction::fail) {
-        throw MissingResource(kind, resource, m_file.filename().string() + ": " + text);
+        throw MissingResource(kind, resource, file().filename().string() + ": " + text);
     }
     warn(text);
 }

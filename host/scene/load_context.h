@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,12 +21,17 @@ struct LoadBudget {
 /// budget.
 class LoadContext {
 public:
-    LoadContext(std::filesystem::path file, const LoadOptions& options, LoadBudget& budget,
+    LoadContext(BoundedFile place, const LoadOptions& options, LoadBudget& budget,
                 std::vector<std::string>& warnings)
-        : m_file(std::move(file)), m_options(options), m_budget(budget), m_warnings(warnings) {}
+        : m_place(std::move(place)), m_options(options), m_budget(budget), m_warnings(warnings) {}
 
-    const std::filesystem::path& file() const { return m_file; }
+    const std::filesystem::path& file() const { return m_place.file; }
+    const std::filesystem::path& root() const { return m_place.root; }
     const LoadOptions& options() const { return m_options; }
+
+    /// The file that this one names relative to itself, with / or \ between the folders. Nothing for an
+    /// absolute name.
+    std::optional<std::filesystem::path> neighbour(std::string name) const;
 
     /// Throws SceneError with the file's name in front.
     [[noreturn]] void fail(const std::string& what) const;
@@ -48,7 +54,7 @@ public:
     void note_read(std::uint64_t bytes) { m_budget.bytes_read += bytes; }
 
 private:
-    std::filesystem::path m_file;
+    BoundedFile m_place;
     const LoadOptions& m_options;
     LoadBudget& m_budget;
     std::vector<std::string>& m_warnings;

@@ -1,6 +1,7 @@
 #include "scene/load_scene.h"
 
 #include "scene/accessor_reader.h"
+#include "scene/external_files.h"
 #include "scene/gltf_document.h"
 #include "scene/limits.h"
 #include "scene/merge_scene.h"
@@ -32,10 +33,11 @@ Scene read_one_file(LoadContext& context) {
     return scene;
 }
 
-bool is_windows_path(const std::string& name) {
+/// On a drive or a share, or from this machine's root.
+bool is_full_path(const std::string& name) {
     const bool drive =
         name.size() >= 2 && std::isalpha(static_cast<unsigned char>(name[0])) != 0 && name[1] == ':';
-    return drive || name.starts_with("\\\\");
+    return drive || name.starts_with("\\\\") || name.starts_with('/');
 }
 
 /// One load: the scene file, then the xrefs that it and its xrefs name, each file once.
@@ -45,17 +47,17 @@ public:
 
     Scene load(const fs::path& file) {
         note(file);
-        Scene scene = read(file);
+        Scene scene = read({file, m_options.root});
         // The list grows while it is walked.
         for (std::size_t i = 0; i < m_xrefs.size(); ++i)
-            merge_scene(read(fs::path(m_xrefs[i])), scene);
+            merge_scene(read(m_xrefs[i]), scene);
         scene.warnings = std::move(m_warnings);
         return scene;
     }
 
 private:
-    Scene read(const fs::path& file) {
-        LoadContext context(file, m_options, m_budget, m_warnings);
+    Scene read(BoundedFile place) {
+        LoadContext context(std::move(place), m_options, m_budget, m_warnings);
         Scene scene = read_one_file(context);
         for (const std::string& name : scene.settings.xrefs)
             add_xref(name, context);
@@ -63,20 +65,21 @@ private:
     }
 
     void add_xref(const std::string& name, LoadContext& context) {
-        const fs::path file = locate(name, context.file());
+        BoundedFile place = locate(name, context);
         std::error_code error;
-        if (file.empty() || !fs::is_regular_file(file, error)) {
+        if (place.file.empty() || !fs::is_regular_file(place.file, error)) {
             context.missing(MissingKind::xref, name, name + " is not there");
             return;
         }
-        if (!note(file)) return;
+        if (!note(place.file)) return;
         if (m_xrefs.size() == limits::xref_files) context.fail("more than 256 xrefs");
-        m_xrefs.push_back(file);
+        m_xrefs.push_back(std::move(place));
     }
 
-    fs::path locate(const std::string& name, const fs::path& from) const {
-        if (is_windows_path(name)) return m_options.resolve_path ? m_options.resolve_path(name) : fs::path();
-        return from.parent_path() / name;
+    /// Without a file where the name leads nowhere.
+    BoundedFile locate(const std::string& name, const LoadContext& from) const {
+        if (is_full_path(name)) return m_options.resolve_path ? m_options.resolve_path(name) : BoundedFile{};
+        return {from.neighbour(name).value_or(fs::path()), from.root()};
     }
 
     /// False when the file has been noted before.
@@ -89,7 +92,7 @@ private:
     const LoadOptions& m_options;
     LoadBudget m_budget;
     std::vector<std::string> m_warnings;
-    std::vector<fs::path> m_xrefs;
+    std::vector<BoundedFile> m_xrefs;
     std::set<fs::path> m_noted;
 };
 
@@ -141,16 +144,7 @@ std::uint32_t little_endian(const std::array<char, 12>& header, std::size_t at) 
     return value;
 }
 
-}  // namespace
-
-std::shared_ptr<const Scene> load_scene(const fs::path& file, const LoadOptions& options) {
-    return std::make_shared<const Scene>(SceneLoader(options).load(file));
-}
-
-bool is_scene_file(const fs::path& file) {
-    std::error_code error;
-    if (!fs::is_regular_file(file, error)) return false;
-    std::ifstream stream(file, std::ios::binary);
+bool is_version_2_document(std::istream& stream) {
     std::array<char, 12> header{};
     if (!stream.read(header.data(), header.size())) return false;
     if (std::memcmp(header.data(), "glTF", 4) == 0) return little_endian(header, 4) == 2;
@@ -158,6 +152,26 @@ bool is_scene_file(const fs::path& file) {
     VersionReader reader;
     nlohmann::json::sax_parse(stream, &reader);
     return is_version_2(reader.version());
+}
+
+}  // namespace
+
+std::shared_ptr<const Scene> load_scene(const fs::path& file, const LoadOptions& options) {
+    return std::make_shared<const Scene>(SceneLoader(options).load(file));
+}
+
+bool is_scene_file(const fs::path& file, std::string* why) {
+    std::string ignored;
+    std::string& fault = why != nullptr ? *why : ignored;
+    if (!is_regular_file(file, fault)) return false;
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) {
+        fault = "cannot be read";
+        return false;
+    }
+    if (is_version_2_document(stream)) return true;
+    fault = stream.bad() ? "cannot be read" : "not a glTF 2 document";
+    return false;
 }
 
 }  // namespace corrivane::host

@@ -49,16 +49,26 @@ private:
     std::string m_resource;
 };
 
+/// A file of this machine, and the folder that `..` in the names that a scene in it gives does not climb
+/// above: that of the drive or share on which it was named. Empty: `..` climbs as far as it likes.
+struct BoundedFile {
+    std::filesystem::path file;
+    std::filesystem::path root = {};
+};
+
 struct LoadOptions {
     MissingAction external_files = MissingAction::go_on;
     MissingAction plugins = MissingAction::go_on;
     MissingAction xrefs = MissingAction::go_on;
     MissingAction texture_coordinates = MissingAction::go_on;
 
-    /// Turns a Windows path (a drive letter or two backslashes in front) among the xrefs into a file of this
-    /// machine. Without it such an xref counts as missing. Other xrefs are relative to the scene that names
-    /// them.
-    std::function<std::filesystem::path(const std::string&)> resolve_path = {};
+    /// Turns a full path (with a drive letter, two backslashes or a slash in front) among the xrefs into a
+    /// file of this machine. Without it such an xref counts as missing. Other xrefs are relative to the scene
+    /// that names them, and have its root.
+    std::function<BoundedFile(const std::string&)> resolve_path = {};
+
+    /// Of the scene file itself; see BoundedFile.
+    std::filesystem::path root = {};
 };
 
 /// Reads a glTF 2.0 scene (.gltf or .glb, told apart by their content) with everything that it refers to.
@@ -75,7 +85,8 @@ struct LoadOptions {
 std::shared_ptr<const Scene> load_scene(const std::filesystem::path& file, const LoadOptions& options = {});
 
 /// Whether the file is a glTF 2.0 document, as far as its header or its JSON's asset.version tell. False also
-/// when it is not there or cannot be read. Throws nothing but std::bad_alloc.
-bool is_scene_file(const std::filesystem::path& file);
+/// when it is not there or cannot be read; `why`, if given, then says in words what is wrong. Throws nothing
+/// but std::bad_alloc.
+bool is_scene_file(const std::filesystem::path& file, std::string* why = nullptr);
 
 }  // namespace corrivane::host

@@ -1,5 +1,6 @@
 #include "bitmap/output_file.h"
 
+#include "bitmap/bitmap_log.h"
 #include "bitmap/output_codes.h"
 #include "bitmap_test_support.h"
 
@@ -73,6 +74,43 @@ TEST_F(OutputFileTest, EveryNameThatCannotBeWrittenHasItsOwnCode) {
         EXPECT_EQ(bitmap->Write(info, BMM_SINGLEFRAME), output_not_open) << name;
     }
     EXPECT_EQ(out_entries(), before);
+}
+
+TEST_F(OutputFileTest, SharesHaveToBeThere) {
+    fs::create_directories(m_folder.path() / "net" / "server" / "share");
+    map_network(m_folder / "net");
+    const OwnedBitmap bitmap = make_pattern(8, 8);
+    for (const char* name : {"\\\\server\\a.png", "\\\\server\\none.png\\..\\a.png",
+                             "\\\\other\\share\\a.png", "\\\\server\\none\\x\\a.png"})
+        EXPECT_EQ(bitmap->OpenOutput(describe(name)), output_share_missing) << name;
+    EXPECT_EQ(save(*bitmap, describe("\\\\server\\share\\a.png")), BMMRES_SUCCESS);
+    EXPECT_EQ(entries_of(m_folder.path() / "net" / "server"), std::vector<std::string>{"share"});
+}
+
+std::vector<std::string> logged;
+
+TEST_F(OutputFileTest, FailuresAreLogged) {
+    logged.clear();
+    set_bitmap_log(
+        [](const std::string& call, const std::string& text) { logged.push_back(call + ": " + text); });
+    const OwnedBitmap bitmap = make_pattern(8, 8);
+    bitmap->OpenOutput(describe("C:\\out\\a.gif"));
+    bitmap->Write(describe("C:\\out\\a.gif"), BMM_SINGLEFRAME);
+    save(*bitmap, describe("C:\\out\\a.png"));
+    bitmap->OpenOutput(describe("C:\\out\\b.png"));
+    fs::remove_all(out());
+    bitmap->Write(describe("C:\\out\\b.png"), BMM_SINGLEFRAME);
+    FloatBitmap::make(0, 7);
+    FloatBitmap::make(65535, 65535);
+    set_bitmap_log(nullptr);
+    const std::vector<std::string> expected = {
+        "OpenOutput: C:\\out\\a.gif: no image format for this extension (code 50)",
+        "Write: C:\\out\\a.gif: the file has not been opened (code 6)",
+        "Write: C:\\out\\b.png: no such folder (code 3)",
+        "Create: an image of 0x7 pixels: sizes are at least 1",
+        "Create: an image of 65535x65535 pixels: too many",
+    };
+    EXPECT_EQ(logged, expected);
 }
 
 TEST_F(OutputFileTest, WriteNeedsAnOpenOutputSinceTheLastClose) {

@@ -53,6 +53,50 @@ TEST_F(CoreSceneTest, LoadsThroughTheDriveMapAndResets) {
     clear_drive_map();
 }
 
+TEST_F(CoreSceneTest, NamesInASceneStayOnItsDrive) {
+    json scene = triangle_scene();
+    ASSERT_EQ(1, load(scene));  // leaves scene.bin above the drive
+    scene["buffers"][0]["uri"] = "../../scene.bin";
+    std::filesystem::create_directories(m_folder.path() / "q" / "sets");
+    const std::string native = m_folder / "q/sets/scene.gltf";
+    std::ofstream(native) << scene;
+    map_drive('Q', m_folder / "q");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(1, m_core.LoadFromFile("Q:\\sets\\scene.gltf", 6));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("scene.gltf: missing external file: ../../scene.bin: not there"));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(1, m_core.LoadFromFile(native.c_str(), 6));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    clear_drive_map();
+}
+
+TEST_F(CoreSceneTest, WhatIsNoSceneSaysWhy) {
+    map_drive('Q', m_folder.path().string());
+    ASSERT_EQ(1, load(triangle_scene()));
+    testing::internal::CaptureStderr();
+    for (const char* name :
+         {"Q:\\scene.gltf", "Q:\\none.gltf", "Q:\\scene.bin", "Y:\\scene.gltf", "Q:\\a?.gltf", ""})
+        m_core.IsMaxFile(name);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[error] IsMaxFile: Q:\\none.gltf: not there\n"
+              "[error] IsMaxFile: Q:\\scene.bin: not a glTF 2 document\n"
+              "[error] IsMaxFile: Y:\\scene.gltf: no folder of this machine stands for that drive\n"
+              "[error] IsMaxFile: Q:\\a?.gltf: Windows could not store a file of that name\n"
+              "[error] IsMaxFile: : the name is empty\n");
+    clear_drive_map();
+}
+
+TEST_F(CoreSceneTest, TheLogHasTheFailuresOfBitmaps) {
+    const BitmapPointer bitmap = make_bitmap(4, 4);
+    BitmapInfo info;
+    info.SetName("Y:\\a.png");
+    testing::internal::CaptureStderr();
+    bitmap->OpenOutput(info);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[error] OpenOutput: Y:\\a.png: no such drive (code 15)\n");
+}
+
 TEST_F(CoreSceneTest, ASceneThatCannotBeLoadedSaysWhyAndLeavesTheOpenOne) {
     ASSERT_EQ(1, load(triangle_scene()));
     json broken = triangle_scene();

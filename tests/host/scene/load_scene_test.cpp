@@ -217,6 +217,14 @@ TEST(IsSceneFile, TellsGltf2FromAnythingElse) {
                              "not there", "."}) {
         EXPECT_FALSE(is_scene_file(file.path(name))) << name;
     }
+    for (const auto& [name, fault] : {std::pair{"old.gltf", "not a glTF 2 document"},
+                                      {"empty", "not a glTF 2 document"},
+                                      {"not there", "not there"},
+                                      {".", "not a regular file"}}) {
+        std::string why;
+        EXPECT_FALSE(is_scene_file(file.path(name), &why));
+        EXPECT_EQ(why, fault) << name;
+    }
 }
 
 }  // namespace

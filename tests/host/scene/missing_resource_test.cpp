@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 namespace corrivane::host::test {
 namespace {
 
@@ -52,6 +54,11 @@ const Case cases[] = {
      "missing texture coordinates: mesh 0, primitive 0 is textured and has no TEXCOORD_0",
      [](Json& json) { json["meshes"][0]["primitives"][0]["attributes"].erase("TEXCOORD_0"); }},
 };
+
+/// Not about the geometry that is left out for want of it.
+bool is_about_a_file(const std::string& warning) {
+    return warning.find(": missing ") != std::string::npos;
+}
 
 TEST(MissingResource, FailsTheLoadWhenItsKindIsToFail) {
     for (const Case& c : cases) {
@@ -103,6 +110,37 @@ TEST(MissingResource, LeavesSomethingSensible) {
     const auto plain = coordinates.load();
     const int material = plain->meshes[0].primitives[0].material;
     EXPECT_EQ(plain->materials.at(static_cast<std::size_t>(material)).base_color_texture.texture, -1);
+}
+
+TEST(MissingResource, LeavesTheOtherBuffersAlone) {
+    SceneFile file;
+    file.json["buffers"].push_back({{"uri", "none.bin"}, {"byteLength", 10}});
+    file.json["buffers"].push_back({{"uri", "none%202.bin"}, {"byteLength", 20}});
+    const auto scene = file.load();
+    EXPECT_THAT(scene->warnings,
+                testing::UnorderedElementsAre("scene.gltf: missing external file: none.bin: not there",
+                                              "scene.gltf: missing external file: none 2.bin: not there"));
+    ASSERT_EQ(scene->meshes[0].primitives.size(), 1u);
+    EXPECT_EQ(scene->meshes[0].primitives[0].positions[1], Imath::V3f(2, 0, 0));
+    EXPECT_EQ(scene->channels.size(), 1u);
+}
+
+TEST(MissingResource, IsReportedOnceAsTheSceneWritesIt) {
+    for (const std::string uri :
+         {"none.png", "./none.png", "a/../none.png", "a//none.png", "a\\none.png", "/none.png",
+          "\\\\server\\share\\none.png", "http://127.0.0.1:9/none.png", ""}) {
+        const auto named = testing::StartsWith("scene.gltf: missing external file: " + uri + ": ");
+        SceneFile images;
+        images.json["images"] = {{{"uri", uri}}, {{"uri", uri}}};
+        EXPECT_THAT(images.load()->warnings, testing::ElementsAre(named)) << uri;
+        if (uri.empty()) continue;  // for a buffer, that is no glTF
+        SceneFile buffer;
+        buffer.json["buffers"][0]["uri"] = uri;
+        const auto warnings = buffer.load()->warnings;
+        ASSERT_FALSE(warnings.empty()) << uri;
+        EXPECT_THAT(warnings[0], named);
+        EXPECT_EQ(std::ranges::count_if(warnings, is_about_a_file), 1) << uri;
+    }
 }
 
 TEST(MissingResource, MayBeAnythingButAFile) {
@@ -164,10 +202,76 @@ TEST_F(Xrefs, OnDrivesAreFoundByTheCaller) {
     LoadOptions options;
     options.resolve_path = [&](const std::string& name) {
         asked.push_back(name);
-        return m_file.path("set.gltf");
+        return BoundedFile{m_file.path("set.gltf")};
     };
     EXPECT_EQ(load({"C:\\sets\\set.gltf"}, options)->nodes.size(), 8u);
     EXPECT_THAT(asked, testing::ElementsAre("C:\\sets\\set.gltf"));
+}
+
+/// A scene in the folder "drive/sets", whose image, buffer and xref are beside the folder "drive" or in it.
+std::shared_ptr<const Scene> load_with_names(const std::string& up, const std::string& place,
+                                             const std::string& root) {
+    SceneFile file;
+    std::filesystem::create_directories(file.path("drive/sets"));
+    const std::vector<std::uint8_t> glb = file.glb();
+    file.write(place + "a.png", png(3, 3));
+    file.write(place + "a.bin", std::vector<std::uint8_t>(glb.end() - 100, glb.end()));
+    file.write(place + "a.gltf", file.json.dump());
+    file.json["images"][0]["uri"] = up + "a.png";
+    file.json["buffers"][0]["uri"] = up + "a.bin";
+    file.json["scenes"][0]["extras"]["render"]["xrefs"] = {up + "a.gltf"};
+    file.write("drive/sets/scene.gltf", file.json.dump());
+    LoadOptions options;
+    if (!root.empty()) options.root = file.path(root);
+    return load_scene(file.path("drive/sets/scene.gltf"), options);
+}
+
+TEST(RelativeNames, DoNotClimbAboveTheRoot) {
+    for (const char* up : {"../../", "..\\..\\", "./.././../", "none/../../../../"}) {
+        const auto outside = load_with_names(up, "", "drive");
+        EXPECT_EQ(std::ranges::count_if(outside->warnings, is_about_a_file), 3) << up;
+        EXPECT_EQ(outside->nodes.size(), 4u) << up;
+        const auto inside = load_with_names(up, "drive/", "drive");
+        EXPECT_THAT(inside->warnings, testing::IsEmpty()) << up;
+        EXPECT_EQ(inside->nodes.size(), 8u) << up;
+        EXPECT_EQ(inside->images.at(0).width, 3) << up;
+    }
+    EXPECT_THAT(load_with_names("../", "drive/", "drive")->warnings, testing::IsEmpty());
+    EXPECT_THAT(load_with_names("..\\", "drive/", "")->warnings, testing::IsEmpty());
+    EXPECT_THAT(load_with_names("../../", "", "")->warnings, testing::IsEmpty());
+}
+
+TEST(RelativeNames, MayHaveEncodedDotsAndSeparators) {
+    SceneFile file;
+    std::filesystem::create_directories(file.path("drive"));
+    file.write("outside.png", png(3, 3));
+    file.json["images"][0]["uri"] = "%2e%2e%5Coutside.png";
+    file.write("drive/scene.gltf", file.json.dump());
+    const std::filesystem::path scene = file.path("drive/scene.gltf");
+    EXPECT_THAT(load_scene(scene)->warnings, testing::IsEmpty());
+    EXPECT_THAT(load_scene(scene, {.root = file.path("drive")})->warnings, testing::SizeIs(1));
+}
+
+TEST_F(Xrefs, HaveARootOfTheirOwn) {
+    std::filesystem::create_directories(m_file.path("drive/sets"));
+    write_set("other.gltf", {});
+    write_set("drive/sets/set.gltf", {"more.gltf"});
+    write_set("drive/sets/more.gltf", {"../../other.gltf"});
+    LoadOptions options;
+    options.resolve_path = [&](const std::string&) {
+        return BoundedFile{m_file.path("drive/sets/set.gltf"), m_file.path("drive")};
+    };
+    EXPECT_THAT(load({"C:\\sets\\set.gltf"}, options)->warnings,
+                testing::ElementsAre("more.gltf: missing xref: ../../other.gltf is not there"));
+}
+
+TEST_F(Xrefs, WithFullPathsNeedTheResolver) {
+    write_set("other.gltf", {});
+    const std::string absolute = m_file.path("other.gltf").string();
+    EXPECT_THAT(load({absolute})->warnings, testing::ElementsAre(HasSubstr(absolute + " is not there")));
+    LoadOptions options;
+    options.resolve_path = [](const std::string& name) { return BoundedFile{name}; };
+    EXPECT_THAT(load({absolute}, options)->warnings, testing::IsEmpty());
 }
 
 TEST_F(Xrefs, ThatAreBrokenAreNamed) {
