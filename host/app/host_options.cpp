@@ -128,6 +128,8 @@ std::optional<HostOptions> read_command_line(int argc, const char* const* argv) 
     }
     if (app.count("--execute") > 0) {
         options.execute = raw.execute;
+    } else if (app.count("SCRIPT.ms") > 0 && options.script.empty()) {
+        throw CommandLineError("SCRIPT.ms: the file's name is empty");
     }
     add_script_arguments(options, raw);
     return options;

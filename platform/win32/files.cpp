@@ -92,6 +92,13 @@ int open_flags(DWORD access, DWORD disposition) {
     }
 }
 
+// Why a drive's root or a share is never made or replaced: it is there, or there is no such drive or share.
+DWORD root_refusal(const MappedPath& root) {
+    struct stat status;
+    const DWORD error = query(root, status);
+    return error == ERROR_SUCCESS ? ERROR_ACCESS_DENIED : error;
+}
+
 std::string_view last_name(const MappedPath& path) {
     const std::string_view text(path.text, path.length);
     const std::size_t slash = text.rfind('/');
@@ -114,6 +121,7 @@ HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD /*sharing*/, SECURITY_ATTRIB
     if (flags < 0) return fail_to_open(ERROR_INVALID_PARAMETER);
     MappedPath mapped;
     if (const DWORD error = map_argument(path, mapped); error != ERROR_SUCCESS) return fail_to_open(error);
+    if (mapped.is_root()) return fail_to_open(root_refusal(mapped));
     const int descriptor = open(mapped.text, flags | O_CLOEXEC | O_NOCTTY, 0666);
     if (descriptor < 0) {
         const int reason = errno;
@@ -188,11 +196,7 @@ BOOL FindClose(HANDLE search) {
 BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* /*security*/) {
     MappedPath mapped;
     if (const DWORD error = map_argument(path, mapped); error != ERROR_SUCCESS) return fail(error);
-    if (mapped.is_root()) {
-        struct stat status;
-        const DWORD error = query(mapped, status);
-        return fail(error == ERROR_SUCCESS ? ERROR_ACCESS_DENIED : error);
-    }
+    if (mapped.is_root()) return fail(root_refusal(mapped));
     if (mkdir(mapped.text, 0777) == 0) return TRUE;
     // A missing parent is a missing path, even though it is the last name that the system did not find.
     const DWORD error = win32_detail::path_error(errno, mapped);

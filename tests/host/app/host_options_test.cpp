@@ -61,6 +61,7 @@ TEST(HostOptionsTest, EveryBadArgumentIsNamed) {
         {{"--execute", "1", "run.ms"}, "--execute"},
         {{"--frames", "1"}, "--frames"},
         {{"one.ms", "two.ms"}, "two.ms"},
+        {{""}, "SCRIPT.ms: the file's name is empty"},
     };
     for (const auto& [arguments, reason] : cases) {
         try {

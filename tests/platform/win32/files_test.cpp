@@ -182,6 +182,8 @@ TEST_F(Files, OpeningSaysWhyItFails) {
         {"C:\\file.txt", GENERIC_WRITE, CREATE_NEW, ERROR_FILE_EXISTS},
         {"C:\\file.txt", GENERIC_READ, 77, ERROR_INVALID_PARAMETER},
         {"C:\\a:b", GENERIC_WRITE, CREATE_ALWAYS, ERROR_INVALID_NAME},
+        {"\\\\server\\new", GENERIC_WRITE, CREATE_ALWAYS, ERROR_BAD_NETPATH},
+        {"M:\\", GENERIC_WRITE, CREATE_ALWAYS, ERROR_PATH_NOT_FOUND},
     };
     for (const Opening& opening : openings) {
         EXPECT_EQ(open_file(opening.path, opening.access, opening.disposition), INVALID_HANDLE_VALUE);
