@@ -185,6 +185,7 @@ private:
         }
         if (!result.success && m_shared.stop.requested()) {
             m_shared.view.drop_frame(m_number);  // it failed because it was told to
+            if (result.session_over) host.end();
             return !result.session_over;
         }
         if (!result.success) result.error = with_log_entries(result.error, host.take_log_entries());

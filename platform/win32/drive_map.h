@@ -27,12 +27,15 @@ void map_network(const std::string& folder);
 void clear_drive_map();
 
 struct NativePath {
-    std::string path;             // empty when there is an error
-    DWORD error = ERROR_SUCCESS;  // ERROR_PATH_NOT_FOUND: empty path, or a drive that is not mapped
-                                  // ERROR_BAD_NETPATH: no network folder, or no share named
-                                  // ERROR_INVALID_NAME: on a drive or share, a name that Windows could not
-                                  // store ERROR_FILENAME_EXCED_RANGE: longer than this machine can open
-    std::string root = {};        // the drive's or share's folder that `path` lies in; empty for the others
+    // Empty when there is an error.
+    std::string path;
+    // ERROR_PATH_NOT_FOUND: an empty path, or a drive that is not mapped.
+    // ERROR_BAD_NETPATH: no network folder, or no share named.
+    // ERROR_INVALID_NAME: on a drive or share, a name that Windows could not store.
+    // ERROR_FILENAME_EXCED_RANGE: longer than this machine can open.
+    DWORD error = ERROR_SUCCESS;
+    // The drive's or share's folder that `path` lies in; empty for the others.
+    std::string root = {};
 };
 
 // This machine's path for a Windows path. Does not look whether anything is there.

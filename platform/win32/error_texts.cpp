@@ -73,8 +73,7 @@ constexpr ErrorText error_texts[] = {
     {10051, "A socket operation was attempted to an unreachable network."},
     {10052,
      "The connection has been broken due to keep-alive activity detecting a failure while the operation was "
-     "in "
-     "progress."},
+     "in progress."},
     {10053, "An established connection was aborted by the software in your host machine."},
     {10054, "An existing connection was forcibly closed by the remote host."},
     {10055,
@@ -83,15 +82,13 @@ constexpr ErrorText error_texts[] = {
     {10056, "A connect request was made on an already connected socket."},
     {10057,
      "A request to send or receive data was disallowed because the socket is not connected and (when sending "
-     "on "
-     "a datagram socket using a sendto call) no address was supplied."},
+     "on a datagram socket using a sendto call) no address was supplied."},
     {10058,
      "A request to send or receive data was disallowed because the socket had already been shut down in that "
      "direction with a previous shutdown call."},
     {10060,
      "A connection attempt failed because the connected party did not properly respond after a period of "
-     "time, "
-     "or established connection failed because connected host has failed to respond."},
+     "time, or established connection failed because connected host has failed to respond."},
     {10061, "No connection could be made because the target machine actively refused it."},
     {10064, "A socket operation failed because the destination host was down."},
     {10065, "A socket operation was attempted to an unreachable host."},

@@ -1,12 +1,11 @@
-// The part of the Win32 API that the product calls, on POSIX. Names, signatures, constants and results are
-// Windows' own, so that the product's sources compile unchanged against the real headers. What differs is
-// said at each function.
+// The part of the Win32 API that the product and its tests call, on POSIX. Names, signatures, constants and
+// results are Windows' own, so that the product's sources compile unchanged against the real headers. What
+// differs is said at each function.
 //
 // Three things hold everywhere:
 //  - A function that fails sets the calling thread's last error to a Win32 number, as Windows does.
 //  - Paths are Windows paths; drive_map.h says which folder of this machine they mean.
-//  - Functions marked "filter-safe" neither allocate nor lock, so a structured-exception filter may call
-//  them.
+//  - Functions marked "filter-safe" neither allocate nor lock: a structured-exception filter may call them.
 #pragma once
 
 #include <pthread.h>

@@ -1,6 +1,6 @@
-// The part of Winsock 2 that the product calls, over POSIX sockets. A failure leaves the Winsock number
-// (10061 for a refused connection) where WSAGetLastError finds it, which is the thread's last error, as on
-// Windows.
+// The part of Winsock 2 that the product and its tests call, over POSIX sockets. A failure leaves the Winsock
+// number (10061 for a refused connection) where WSAGetLastError finds it, which is the thread's last error,
+// as on Windows.
 //
 // Winsock's functions have the names of the POSIX ones and differ in the socket's type, so they are
 // overloads: a call with a SOCKET means Winsock. No call ever raises SIGPIPE, every call goes on after a

@@ -28,10 +28,6 @@ auto exchange_for(const char* operation, Exchange exchange) {
     }
 }
 
-std::string request_text(std::string_view form, const std::string& argument) {
-    return std::string(form).append(argument);
-}
-
 std::string ask(simple_socket& socket, const std::string& text) {
     socket.send(text);
     return socket.receive(reply_timeout_ms);
@@ -54,44 +50,44 @@ std::string no_such_key(const std::string& key) {
 
 void JobState::SetTitle(const std::string& title, simple_socket& socket) {
     pump_messages();
-    exchange_for("SetTitle", [&] { socket.send(request_text(request::k_set_title, title)); });
+    exchange_for("SetTitle", [&] { socket.send(request::text(request::k_set_title, title)); });
 }
 
 void JobState::LogMessage(const std::string& text, simple_socket& socket) {
-    exchange_for("LogMessage", [&] { socket.send(request_text(request::k_stdout, text)); });
+    exchange_for("LogMessage", [&] { socket.send(request::text(request::k_stdout, text)); });
 }
 
 bool JobState::SetProgress(float percent, simple_socket& socket) {
     pump_messages();
-    const std::string text = request_text(request::k_progress, float_text(percent));
+    const std::string text = request::text(request::k_progress, float_text(percent));
     return exchange_for("SetProgress", [&] { return ask(socket, text); }) == corrivane::k_continue;
 }
 
 std::string JobState::GetJobInfoEntry(const std::string& key, simple_socket& socket) {
-    return ask_for_value("GetJobInfoEntry", socket, request_text(request::k_get_job_info_entry, key),
+    return ask_for_value("GetJobInfoEntry", socket, request::text(request::k_get_job_info_entry, key),
                          no_such_key(key));
 }
 
 std::string JobState::GetSubmitInfoEntry(const std::string& key, simple_socket& socket) {
-    return ask_for_value("GetSubmitInfoEntry", socket, request_text(request::k_get_submit_info_entry, key),
+    return ask_for_value("GetSubmitInfoEntry", socket, request::text(request::k_get_submit_info_entry, key),
                          no_such_key(key));
 }
 
 int JobState::GetSubmitInfoEntryElementCount(const std::string& key, simple_socket& socket) {
     return boost::lexical_cast<int>(
         ask_for_value("GetSubmitInfoEntryElementCount", socket,
-                      request_text(request::k_get_submit_info_entry_element_count, key), no_such_key(key)));
+                      request::text(request::k_get_submit_info_entry_element_count, key), no_such_key(key)));
 }
 
 std::string JobState::GetSubmitInfoEntryElement(int index, const std::string& key, simple_socket& socket) {
     return ask_for_value(
         "GetSubmitInfoEntryElement", socket,
-        request_text(request::k_get_submit_info_entry_element, std::to_string(index) + "," + key),
+        request::text(request::k_get_submit_info_entry_element, std::to_string(index) + "," + key),
         no_such_key(key));
 }
 
 std::string JobState::GetAuxFilename(int index, simple_socket& socket) {
     return ask_for_value("GetAuxFilename", socket,
-                         request_text(request::k_get_aux_file, std::to_string(index)),
+                         request::text(request::k_get_aux_file, std::to_string(index)),
                          "Aux file requested doesn't exist");
 }

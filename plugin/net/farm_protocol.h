@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 /// The words of the farm link, shared by both ends: the plug-in (client) and the farm's worker (server).
@@ -52,6 +53,11 @@ inline constexpr std::string_view k_get_submit_info_entry_element_count =
     "FUNCTION: GETSUBMITINFOENTRYELEMENTCOUNT ";
 inline constexpr std::string_view k_get_submit_info_entry_element = "FUNCTION: GETSUBMITINFOENTRYELEMENT ";
 inline constexpr std::string_view k_get_aux_file = "FUNCTION: GETAUXFILE ";
+
+/// A request with its argument.
+inline std::string text(std::string_view prefix, const std::string& argument) {
+    return std::string(prefix).append(argument);
+}
 }  // namespace request
 
 /// Names of the worker's commands: the first field of a command line.

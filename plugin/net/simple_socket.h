@@ -35,8 +35,8 @@ public:
 /// a time-out and a bad length leave the connection open; a disconnect and a failed receive close it, which
 /// `is_connected` then tells.
 ///
-/// Time-outs are in milliseconds and bound a whole message, not each piece of it; a negative one never runs
-/// out. No locking: one thread at a time.
+/// Time-outs are in milliseconds and bound a whole message, not each piece of it: what has come of a message
+/// when its time runs out is lost. A negative one never runs out. No locking: one thread at a time.
 class simple_socket {
 public:
     /// The largest frame that can be sent, its 4 length bytes included, and the largest length that is
@@ -66,7 +66,8 @@ public:
     void send(const std::string& message);
     std::string receive(int timeout_ms);
 
-    /// The same without framing: the bytes of one network send or receive.
+    /// The same without framing: the bytes of one network send or receive; none at the peer's end, which
+    /// closes nothing here.
     void send_raw(const std::string& bytes);
     std::string receive_raw(int timeout_ms);
 

@@ -1,3 +1,4 @@
+#include "render/frame_bitmaps.h"
 #include "render/job_state.h"
 #include "render/progress_callback.h"
 #include "support/log.h"
@@ -6,13 +7,10 @@
 
 void JobState::RenderMultipass(TimeValue time, simple_socket& socket) {
     connect_log.entry("rendering multipass effect:");
-    passBitmap = TheManager->Create(outputBitmapInfo);
-    if (passBitmap == nullptr)
-        throw std::runtime_error("Failed to allocate Bitmap: TheManager->Create() return NULL");
+    passBitmap = create_bitmap(outputBitmapInfo);
     for (int pass = 0; pass < multipassTotalPasses; ++pass)
         RenderPass(pass, time, socket);
-    passBitmap->DeleteThis();
-    passBitmap = nullptr;
+    release(passBitmap);
     multipassEffect->PostRenderFrame();
 }
 

@@ -54,8 +54,8 @@ void JobState::OpenRenderer(int frame) {
     const int opened =
         CallOpenCurRenderer(renderCameraNode, viewport, renderType, coreInterface->GetRendWidth(),
                             coreInterface->GetRendHeight(), errorText);
+    // 0 after a trapped fault too.
     if (opened == 0) throw std::runtime_error("Failed to open the max renderer.");
-    if (!errorText.empty()) ThrowTrappedFault(errorText);
 
     connect_log.entry("Multipass enabled = ", multipassEnabled);
     connect_log.entry("Total passes = ", multipassTotalPasses);

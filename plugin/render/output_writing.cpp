@@ -1,3 +1,4 @@
+#include "render/frame_bitmaps.h"
 #include "render/job_state.h"
 #include "support/file_system.h"
 #include "support/filename_utilities.h"
@@ -92,8 +93,7 @@ void JobState::save_region_output(Bitmap* bitmap, const BitmapInfo& info) {
     if (regionBitmap->HasStorage())
         regionBitmap->CopyImage(*bitmap, COPY_IMAGE_USE_CUSTOM, BMM_Color_fl{0, 0, 0, 0}, region_info);
     save_output(regionBitmap, region_info);
-    regionBitmap->DeleteThis();
-    regionBitmap = nullptr;
+    release(regionBitmap);
 }
 
 void JobState::write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info) const {

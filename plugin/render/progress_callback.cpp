@@ -35,10 +35,6 @@ bool is_rendering_title(std::string title) {
            title.find("%  rendering") != std::string::npos;
 }
 
-std::string request_text(std::string_view form, const std::string& argument) {
-    return std::string(form).append(argument);
-}
-
 }  // namespace
 
 CorrivaneRenderCallback::CorrivaneRenderCallback(quorvel::win32::simple_socket& socket,
@@ -120,10 +116,10 @@ void CorrivaneRenderCallback::SendProgress(float percentage) {
     }
     char shown[64];
     std::snprintf(shown, sizeof shown, "%.1f", static_cast<double>(percentage));
-    m_socket.send(request_text(request::k_set_title, m_titlePrefix + m_title + " - " + shown + "%"));
+    m_socket.send(request::text(request::k_set_title, m_titlePrefix + m_title + " - " + shown + "%"));
     if (is_rendering_title(m_title))
         m_socket.send(
-            request_text(request::k_progress, float_text(m_progressScale * percentage + m_progressOffset)));
+            request::text(request::k_progress, float_text(m_progressScale * percentage + m_progressOffset)));
     else
         m_socket.send(std::string(request::k_progress_unknown));
 }

@@ -1,3 +1,4 @@
+#include "render/frame_bitmaps.h"
 #include "render/job_state.h"
 #include "render/progress_callback.h"
 #include "support/file_system.h"
@@ -9,7 +10,6 @@
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
-#include <utility>
 
 namespace {
 
@@ -20,19 +20,6 @@ bool has_requirement(Renderer* renderer, int requirement) {
     auto* requirements =
         static_cast<IRendererRequirements*>(renderer->GetInterface(IRENDERERREQUIREMENTS_INTERFACE_ID));
     return requirements != nullptr && requirements->HasRequirement(requirement);
-}
-
-/// A fresh bitmap; one that cannot be made fails the frame.
-Bitmap* create_bitmap(const BitmapInfo& info) {
-    Bitmap* bitmap = TheManager->Create(info);
-    if (bitmap == nullptr)
-        throw std::runtime_error("Failed to allocate Bitmap: TheManager->Create() return NULL");
-    return bitmap;
-}
-
-void release(Bitmap*& bitmap) {
-    // Forgotten first: a call that faults must not be made again by every later frame.
-    if (Bitmap* given_back = std::exchange(bitmap, nullptr)) given_back->DeleteThis();
 }
 
 /// The region's extent between its edges, or the whole image's. No extent of a crossed region.
