@@ -47,8 +47,7 @@ void PluginLibrary::identify(const std::string& file) {
     const auto describe = reinterpret_cast<const char* (*)()>(entry_point(file, "LibDescription"));
     const auto version = reinterpret_cast<std::uint32_t (*)()>(entry_point(file, "LibVersion"));
     const auto initialise = reinterpret_cast<void (*)()>(entry_point(file, "LibInit"));
-    const char* description = describe();
-    m_description = description == nullptr ? "" : description;
+    describe();
     if ((version() & ~revision_bits) != host_version) {
         throw std::runtime_error("the library " + file + " is built for version " + in_hex(version()) +
                                  " of 3ds Max; this is " + in_hex(host_version));

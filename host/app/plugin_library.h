@@ -15,14 +15,11 @@ public:
     PluginLibrary(const PluginLibrary&) = delete;
     PluginLibrary& operator=(const PluginLibrary&) = delete;
 
-    const std::string& description() const { return m_description; }
-
 private:
     void identify(const std::string& file);
     void* entry_point(const std::string& file, const char* name) const;
 
     void* m_handle;
-    std::string m_description;
 };
 
 /// The file that is loaded when none is named: corrivane.dlx in the folder of the running program.

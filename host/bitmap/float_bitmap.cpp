@@ -89,7 +89,10 @@ FloatBitmap* FloatBitmap::make(int width, int height) {
     void* pixels = zero_pages(bytes);
     if (!pixels) return refused(width, height, "no memory left");
     auto* bitmap = new (std::nothrow) FloatBitmap(width, height, static_cast<BMM_Color_fl*>(pixels));
-    if (!bitmap) munmap(pixels, bytes);
+    if (!bitmap) {
+        munmap(pixels, bytes);
+        return refused(width, height, "no memory left");
+    }
     return bitmap;
 }
 

@@ -173,7 +173,12 @@ void OutputFile::write(const BMM_Color_fl* pixels) const {
             alpha.channels = ImageChannels::alpha;
             StagedFile(m_alpha_path, encoded(alpha, pixels)).publish();
         }
-        image.publish();
+        try {
+            image.publish();
+        } catch (const std::system_error&) {
+            if (!m_alpha_path.empty()) unlink(m_alpha_path.c_str());
+            throw;
+        }
     } catch (const std::system_error& error) {
         throw OutputFailure{output_code(error.code().value())};
     } catch (const std::bad_alloc&) {

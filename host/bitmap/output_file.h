@@ -23,7 +23,8 @@ public:
     /// OutputFailure; what was there before then remains, and nothing else.
     ///
     /// With tga_alpha_split(), a TGA file is written without alpha and a grey image of the alpha, in a file
-    /// beside it with `A_` in front of the name, comes to its place before it.
+    /// beside it with `A_` in front of the name, comes to its place before it. When the image then cannot
+    /// take its place, the companion goes again, and an older one that it has replaced is lost.
     ///
     /// Ignores SIGXFSZ from the first call on, for the whole process: the limit on file sizes becomes a
     /// result code.

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 namespace corrivane::host {
 
@@ -42,7 +44,10 @@ ViewParams* CameraEffect::Apply(INode* cameraNode, Object* /*cameraObject*/, int
     }
     if (m_effect.kind == MultipassEffect::Kind::motion_blur) {
         const int ticks_per_frame = ticks_per_second / m_settings.frame_rate;
-        time += static_cast<TimeValue>(std::lround(multipass_frame_offset(m_effect, pass) * ticks_per_frame));
+        const std::int64_t moved =
+            time + std::int64_t{std::llround(multipass_frame_offset(m_effect, pass) * ticks_per_frame)};
+        time = static_cast<TimeValue>(std::clamp<std::int64_t>(moved, std::numeric_limits<TimeValue>::min(),
+                                                               std::numeric_limits<TimeValue>::max()));
         return nullptr;
     }
     View view = camera_view(*m_scene, pose_at(*m_scene, to_seconds(time)), node->index());

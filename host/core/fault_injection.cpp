@@ -72,11 +72,11 @@ std::function<void()>& order_of(CoreCall call) {
     return orders()[static_cast<std::size_t>(call)];
 }
 
-}  // namespace
-
 CoreCall find_core_call(std::string_view name) {
     return look_up(core_calls, name, "call");
 }
+
+}  // namespace
 
 void fault_at_next(std::string_view call, std::string_view kind) {
     std::function<void()>& order = order_of(find_core_call(call));

@@ -16,13 +16,10 @@ enum class CoreCall {
     release_viewport,
 };
 
-/// The call of that name, spelled as the core interface spells it ("CurRendererRenderFrame").
-/// Throws std::invalid_argument, whose text lists the valid names.
-CoreCall find_core_call(std::string_view name);
-
-// Failures on demand, so that the way in which a plug-in survives them can be tested. Each order holds for
-// one call: the next one of its kind fails, the one after that works again. A later order for the same call
-// replaces an earlier one. All of it belongs to the main thread.
+// Failures on demand, so that the way in which a plug-in survives them can be tested. A call is named as the
+// core interface spells it ("CurRendererRenderFrame"). Each order holds for one call: the next one of its
+// kind fails, the one after that works again. A later order for the same call replaces an earlier one. All of
+// it belongs to the main thread.
 
 /// The next such call faults as find_processor_fault (core/processor_faults.h) says. Throws
 /// std::invalid_argument, whose text lists the valid names, for an unknown call or kind.

@@ -73,6 +73,27 @@ Value* join(Arguments& arguments) {
     return arguments[0];
 }
 
+/// Merges runs of twice the length until one is left; equal values keep their order. The standard library's
+/// sorts leave the range when a comparison contradicts itself, as a script's may.
+template <typename Less>
+void merge_sort(std::vector<Value*>& values, Less less) {
+    const std::size_t count = values.size();
+    std::vector<Value*> merged(count);
+    for (std::size_t length = 1; length < count; length *= 2) {
+        for (std::size_t begin = 0; begin < count; begin += 2 * length) {
+            const std::size_t middle = std::min(begin + length, count);
+            const std::size_t end = std::min(middle + length, count);
+            std::size_t left = begin;
+            std::size_t right = middle;
+            for (std::size_t position = begin; position < end; ++position) {
+                const bool from_right = left == middle || (right < end && less(values[right], values[left]));
+                merged[position] = values[from_right ? right++ : left++];
+            }
+        }
+        values.swap(merged);
+    }
+}
+
 /// Sorts a copy, since a comparison may fail half-way, and may be a script that uses the array.
 template <typename Less>
 void sort_elements(ArrayValue& array, Less less) {
@@ -82,7 +103,7 @@ void sort_elements(ArrayValue& array, Less less) {
     for (Value* element : array.elements())
         copy->append(element);
     std::vector<Value*> sorted = copy->elements();
-    std::stable_sort(sorted.begin(), sorted.end(), less);
+    merge_sort(sorted, less);
     array.resize(sorted.size());
     std::copy(sorted.begin(), sorted.end(), array.elements().begin());
 }

@@ -9,22 +9,6 @@
 
 namespace corrivane::host {
 
-namespace {
-
-/// Says of an array that it is being printed, so that one that holds itself ends.
-class PrintingScope {
-public:
-    explicit PrintingScope(bool& printing) : m_printing(printing) { m_printing = true; }
-    ~PrintingScope() { m_printing = false; }
-    PrintingScope(const PrintingScope&) = delete;
-    PrintingScope& operator=(const PrintingScope&) = delete;
-
-private:
-    bool& m_printing;
-};
-
-}  // namespace
-
 std::size_t array_index(Value* index) {
     const int number = to_integer(index);
     if (number < 1) raise_runtime_error("array index must be +ve number, got: " + excerpt(index));

@@ -146,10 +146,12 @@ Variable* Compiler::resolve_in(UnitScope& unit, const std::string& name, int lin
 Variable* Compiler::resolve_outside(UnitScope& unit, const std::string& name, int line) {
     if (unit.outer == nullptr) return nullptr;
     const Binding* binding = unit.outer->find(name);
-    if (binding == nullptr && resolve_outside(*unit.outer, name, line) == nullptr) return nullptr;
-    // The search above has brought a function from further out into the next unit.
-    binding = unit.outer->find(name);
-    if (binding == nullptr) return resolve_outside(*unit.outer, name, line);
+    if (binding == nullptr) {
+        Variable* further_out = resolve_outside(*unit.outer, name, line);
+        // A function from further out has been brought into the next unit; a global has not.
+        binding = unit.outer->find(name);
+        if (binding == nullptr) return further_out;
+    }
     if (binding->kind == Variable::Kind::global) return make<Variable>(line, binding->global);
     if (!binding->function || unit.function == nullptr)
         raise_compile_error("No outer local variable references permitted here: " + name,

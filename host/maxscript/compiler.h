@@ -14,12 +14,15 @@ namespace corrivane::host {
 /// Compiles one expression of a stream. The code is rooted by the caller; names are resolved as far as they
 /// are known.
 ///
-///   expression   assignment | if | case | while | do | for | try | fn | struct | local | global | return |
-///   exit assignment   operation [ ( = | += | -= | *= | /= ) expression ] operation    operands of unary,
-///   joined by or; and; not; comparisons; + -; * /; ^; as, from loose to tight unary        - unary | call
+// clang-format off
+///   expression   assignment | if | case | while | do | for | try | fn | struct | local | global | return | exit
+///   assignment   operation [ ( = | += | -= | *= | /= ) expression ]
+///   operation    operands of unary, joined by or; and; not; comparisons; + -; * /; ^; as, from loose to tight
+///   unary        - unary | call
 ///   call         operand { argument } { name: argument }       all on one line
 ///   operand      factor { .name | [ expression ] | () }
 ///   factor       number | string | #name | variable | ( block ) | #( array )
+// clang-format on
 class Compiler {
 public:
     Compiler(CharStream& stream, CompiledCode& code);

@@ -16,17 +16,20 @@ using corrivane::host::raise_runtime_error;
 struct FileStream::File {
     enum class State { unopened, failed, reading, writing, closed };
 
-    ~File() { close(); }
+    ~File() {
+        if (output != nullptr) std::fclose(output);
+    }
 
     void close() {
-        if (output != nullptr) std::fclose(output);
+        // What has been written may have been buffered until now.
+        const int error = output != nullptr && std::fclose(output) != 0 ? errno : 0;
         output = nullptr;
         reader.clear();
         if (state == State::reading || state == State::writing) state = State::closed;
+        if (error != 0) raise_not_written(error);
     }
 
     void open(const std::string& mode) {
-        close();
         state = State::failed;
         if (mode == "r" || mode == "rt" || mode == "rb") {
             if (!corrivane::host::read_file(name, failure, reader)) return;
@@ -47,8 +50,11 @@ struct FileStream::File {
 
     void write(const char* text, std::size_t size) {
         if (state != State::writing) raise_runtime_error("The file is not open for writing: " + name);
-        if (std::fwrite(text, 1, size, output) != size)
-            raise_runtime_error("Unable to write to file: " + name + ": " + std::strerror(errno));
+        if (std::fwrite(text, 1, size, output) != size) raise_not_written(errno);
+    }
+
+    [[noreturn]] void raise_not_written(int error) const {
+        raise_runtime_error("Unable to write to file: " + name + ": " + std::strerror(error));
     }
 
     State state = State::unopened;
@@ -65,6 +71,7 @@ FileStream::~FileStream() {
 }
 
 FileStream* FileStream::open(const char* fileName, const char* mode) {
+    m_file->close();
     m_file->name = fileName;
     m_file->open(mode);
     return m_file->state == File::State::failed ? nullptr : this;

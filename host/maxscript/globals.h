@@ -25,7 +25,6 @@ public:
     /// Whether it has been defined or declared; otherwise nothing but a mention in forgotten code is left of
     /// it.
     bool known() const { return m_known; }
-    bool read_only() const { return m_read_only; }
 
     /// Makes it a script's variable, if it is nothing yet.
     void declare() { m_known = true; }

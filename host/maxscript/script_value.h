@@ -33,4 +33,16 @@ protected:
     ~ScriptValue() override = default;
 };
 
+/// Says of a value that it is being printed, so that one that holds itself ends.
+class PrintingScope {
+public:
+    explicit PrintingScope(bool& printing) : m_printing(printing) { m_printing = true; }
+    ~PrintingScope() { m_printing = false; }
+    PrintingScope(const PrintingScope&) = delete;
+    PrintingScope& operator=(const PrintingScope&) = delete;
+
+private:
+    bool& m_printing;
+};
+
 }  // namespace corrivane::host

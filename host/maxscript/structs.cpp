@@ -106,20 +106,15 @@ void StructInstance::set_member(std::size_t number, Value* content) {
 void StructInstance::sprin1(CharStream* stream) {
     stream->puts(("(" + m_definition->text().name).c_str());
     // A structure that holds itself is printed once.
-    const bool printed_already = m_printing;
-    check_stack(thread_state());
-    m_printing = true;
-    try {
-        for (std::size_t i = 0; i < m_data.size() && !printed_already; ++i) {
+    if (!m_printing) {
+        check_stack(thread_state());
+        const PrintingScope printing(m_printing);
+        for (std::size_t i = 0; i < m_data.size(); ++i) {
             if (m_data[i] == nullptr) continue;
             stream->puts((" " + m_definition->text().members[i].name + ":").c_str());
             m_data[i]->sprin1(stream);
         }
-    } catch (...) {
-        m_printing = printed_already;
-        throw;
     }
-    m_printing = printed_already;
     stream->puts(")");
 }
 

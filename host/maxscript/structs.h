@@ -41,7 +41,6 @@ public:
         : m_code(code), m_text(text), m_functions(text->members.size()) {}
 
     const StructText& text() const { return *m_text; }
-    CompiledCode* code() const { return m_code; }
     /// Makes the functions; this definition is rooted meanwhile.
     void make_functions(Activation& activation);
     ScriptFunction* function(std::size_t member) const { return m_functions[member]; }

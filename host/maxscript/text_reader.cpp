@@ -64,12 +64,4 @@ void TextReader::skip_whitespace() {
     } while (skip_comment());
 }
 
-std::string TextReader::read_line() {
-    const std::size_t end = std::min(m_text.find('\n', m_position), m_text.size());
-    std::string line = m_text.substr(m_position, end - m_position);
-    advance_to(std::min(end + 1, m_text.size()));
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    return line;
-}
-
 }  // namespace corrivane::host

@@ -24,8 +24,6 @@ public:
     void unget();
     /// Skips blanks, ends of lines, semicolons and comments.
     void skip_whitespace();
-    /// The rest of the line, without its end.
-    std::string read_line();
 
 private:
     bool skip_comment();

@@ -80,7 +80,8 @@ void PosedScene::check_device() const {
 
 bool PosedScene::set_pose(Pose pose, const std::function<bool(int done)>& step_done) {
     for (int done = 1; m_built < m_meshes.size(); ++done) {
-        build_mesh(m_built++);
+        build_mesh(m_built);
+        ++m_built;
         if (!step_done(done)) return false;
     }
     if (!m_instanced) add_instances();

@@ -159,8 +159,6 @@ public:
         if (size > 0 && std::isfinite(size)) m_sky_reach = size * 0.1f;
     }
 
-    const Scene& scene() const { return *m_scene; }
-
     RenderResult render(const RenderRequest& request, const FrameBuffers& buffers, RenderProgress* progress) {
         check(request);
         check(buffers, area_of(request));
@@ -211,10 +209,6 @@ Renderer::~Renderer() = default;
 RenderResult Renderer::render(const RenderRequest& request, const FrameBuffers& buffers,
                               RenderProgress* progress) {
     return m_implementation->render(request, buffers, progress);
-}
-
-const Scene& Renderer::scene() const {
-    return m_implementation->scene();
 }
 
 }  // namespace corrivane::host

@@ -65,8 +65,7 @@ struct ElementBuffer {
 ///  - beauty: sRGB-encoded for display; highlights exceed 1.
 ///  - albedo: base colour, sRGB-encoded.
 ///  - normal: in world space, 0.5 + 0.5 n in each channel.
-///  - depth: distance from the camera plane to the nearest surface in the pixel, in scene units, in R, G and
-///  B.
+///  - depth: distance from the camera plane to the pixel's nearest surface, in scene units, in R, G and B.
 ///  - alpha: coverage in R, G and B.
 ///  - ambientOcclusion: 1 open, 0 enclosed, in R, G and B.
 struct FrameBuffers {
@@ -97,8 +96,6 @@ public:
     /// trees runs out. `progress` may be null.
     RenderResult render(const RenderRequest& request, const FrameBuffers& buffers,
                         RenderProgress* progress = nullptr);
-
-    const Scene& scene() const;
 
 private:
     class Implementation;

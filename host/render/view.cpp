@@ -18,10 +18,6 @@ View camera_view(const Scene& scene, const Pose& pose, int camera_node) {
     return {pose.at(index), scene.cameras[static_cast<std::size_t>(camera)].projection};
 }
 
-View framing_view(const Scene& scene, float image_aspect) {
-    return framing_view(bounds_of(scene, pose_at(scene, 0)), image_aspect);
-}
-
 View framing_view(const Imath::Box3f& bounds, float image_aspect) {
     // A scene may also be so far away or so large that its size is no float.
     const bool usable = !bounds.isEmpty() && std::isfinite(bounds.size().length() + bounds.center().length());

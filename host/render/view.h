@@ -14,11 +14,8 @@ struct View {
 /// What the camera of that node sees in that pose. Throws std::invalid_argument when the node has no camera.
 View camera_view(const Scene& scene, const Pose& pose, int camera_node);
 
-/// A perspective view, from the front, the right and above, that shows the whole scene as it stands at time
-/// 0. `image_aspect` is the image's width over its height on the screen. An empty scene gives some valid
-/// view.
-View framing_view(const Scene& scene, float image_aspect);
-/// The same for a scene whose bounds_of() at time 0 are known already.
+/// A perspective view, from the front, the right and above, that shows all that is within the bounds.
+/// `image_aspect` is the image's width over its height on the screen. Empty bounds give some valid view.
 View framing_view(const Imath::Box3f& bounds, float image_aspect);
 
 }  // namespace corrivane::host

@@ -177,6 +177,17 @@ TEST_F(OutputFileTest, AlphaCompanionIsCheckedBeforeAnythingIsWritten) {
     EXPECT_EQ(bitmap->OpenOutput(describe("C:\\out\\a.tga")), BMMRES_SUCCESS);
 }
 
+TEST_F(OutputFileTest, AlphaCompanionGoesWhenItsImageFails) {
+    const OwnedBitmap bitmap = make_pattern(8, 8);
+    const BitmapInfo info = describe("C:\\out\\a.tga");
+    set_tga_alpha_split(true);
+    ASSERT_EQ(bitmap->OpenOutput(info), BMMRES_SUCCESS);
+    set_tga_alpha_split(false);
+    fs::create_directory(out() / "a.tga");
+    EXPECT_EQ(bitmap->Write(info, BMM_SINGLEFRAME), output_is_a_folder);
+    EXPECT_EQ(out_entries(), std::vector<std::string>{"a.tga"});
+}
+
 TEST_F(OutputFileTest, FoldersWithoutPermission) {
     fs::permissions(out(), fs::perms(0555));
     // Nothing is denied to root, who is somebody else for a moment.

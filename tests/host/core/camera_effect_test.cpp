@@ -75,6 +75,22 @@ TEST_F(CameraEffectTest, MotionBlurMovesTheTimeOfItsPassesAroundTheFrame) {
     EXPECT_NE(render_camera("Camera01", 10 * ticks_per_frame), render_passes(effect, 10 * ticks_per_frame));
 }
 
+TEST_F(CameraEffectTest, MotionBlurStaysWithinTheTimesThatThereAre) {
+    constexpr TimeValue first = std::numeric_limits<TimeValue>::min();
+    constexpr TimeValue last = std::numeric_limits<TimeValue>::max();
+    for (const double duration : {2.0, 1000.0}) {
+        SCOPED_TRACE(duration);
+        IMultiPassCameraEffect* effect =
+            load_effect({{"effect", "motionBlur"}, {"passes", 4}, {"duration", duration}});
+        TimeValue early = first + 1;
+        apply(effect, 0, early);
+        EXPECT_EQ(first, early);
+        TimeValue late = last - 1;
+        apply(effect, 3, late);
+        EXPECT_EQ(last, late);
+    }
+}
+
 TEST_F(CameraEffectTest, DepthOfFieldKeepsWhatIsInFocusAndBlursTheRest) {
     const auto alpha_in_between = [](const std::vector<float>& numbers) {
         int count = 0;

@@ -70,6 +70,24 @@ TEST_P(BuiltinsTest, ChangeArrays) {
         {"fn down a b = b - a\nqsort #(1, 3, 2) down", "#(3, 2, 1)"},
         {"a = #(2, 1); fn wipe x y = (a.count = 0; gc(); x - y)\nqsort a wipe", "#(1, 2)"},
         {"a = #(2, 1, 3); fn fails x y = throw \"no\"\ntry (qsort a fails) catch (); a", "#(2, 1, 3)"},
+        {"fn same a b = 0\nqsort #(3, 1, 2, 5, 4) same", "#(3, 1, 2, 5, 4)"},
+        {"fn tens a b = a / 10 - b / 10\nqsort #(31, 12, 30, 11, 25, 10) tens", "#(12, 11, 10, 25, 31, 30)"},
+    });
+}
+
+TEST_P(BuiltinsTest, SortKeepsEveryElementWhateverTheComparisonSays) {
+    for (const char* compare : {"random -1 1", "1", "-1", "(gc(); random -1 1)"}) {
+        SCOPED_TRACE(compare);
+        value_of(std::string("fn mix a b = ") + compare);
+        expect_values({
+            {"a = for i = 1 to 100 collect (i as string); for i = 1 to 10 do qsort a mix; a.count", "100"},
+            {"missing = for i = 1 to 100 where findItem a (i as string) == 0 collect i", "#()"},
+        });
+    }
+    expect_values({
+        {"calls = 0; fn fails a b = (calls += 1; if calls == 150 then throw \"no\"; random -1 1)", "fails()"},
+        {"b = for i = 1 to 100 collect i; c = b as string; try (qsort b fails) catch (); (b as string) == c",
+         "true"},
     });
 }
 

@@ -119,6 +119,21 @@ TEST_P(StreamsTest, FilesAreWrittenOnSharesThatAreThere) {
     clear_drive_map();
 }
 
+TEST_P(StreamsTest, WhatAFileHasNoRoomForIsAnErrorWhenItIsClosed) {
+    const std::string lost = "-- Runtime error: Unable to write to file: /dev/full: No space left on device";
+    EXPECT_EQ(error_of("f = createFile \"/dev/full\"; format \"text\" to:f; close f").substr(0, lost.size()),
+              lost);
+    expect_values({
+        {"close f", "OK"},
+        {"f = createFile \"/dev/full\"; format \"text\" to:f; f = undefined; gc()", "OK"},
+    });
+    auto* file = new FileStream;
+    const Rooted root(file);
+    ASSERT_EQ(file->open("/dev/full", "w"), file);
+    file->puts("text");
+    EXPECT_EQ(description([&] { file->open("/dev/null", "w"); }), lost);
+}
+
 TEST_P(StreamsTest, CompilerMessagesGoToTheOutput) {
     Rooted parser(new Parser(thread_state().locals.current_stdout));
     Rooted source(new StringStream("1 + )"));
