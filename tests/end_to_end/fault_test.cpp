@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <span>
 #include <sstream>
+#include <vector>
 
 namespace corrivane::test {
 namespace {
@@ -38,7 +40,7 @@ struct Kind {
     const char* code;
 };
 
-constexpr Kind kinds[] = {
+const std::vector<Kind> kinds = {
     {"Datatype Misalignment", "80000002"},   {"Access Violation", "C0000005"},
     {"In Page Error", "C0000006"},           {"Illegal Instruction", "C000001D"},
     {"Array Bounds Exceeded", "C000008C"},   {"Float Denormal Operand", "C000008D"},
@@ -49,12 +51,17 @@ constexpr Kind kinds[] = {
     {"Stack Overflow", "C00000FD"},
 };
 
+/// ThreadSanitizer's signal handler reads unaligned words itself, before the product's runs.
+std::span<const Kind> provoked_kinds() {
+    return std::span(kinds).subspan(under_tsan ? 1 : 0);
+}
+
 TEST(Faults, EveryKindCostsOneFrameAndTheNextIsFine) {
     JobSession job(small_scene());
     ASSERT_EQ(job.render(0), rendered);
     const ImageFile reference = job.image("beauty0000.png");
     int frame = 0;
-    for (const Kind& kind : kinds) {
+    for (const Kind& kind : provoked_kinds()) {
         ASSERT_EQ(job.session.run(arm("CurRendererRenderFrame", kind.name)), armed) << kind.name;
         const std::string text =
             std::string("Trapped SEH Exception in CurRendererRenderFrame(): ") + kind.name;
@@ -158,13 +165,14 @@ TEST(Faults, AThousandInOneProcessLeaveNothingBehind) {
                                            std::string(kind.name)),
                                 StartsWith("SUCCESS ")));
     };
-    for (int i = 0; i < 150; ++i)
-        fault_once(kinds[static_cast<std::size_t>(i) % std::size(kinds)]);
+    const std::span<const Kind> provoked = provoked_kinds();
+    for (std::size_t i = 0; i < 150; ++i)
+        fault_once(provoked[i % provoked.size()]);
     const long before = resident_pages();
-    for (int i = 0; i < 850; ++i)
-        fault_once(kinds[static_cast<std::size_t>(i) % std::size(kinds)]);
-    // The address sanitizer keeps freed memory back for a while.
-    if (!under_asan) {
+    for (std::size_t i = 0; i < 850; ++i)
+        fault_once(provoked[i % provoked.size()]);
+    // The sanitizers keep freed memory back for a while.
+    if (!under_asan && !under_tsan) {
         EXPECT_LT(resident_pages() - before, 1000) << "pages grown";
     }
     EXPECT_THAT(job.session.run(start_job(file)), ElementsAre(StartsWith("SUCCESS ")));
