@@ -79,7 +79,8 @@ void describe(const struct stat& status, Record& record) {
 int open_flags(DWORD access, DWORD disposition) {
     const bool reads = (access & GENERIC_READ) != 0;
     const bool writes = (access & GENERIC_WRITE) != 0;
-    const int mode = writes ? (reads ? O_RDWR : O_WRONLY) : O_RDONLY;
+    const bool appends = (access & FILE_APPEND_DATA) != 0;
+    const int mode = appends ? O_WRONLY | O_APPEND : writes ? (reads ? O_RDWR : O_WRONLY) : O_RDONLY;
     switch (disposition) {
         case CREATE_NEW:
             return mode | O_CREAT | O_EXCL;

@@ -75,6 +75,7 @@ struct JobState {
     std::vector<PBBitmap*> elementBitmaps;     ///< one for each element; null where an element has none
     std::vector<Bitmap*> elementAccumulators;  ///< one for each element during a multi-pass frame, else empty
     std::string lastExceptionReport;
+    std::vector<std::string> filesToDiscard;  ///< what the current frame has made so far, if it fails
 
     // The frame's other bitmaps. They are fields so that a frame that a trapped fault abandoned leaks
     // nothing.
@@ -149,7 +150,7 @@ struct JobState {
     /// Throws when too large a share of the pixels is black.
     void check_black_frame(const Bitmap* bitmap) const;
     /// Writes a JPEG copy of the frame into the worker's preview folder.
-    void write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info) const;
+    void write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info);
     /// A file written for the current frame. Throws std::invalid_argument when there is none of that index.
     const std::string& GetOutputFilename(int index) const;
 

@@ -28,17 +28,12 @@ void require_file(const std::string& name, const char* circumstance) {
                                  "output file, \"" + name + "\" did not exist.");
 }
 
-/// Proves the files of one write. What is there of an incomplete set goes: it would look like a finished
-/// frame.
-void require_files(const std::string& name, const std::string* alpha_name) {
+/// False only where the system is sure that there is no such file.
+bool may_exist(const std::string& name) {
     try {
-        require_file(name, "");
-        if (alpha_name != nullptr)
-            require_file(*alpha_name, "Alpha Split feature (tga) is enabled, and the ");
-    } catch (...) {
-        remove_file(name);
-        if (alpha_name != nullptr) remove_file(*alpha_name);
-        throw;
+        return file_exists(name);
+    } catch (const std::runtime_error&) {
+        return true;
     }
 }
 
@@ -65,15 +60,21 @@ void JobState::save_output(Bitmap* bitmap, const BitmapInfo& info) {
     connect_log.entry("writing to output file: ", name);
     if (alphaSplit) connect_log.entry("Alpha Split feature (tga) is enabled, need to save ", alpha_name);
 
+    // The writer decides whether it makes a companion; one that was there before may be somebody else's.
+    const bool companion_was_there = may_exist(alpha_name);
     write_bitmap(bitmap, info);
-    require_files(name, alphaSplit ? &alpha_name : nullptr);
+    filesToDiscard.push_back(name);
+    if (!companion_was_there) filesToDiscard.push_back(alpha_name);
+    require_file(name, "");
+    if (alphaSplit) require_file(alpha_name, "Alpha Split feature (tga) is enabled, and the ");
     writtenOutputFiles.push_back(name);
     if (alphaSplit) writtenOutputFiles.push_back(alpha_name);
 }
 
 void JobState::DiscardWrittenFiles() {
-    for (const std::string& name : writtenOutputFiles)
+    for (const std::string& name : filesToDiscard)
         remove_file(name);
+    filesToDiscard.clear();
     writtenOutputFiles.clear();
 }
 
@@ -96,7 +97,7 @@ void JobState::save_region_output(Bitmap* bitmap, const BitmapInfo& info) {
     release(regionBitmap);
 }
 
-void JobState::write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info) const {
+void JobState::write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info) {
     const std::string preview_name =
         jpegOutputPath + get_filename_from_path(replace_extension(info.Name(), ".jpg"));
     connect_log.entry("writing jpeg output to temp file: ", preview_name);
@@ -104,5 +105,6 @@ void JobState::write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info) const 
     PrepareBitmapInfo(preview_info);
     preview_info.SetName(preview_name.c_str());
     write_bitmap(bitmap, preview_info);
+    filesToDiscard.push_back(preview_name);
     require_file(preview_name, "");
 }

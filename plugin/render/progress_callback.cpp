@@ -55,10 +55,7 @@ void CorrivaneRenderCallback::SetTitle(const char* text) {
 }
 
 int CorrivaneRenderCallback::Progress(int done, int total) {
-    if (m_timeoutCount > tolerated_timeouts) {
-        connect_log.entry("timed out, aborting");
-        return stop;
-    }
+    if (m_timeoutCount > tolerated_timeouts) return GiveUp();
     // In this phase the renderer's process must not be held up.
     if (m_initializingRayServer) return go_on;
     if (!MayReport(done, total)) return go_on;
@@ -67,6 +64,11 @@ int CorrivaneRenderCallback::Progress(int done, int total) {
     done = std::min(done, total);
     const float percentage = total == 0 ? -1.0F : static_cast<float>(done * 100.0 / total);
     return Report(percentage);
+}
+
+int CorrivaneRenderCallback::GiveUp() {
+    connect_log.entry("timed out, aborting");
+    return stop;
 }
 
 /// Lets one call through in every interval, besides the final report and the first one after the amount of
@@ -90,6 +92,7 @@ bool CorrivaneRenderCallback::MayReport(int done, int total) {
 int CorrivaneRenderCallback::Report(float percentage) {
     const std::lock_guard lock(m_lock);
     int missed = m_timeoutCount;
+    if (missed > tolerated_timeouts) return GiveUp();  // while this thread waited for the lock
     try {
         SendProgress(percentage);
         ++missed;

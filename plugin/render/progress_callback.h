@@ -30,6 +30,7 @@ public:
 private:
     bool MayReport(int done, int total);
     int Report(float percentage);
+    static int GiveUp();
     void SendProgress(float percentage);
 
     quorvel::win32::simple_socket& m_socket;

@@ -9,6 +9,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <limits>
+#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -31,11 +32,22 @@ std::uint16_t image_size(bool region, int low, int high, int whole) {
     return static_cast<std::uint16_t>(std::max<long long>(size, 0));
 }
 
-/// What two names of the same file have in common.
-std::string file_key(std::string name) {
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](unsigned char c) { return c == '/' ? '\\' : static_cast<char>(std::tolower(c)); });
-    return name;
+/// What all spellings of one file's name have in common.
+std::string file_key(const std::string& name) {
+    std::vector<std::string> parts;
+    std::istringstream elements(normalize_path(name));
+    for (std::string element; std::getline(elements, element, '\\');) {
+        if (element == ".." && parts.size() > 1)
+            parts.pop_back();
+        else if (element != "." && element != "..")
+            parts.push_back(element);
+    }
+    std::string key;
+    for (const std::string& part : parts)
+        key.append(part).append("\\");
+    std::transform(key.begin(), key.end(), key.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return key;
 }
 
 /// Calls at the end of the scope, also when an exception ends it.
@@ -63,6 +75,7 @@ unsigned short JobState::RenderFrame(int frame, simple_socket& socket) {
     connect_log.entry("Renderframe ", frame);
     RefuseInsideAFrame("RenderFrame", 1);
     writtenOutputFiles.clear();
+    filesToDiscard.clear();
     if (coreInterface == nullptr) throw std::runtime_error(std::string("RenderFrame") + job_not_running_text);
     // What a trapped fault made an earlier frame leave behind.
     ReleaseFrameBitmaps();
@@ -91,10 +104,11 @@ unsigned short JobState::RenderFrame(int frame, simple_socket& socket) {
     }
     outputBitmapInfo.SetName(sceneOutputFilename.c_str());
     if (restartRendererMode) {
+        // The lists go once it is closed: where that fails, the next frame uses both as they are.
+        CloseRenderer();
         renderElements.clear();
         elementBitmaps.clear();
         renderElementCount = 0;
-        CloseRenderer();
     }
     return 0;
 }

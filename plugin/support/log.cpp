@@ -7,7 +7,8 @@ log_stream::~log_stream() {
 }
 
 void log_stream::open(const char* path) {
-    m_file = CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
+    // For appending, so that a second process with the same log loses nothing of the first one's.
+    m_file = CreateFileA(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
                          FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 

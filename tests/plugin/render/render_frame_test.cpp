@@ -498,6 +498,40 @@ TEST_F(RenderingAFrame, FaultAtTheSecondFileTakesTheFirstWithIt) {
     EXPECT_EQ(files_left(), 0);
 }
 
+TEST_F(RenderingAFrame, WhatAFailedFrameDidNotMakeStays) {
+    fake_max().elements = {&m_depth};
+    start();
+    std::filesystem::create_directories(on_disk("out"));
+    write_file(on_disk("out\\A_a0001.png"), "somebody's");
+    job_state.alphaSplit = true;
+    fake_max().dropped_files = {"C:\\out\\depth0001.exr"};
+    EXPECT_NE(error_of(1), "");
+    EXPECT_EQ(files_left(), 1);
+    std::filesystem::remove(on_disk("out\\A_a0001.png"));
+
+    job_state.alphaSplit = false;
+    fake_max().splits_alpha = true;
+    job_state.useJpegOutput = true;
+    job_state.jpegOutputPath = "C:\\previews\\";
+    m_depth.record.bi.SetName("C:\\out\\depth.exr");
+    EXPECT_NE(error_of(1), "");
+    EXPECT_FALSE(std::filesystem::exists(on_disk("previews\\a0001.jpg")));
+    EXPECT_EQ(files_left(), 0) << "companions and previews are the frame's too";
+}
+
+TEST_F(RenderingAFrame, RendererThatDoesNotCloseKeepsItsElements) {
+    const AbandonedFramesMayLeak amnesty;
+    fake_max().elements = {&m_depth};
+    start();
+    job_state.restartRendererMode = true;
+    fake_max().inside["CloseCurRenderer"] = [] { read_address(16); };
+    EXPECT_NE(error_of(1), "");
+    fake_max().inside.clear();
+    m_depth.record.bi.SetName("C:\\out\\depth.exr");
+    EXPECT_EQ(render(2), 0);
+    EXPECT_EQ(job_state.writtenOutputFiles, (Texts{"C:\\out\\a0002.png", "C:\\out\\depth0002.exr"}));
+}
+
 TEST_F(RenderingAFrame, ScriptsInsideItCannotEndOrReplaceIt) {
     start();
     quorvel::win32::simple_socket nobody;
@@ -523,9 +557,14 @@ TEST_F(RenderingAFrame, ScriptsInsideItCannotEndOrReplaceIt) {
 
 TEST_F(RenderingAFrame, OutputsOfOneNameAndTooLargeOnesAreRefused) {
     fake_max().elements = {&m_depth, &m_normal};
-    m_normal.record.bi.SetName("c:/OUT/depth.exr");
+    for (const std::string name : {"c:/OUT/depth", "C:\\out\\.\\depth", "C:\\x\\..\\out\\\\depth"}) {
+        m_depth.record.bi.SetName("C:\\out\\depth.exr");
+        m_normal.record.bi.SetName((name + ".exr").c_str());
+        start();
+        EXPECT_EQ(error_of(1), "Two outputs of the frame have the same file name: \"" + name + "0001.exr\"");
+        job_state.EndJob();
+    }
     start();
-    EXPECT_EQ(error_of(1), "Two outputs of the frame have the same file name: \"c:/OUT/depth0001.exr\"");
     EXPECT_EQ(fake_max().bitmaps_alive, 0);
     EXPECT_EQ(written(), Texts{});
     job_state.regionRendering = true;
