@@ -86,8 +86,8 @@ void add_studio(GltfBuilder& gltf) {
                    {"translation", {0, 0, -1.5f}}});
 }
 
-/// A turning wooden stage on a dark foot with a brass rim. Returns the node to put things on; its y is the
-/// surface's.
+/// A turning wooden stage on a dark foot with a brass rim. Returns the node to put things on; its y is
+/// the surface's.
 int add_stage(GltfBuilder& gltf) {
     const int wood =
         gltf.add_material("Wood", {1, 1, 1}, 0, 0.38f, gltf.add_texture(png_uri(wood_rings, 512)));

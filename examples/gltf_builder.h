@@ -30,8 +30,8 @@ public:
 
     /// A node of glTF's JSON; `parent` -1 makes it a root.
     int add_node(Json node, int parent = -1);
-    /// Keys for "translation", "rotation" or "scale": 3 or 4 floats each, for CUBICSPLINE three times as
-    /// many.
+    /// Keys for "translation", "rotation" or "scale": 3 or 4 floats each, for CUBICSPLINE three times
+    /// as many.
     void animate(int node, const char* path, const char* interpolation, const std::vector<float>& times,
                  const std::vector<float>& values);
     void set_render_settings(const Json& settings) { m_json["scenes"][0]["extras"]["render"] = settings; }

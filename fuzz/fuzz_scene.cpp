@@ -1,5 +1,5 @@
-// Feeds the scene reader with any bytes as a glTF file: what it refuses has a reason, what it takes can be
-// posed.
+// Feeds the scene reader with any bytes as a glTF file: what it refuses has a reason, what it takes can
+// be posed.
 
 #include "scene/load_scene.h"
 

@@ -4,8 +4,8 @@
 
 namespace corrivane::worker {
 
-/// The host can't be used any more: it died, hangs, or sent what no plug-in sends. Another host may do
-/// better.
+/// The host can't be used any more: it died, hangs, or sent what no plug-in sends. Another host may
+/// do better.
 class HostFailure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

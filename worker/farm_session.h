@@ -54,8 +54,8 @@ public:
     /// Exchanges the handshake and returns the plug-in's greeting, its version and build.
     std::string handshake();
 
-    /// Sends the options, starts the job and runs its pre-script. Throws JobFailure with the plug-in's error
-    /// texts.
+    /// Sends the options, starts the job and runs its pre-script. Throws JobFailure with the plug-in's
+    /// error texts.
     void start_job(const JobCommands& commands);
 
     /// Renders a frame.

@@ -6,8 +6,8 @@
 
 namespace corrivane::worker {
 
-/// No job has more frames than this, so that a slip of the hand ("1-10000000") is an error and not a full
-/// memory.
+/// No job has more frames than this, so that a slip of the hand ("1-10000000") is an error and not a
+/// full memory.
 inline constexpr std::size_t k_max_frames = 100000;
 
 /// The frames that a text names, in the order in which they are named: a comma list of

@@ -82,10 +82,10 @@ std::string HostConnection::receive_message() {
     return message;
 }
 
-/// Bounds a send to a host that stopped reading, and acknowledges at once what comes in: the plug-in sends
-/// small messages in pairs, and its system holds the second back until the first is acknowledged, which by
-/// default takes up to 40 ms. The kernel goes back to its default by itself, so this is set again for each
-/// message.
+/// Bounds a send to a host that stopped reading, and acknowledges at once what comes in: the plug-in
+/// sends small messages in pairs, and its system holds the second back until the first is acknowledged,
+/// which by default takes up to 40 ms. The kernel goes back to its default by itself, so this is set
+/// again for each message.
 void HostConnection::prepare_connection() {
     const int at_once = 1;
     ::setsockopt(handle(), IPPROTO_TCP, TCP_QUICKACK, &at_once, sizeof at_once);

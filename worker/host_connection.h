@@ -14,8 +14,8 @@ namespace corrivane::worker {
 /// How long a host may go on after the user's first wish to stop, before it is ended by force.
 inline constexpr std::chrono::milliseconds k_stop_patience{10000};
 
-/// The worker's end of the TCP connection to one host: it listens, lets the host in by its token, and carries
-/// messages.
+/// The worker's end of the TCP connection to one host: it listens, lets the host in by its token, and
+/// carries messages.
 ///
 /// Every wait also ends when the host dies and when the user wants to stop. All operations throw HostFailure
 /// when the connection can't be used any more, and Stopped once the user wants the hosts killed.
@@ -29,9 +29,9 @@ public:
     /// The process at the other end, whose output is read and whose death is noticed during waits.
     void watch(HostProcess& host) { m_host = &host; }
 
-    /// Waits for the peer that sends the token. Others are turned away, whatever they send and however they
-    /// leave; one that sends nothing holds the place for half a second. Throws Stopped at the first wish to
-    /// stop.
+    /// Waits for the peer that sends the token. Others are turned away, whatever they send and however
+    /// they leave; one that sends nothing holds the place for half a second. Throws Stopped at the first
+    /// wish to stop.
     void accept(const std::string& token, Deadline deadline);
 
     void send(const std::string& message);

@@ -34,8 +34,8 @@ public:
 
     /// Readable once the host has ended.
     int exit_fd() const { return m_exit.get(); }
-    /// Readable when the host has written something, or has closed its output; -1 after the latter was
-    /// noticed.
+    /// Readable when the host has written something, or has closed its output; -1 after the latter
+    /// was noticed.
     int output_fd() const { return m_output.get(); }
 
     /// Takes over what the host has written so far. Does not wait.

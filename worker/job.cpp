@@ -9,8 +9,8 @@
 namespace corrivane::worker {
 namespace {
 
-/// Far beyond any image, and small enough that the plug-in's sums of coordinates and padding stay within 32
-/// bits.
+/// Far beyond any image, and small enough that the plug-in's sums of coordinates and padding stay within
+/// 32 bits.
 constexpr int k_max_coordinate = 1 << 20;
 
 void check_region(const Region& region) {

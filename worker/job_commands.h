@@ -23,8 +23,8 @@ JobCommands make_job_commands(const Job& job);
 
 std::string render_command(int frame);
 
-/// Runs a script file with `frame` as the current frame; with `set_time` the scene is moved to its time
-/// first.
+/// Runs a script file with `frame` as the current frame; with `set_time` the scene is moved to its
+/// time first.
 std::string script_command(int frame, const std::string& file, bool set_time);
 
 /// Runs a script text; its value must be a string.

@@ -41,8 +41,8 @@ public:
 /// that the job cannot have; `name` is how the message calls the file. The job still has to pass check_job.
 Job parse_job(std::string_view text, const std::string& name);
 
-/// Reads a job file of this machine. Throws JobFileError also for a file that cannot be read or is absurdly
-/// large.
+/// Reads a job file of this machine. Throws JobFileError also for a file that cannot be read or is
+/// absurdly large.
 Job read_job_file(const std::string& path);
 
 }  // namespace corrivane::worker

@@ -35,8 +35,8 @@ struct JobProgress {
     std::vector<Lane> lanes;
 };
 
-/// The line that a terminal shows while a job runs: bar, percentage, frames, titles and time left, cut to
-/// `width`.
+/// The line that a terminal shows while a job runs: bar, percentage, frames, titles and time left, cut
+/// to `width`.
 std::string progress_line(const JobProgress& progress, std::size_t width);
 
 /// Shows a job to people: on a terminal a line that follows the progress, elsewhere one line a frame, and on
@@ -45,8 +45,8 @@ class ProgressView {
 public:
     enum class Style { Terminal, Plain };
 
-    /// `out` stays in use and is written to by nobody else meanwhile. `width` is asked for the terminal's
-    /// columns.
+    /// `out` stays in use and is written to by nobody else meanwhile. `width` is asked for the
+    /// terminal's columns.
     ProgressView(
         std::ostream& out, Style style, std::size_t frame_count, std::size_t lane_count,
         std::size_t (*width)() = [] { return std::size_t{80}; });

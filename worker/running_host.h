@@ -31,12 +31,12 @@ public:
     /// that begin with [error] or [warning]. What it printed before its last reply is among them.
     std::vector<std::string> take_log_entries();
 
-    /// Ends the host: its session by closing the connection, then the program, by force where it does not end
-    /// itself.
+    /// Ends the host: its session by closing the connection, then the program, by force where it does not
+    /// end itself.
     void end();
 
-    /// Ends a host that failed. Returns the reason with what became of the program and its last lines of
-    /// output.
+    /// Ends a host that failed. Returns the reason with what became of the program and its last lines
+    /// of output.
     std::string end_after(const std::string& reason);
 
 private:

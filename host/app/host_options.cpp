@@ -83,8 +83,8 @@ void add_script_arguments(HostOptions& options, const RawOptions& raw) {
 }
 
 void describe(CLI::App& app, HostOptions& options, RawOptions& raw) {
-    // An option that may be repeated still takes one value each time, so that the script's name stays the
-    // script's.
+    // An option that may be repeated still takes one value each time, so that the script's name stays
+    // the script's.
     const auto repeated = [&app](const char* name, std::vector<std::string>& values, const char* form,
                                  const char* help) {
         app.add_option(name, values, help)->type_name(form)->allow_extra_args(false);

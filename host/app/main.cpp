@@ -15,8 +15,8 @@ namespace {
 
 using namespace corrivane::host;
 
-/// A worker that goes away and a full disk are errors of the calls that meet them, not the end of the
-/// process.
+/// A worker that goes away and a full disk are errors of the calls that meet them, not the end of
+/// the process.
 void keep_running_on_write_errors() {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

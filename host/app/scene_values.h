@@ -59,8 +59,8 @@ private:
     Imath::V3f m_point;
 };
 
-/// A placement: prints as `(matrix3 [..] [..] [..] [..])`. Properties: `row1` to `row4`; the last one is the
-/// position.
+/// A placement: prints as `(matrix3 [..] [..] [..] [..])`. Properties: `row1` to `row4`; the last one is
+/// the position.
 class Matrix3ScriptValue final : public ScriptValue {
 public:
     explicit Matrix3ScriptValue(const Imath::M44f& matrix) : m_matrix(matrix) {}

@@ -11,9 +11,9 @@
 
 namespace corrivane::host {
 
-/// The one kind of bitmap that this host makes: 32-bit float RGBA, always with image storage. Colour is not
-/// divided by alpha, and is kept as the renderer left it: values below 0, above 1, infinite or not a number
-/// stay.
+/// The one kind of bitmap that this host makes: 32-bit float RGBA, always with image storage. Colour is
+/// not divided by alpha, and is kept as the renderer left it: values below 0, above 1, infinite or not a
+/// number stay.
 ///
 /// Lives from TheManager->Create (or make) to DeleteThis. Code that gets a Bitmap* from elsewhere in the host
 /// reaches the storage with dynamic_cast<FloatBitmap*>. Pixels may be written from several threads at once,

@@ -39,9 +39,9 @@ struct ImageFacts {
 /// What the module gives. Both functions throw std::runtime_error with what went wrong, or std::bad_alloc.
 struct ImageModule {
     /// Puts the bytes of the file into `bytes`, which comes empty. Colour is not divided by alpha. Integer
-    /// samples are rounded, 1.0 is the largest one; what lies outside 0 to 1 is clamped, what is not a number
-    /// becomes 0. Floating-point samples keep all of that; a half holds at most 65504, larger values become
-    /// infinite.
+    /// samples are rounded, 1.0 is the largest one; what lies outside 0 to 1 is clamped, what is not a
+    /// number becomes 0. Floating-point samples keep all of that; a half holds at most 65504, larger values
+    /// become infinite.
     void (*encode)(const EncodeRequest& request, std::vector<unsigned char>& bytes);
     /// See verify_image_file; the text does not name the file.
     ImageFacts (*verify)(const std::string& path);
@@ -50,8 +50,8 @@ struct ImageModule {
 /// Name of the function through which the module hands out its ImageModule.
 constexpr const char* image_module_entry = "corrivane_image_module";
 
-/// Takes the module from this file instead of from beside the program. To be called before anything else
-/// here.
+/// Takes the module from this file instead of from beside the program. To be called before anything
+/// else here.
 void set_image_module_path(const std::string& path);
 
 /// Starts to load the module on a thread of its own, so that the first image does not wait for it. Returns at

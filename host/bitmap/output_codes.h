@@ -24,8 +24,8 @@ constexpr BMMRES output_write_protected = ERROR_WRITE_PROTECT;  // 19
 constexpr BMMRES output_encoding_failed = ERROR_GEN_FAILURE;  // 31
 /// No image format belongs to the name's extension, or there is no extension.
 constexpr BMMRES output_unknown_format = 50;  // ERROR_NOT_SUPPORTED
-/// No network folder is mapped, the name has no share or nothing below it, or the share's folder is not
-/// there.
+/// No network folder is mapped, the name has no share or nothing below it, or the share's folder is
+/// not there.
 constexpr BMMRES output_share_missing = ERROR_BAD_NETPATH;  // 53
 /// The image is larger than the format allows: a JPEG side above 65500 pixels; BMP or TGA of 4 GiB.
 constexpr BMMRES output_image_too_large = ERROR_INVALID_PARAMETER;  // 87

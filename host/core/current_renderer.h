@@ -8,9 +8,9 @@
 
 namespace corrivane::host {
 
-/// The renderer that the scene asks for, as a class: its identifier and its requirements are the scene's,
-/// what it renders with is always the same. It has IRendererRequirements only if the scene lists
-/// requirements.
+/// The renderer that the scene asks for, as a class: its identifier and its requirements are the
+/// scene's, what it renders with is always the same. It has IRendererRequirements only if the scene
+/// lists requirements.
 class CurrentRenderer final : public ::Renderer, private IRendererRequirements {
 public:
     explicit CurrentRenderer(const RenderSettings& settings);

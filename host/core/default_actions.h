@@ -8,8 +8,8 @@
 
 namespace corrivane::host {
 
-/// What happens when a scene misses something: DEFAULT_ACTION_IGNORE for each kind until somebody says
-/// otherwise.
+/// What happens when a scene misses something: DEFAULT_ACTION_IGNORE for each kind until somebody
+/// says otherwise.
 class DefaultActions final : public IDefaultActionSystem {
 public:
     /// An unknown kind is passed over. Any action but DEFAULT_ACTION_IGNORE makes the load fail.

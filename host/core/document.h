@@ -39,8 +39,8 @@ public:
     TimeValue time() const { return m_time; }
     void set_time(TimeValue time) { m_time = time; }
     int ticks_per_frame() const;
-    /// In ticks. From frame 0 to the frame that shows the last key; to frame 100 in a scene without
-    /// animation.
+    /// In ticks. From frame 0 to the frame that shows the last key; to frame 100 in a scene
+    /// without animation.
     Interval animation_range() const { return m_animation_range; }
     /// Throws std::invalid_argument when the end lies before the start.
     void set_animation_range(Interval range);

@@ -4,8 +4,8 @@
 
 namespace corrivane::host {
 
-/// A processor fault (or an exception code that no instruction of this processor gives) that can be made to
-/// happen.
+/// A processor fault (or an exception code that no instruction of this processor gives) that can be made
+/// to happen.
 struct ProcessorFault {
     std::string_view name;
     /// Makes it happen on the calling thread. Returns only where somebody continues behind the fault: a

@@ -8,8 +8,8 @@
 
 namespace corrivane::host {
 
-/// A render element of the scene. Where it writes is its own record; an element without an output name has
-/// none.
+/// A render element of the scene. Where it writes is its own record; an element without an output name
+/// has none.
 class HostRenderElement final : public IRenderElement {
 public:
     explicit HostRenderElement(RenderElementSettings settings);
@@ -37,8 +37,8 @@ public:
     IRenderElement* GetRenderElement(int index) override;
 
     const std::vector<HostRenderElement>& all() const { return m_elements; }
-    /// Whoever renders a frame numbers the names that it finds, so each new frame must find the configured
-    /// ones.
+    /// Whoever renders a frame numbers the names that it finds, so each new frame must find the
+    /// configured ones.
     void restore_names();
 
 private:

@@ -24,8 +24,8 @@ private:
 class Target : public Node {
 public:
     using Node::Node;
-    /// Evaluates what the target consists of into its temporaries; false when the evaluation goes on
-    /// elsewhere.
+    /// Evaluates what the target consists of into its temporaries; false when the evaluation goes
+    /// on elsewhere.
     virtual bool locate(Activation& activation) const = 0;
     /// Reads and writes what locate has found. The content is rooted by the caller.
     virtual Value* load(Activation& activation) const = 0;
@@ -45,8 +45,8 @@ public:
     Variable(int line, Global* global_variable)
         : Target(line), m_kind(Kind::global), m_global(global_variable) {}
 
-    /// Makes a local variable a member of the structure around it: members may be used above their
-    /// definition.
+    /// Makes a local variable a member of the structure around it: members may be used above
+    /// their definition.
     void become_member(std::size_t number) {
         m_kind = Kind::member;
         m_number = number;
@@ -188,8 +188,8 @@ private:
     std::size_t m_slot;
 };
 
-/// The truth of a condition; a MAXScript error that names the part of the language for anything but a
-/// Boolean.
+/// The truth of a condition; a MAXScript error that names the part of the language for anything but
+/// a Boolean.
 bool condition_holds(Value* value, const char* test);
 
 }  // namespace corrivane::host

@@ -96,8 +96,8 @@ private:
     HostFunction m_function;
 };
 
-/// Calls any value; a MAXScript error when it is nothing that can be called. The callee is rooted by the
-/// caller.
+/// Calls any value; a MAXScript error when it is nothing that can be called. The callee is rooted by
+/// the caller.
 Value* call_value(Value* callee, Arguments& arguments);
 
 }  // namespace corrivane::host

@@ -22,8 +22,8 @@ public:
     Value* get() const { return m_get ? compute() : m_value; }
     /// A MAXScript error when it is read-only.
     void set(Value* content);
-    /// Whether it has been defined or declared; otherwise nothing but a mention in forgotten code is left of
-    /// it.
+    /// Whether it has been defined or declared; otherwise nothing but a mention in forgotten code is left
+    /// of it.
     bool known() const { return m_known; }
 
     /// Makes it a script's variable, if it is nothing yet.

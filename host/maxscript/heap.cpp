@@ -18,8 +18,8 @@ constexpr std::size_t least_debt = std::size_t{16} << 20;
 /// Reaches the destructor that Collectable keeps to itself and its children.
 struct EndOfLife : Collectable {
     static bool of(void* cell) {
-        // The vtable pointer of an object is null until its constructor has begun: somebody is about to build
-        // it.
+        // The vtable pointer of an object is null until its constructor has begun: somebody is about to
+        // build it.
         if (*static_cast<void**>(cell) == nullptr) return false;
         destroy(static_cast<Collectable*>(cell));
         return true;

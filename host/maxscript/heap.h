@@ -25,15 +25,15 @@ void collect_garbage();
 /// Collects at every allocation from now on, so that a value without a root is found out at once.
 void set_gc_stress(bool collect_always);
 
-/// The most that objects and what they hold may take together; what goes beyond is std::bad_alloc. 4 GiB at
-/// first.
+/// The most that objects and what they hold may take together; what goes beyond is std::bad_alloc. 4 GiB
+/// at first.
 void set_heap_limit(std::size_t bytes);
 
 /// Adds a function that marks roots, through Collectable::gc_mark, at every collection.
 void add_root_tracer(void (*trace)());
 
-/// An amount of memory outside the heap that an object holds: counts towards the limit, and towards the next
-/// collection.
+/// An amount of memory outside the heap that an object holds: counts towards the limit, and towards the
+/// next collection.
 class HeldBytes {
 public:
     HeldBytes() = default;

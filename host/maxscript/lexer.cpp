@@ -263,8 +263,8 @@ void Lexer::read_word(Token& token, int first) {
     }
     token.key = lower_case(token.text);
     token.kind = TokenKind::identifier;
-    // A colon behind it makes any word the name of an argument, `to:` too. Two colons stand for something
-    // else.
+    // A colon behind it makes any word the name of an argument, `to:` too. Two colons stand for
+    // something else.
     if (look() == ':') {
         read();
         if (look() != ':') {

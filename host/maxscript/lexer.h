@@ -50,8 +50,8 @@ struct Token {
     bool is_reserved(std::string_view wanted) const { return is(TokenKind::reserved, wanted); }
 };
 
-/// Cuts a stream into tokens. Reads ahead as far as the compiler looks ahead, and gives back what was not
-/// taken.
+/// Cuts a stream into tokens. Reads ahead as far as the compiler looks ahead, and gives back what was
+/// not taken.
 class Lexer {
 public:
     explicit Lexer(CharStream& stream);

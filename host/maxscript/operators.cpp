@@ -122,8 +122,8 @@ Value* parse_number(const std::string& text, Make make) {
 }
 
 Value* text_as(const std::string& text, Value* value, const ValueMetaClass& wanted) {
-    // By way of a float, so that "2.7" is 2; what a float cannot hold exactly is read as the integer that it
-    // is.
+    // By way of a float, so that "2.7" is 2; what a float cannot hold exactly is read as the integer that
+    // it is.
     if (&wanted == &Integer_class) {
         if (text.find('.') == std::string::npos) return parse_number<int>(text, make_integer);
         Value* number = parse_number<float>(text, make_float);

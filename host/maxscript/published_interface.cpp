@@ -86,8 +86,8 @@ Value* dispatch(const PublishedInterface& published, FunctionID id, int return_t
         if (owner_of(published)._dispatch_fn(id, 0, result, &params) == FPS_NO_SUCH_FUNCTION)
             raise_runtime_error("The interface " + published.name + " does not answer to " + name);
     } catch (RuntimeError& error) {
-        // The library's own message stays as it is: users look for exactly the text that they gave to
-        // FailRender.
+        // The library's own message stays as it is: users look for exactly the text that they gave
+        // to FailRender.
         throw ScriptError(exception_text(error), {});
     }
     Value* value = from_published(return_type, result);

@@ -38,8 +38,8 @@ struct PublishedInterface {
 /// cannot be published, a missing name, or a number of parameters that no function has.
 PublishedInterface read_descriptor(FPInterfaceDesc* owner, const std::string& name, const FPSlot* list);
 
-/// Makes the core interfaces that are published the globals of their names: what a runtime does when it
-/// starts.
+/// Makes the core interfaces that are published the globals of their names: what a runtime does when
+/// it starts.
 void define_published_interfaces();
 
 }  // namespace corrivane::host

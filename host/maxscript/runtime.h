@@ -31,8 +31,8 @@ struct RuntimeOptions {
     bool file_access = true;
 };
 
-/// The started runtime: one at a time in a process. Published interfaces may come before it and may outlive
-/// it.
+/// The started runtime: one at a time in a process. Published interfaces may come before it and may
+/// outlive it.
 class MaxScriptRuntime {
 public:
     /// Starts the runtime and defines the built-in names. Throws std::runtime_error when the Listener's log
@@ -62,8 +62,8 @@ std::string printed_form(Value* value);
 /// The printed description of an error, with the line (and the file) where there is one.
 std::string error_description(MAXScriptException& error);
 
-/// Receives the Listener's text, in pieces, besides the places of RuntimeOptions; an empty function ends
-/// that.
+/// Receives the Listener's text, in pieces, besides the places of RuntimeOptions; an empty function
+/// ends that.
 void set_listener(std::function<void(std::string_view)> listener);
 
 /// Ends a script with an error after this many steps (calls and rounds of loops), counted over all scripts

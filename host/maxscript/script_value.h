@@ -8,9 +8,9 @@ namespace corrivane::host {
 
 class Arguments;
 
-/// A value of the host's own: what scripts can do with it is what its class overrides. Everything that is not
-/// overridden is a MAXScript error that names the value. Names arrive in lower case, since MAXScript ignores
-/// case.
+/// A value of the host's own: what scripts can do with it is what its class overrides. Everything that is
+/// not overridden is a MAXScript error that names the value. Names arrive in lower case, since MAXScript
+/// ignores case.
 ///
 /// Objects are made with `new` on the MAXScript heap. A constructor must not make another heap object, and an
 /// object that refers to other values marks them in gc_trace.

@@ -80,8 +80,8 @@ private:
     std::size_t m_slot;
 };
 
-/// The parts that the two kinds of `for` share. The value is `ok`, or with `collect` an array of the rounds'
-/// values.
+/// The parts that the two kinds of `for` share. The value is `ok`, or with `collect` an array of the
+/// rounds' values.
 struct ForParts {
     std::size_t local;
     /// Null for none.

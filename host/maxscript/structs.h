@@ -9,8 +9,8 @@
 
 namespace corrivane::host {
 
-/// A structure as it is written. Members are data or functions; both are numbered in the order of their
-/// mention.
+/// A structure as it is written. Members are data or functions; both are numbered in the order of
+/// their mention.
 struct StructText {
     struct Member {
         std::string name;

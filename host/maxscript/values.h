@@ -72,8 +72,8 @@ private:
     float m_number;
 };
 
-/// `#text`. There is one object for one text, whatever its case, so names are equal when they are the same
-/// object.
+/// `#text`. There is one object for one text, whatever its case, so names are equal when they are the
+/// same object.
 class NameValue final : public Value {
 public:
     static constexpr const ValueMetaClass& metaclass = Name_class;

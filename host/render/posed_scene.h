@@ -12,8 +12,8 @@
 namespace corrivane::host {
 
 /// The scene as the ray tracer sees it: a search tree for each mesh, built once, and over them one for the
-/// nodes that show them, built anew for each pose. Nodes whose matrix flattens or explodes their mesh are not
-/// shown.
+/// nodes that show them, built anew for each pose. Nodes whose matrix flattens or explodes their mesh are
+/// not shown.
 class PosedScene {
 public:
     /// `threads` as for rtcNewDevice; 0: all. Throws std::runtime_error when Embree does not start.
@@ -25,8 +25,8 @@ public:
     /// Number of meshes that have to be built before the first pose, and one for the pose itself.
     int steps() const { return static_cast<int>(m_meshes.size() - m_built) + 1; }
     /// Builds what is not built yet and places everything. `step_done` is called after each step but the
-    /// last, and returns whether to go on; false when it said no. Throws std::runtime_error when memory runs
-    /// out.
+    /// last, and returns whether to go on; false when it said no. Throws std::runtime_error when memory
+    /// runs out.
     bool set_pose(Pose pose, const std::function<bool(int done)>& step_done);
 
     const Pose& pose() const { return m_pose; }

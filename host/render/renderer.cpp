@@ -57,8 +57,8 @@ void check(const FrameBuffers& buffers, const PixelRect& area) {
     }
 }
 
-/// Differs from frame to frame and from pass to pass, so that the passes of an effect do not share their
-/// noise.
+/// Differs from frame to frame and from pass to pass, so that the passes of an effect do not share
+/// their noise.
 std::uint32_t frame_seed(double seconds, const View& view) {
     const auto bits = std::bit_cast<std::uint64_t>(seconds);
     std::uint32_t seed = hash(static_cast<std::uint32_t>(bits), static_cast<std::uint32_t>(bits >> 32));

@@ -44,8 +44,8 @@ Imath::C3f diffuse_color(const Surface& surface) {
     return surface.base_color * (1 - surface.metallic);
 }
 
-/// Light of unit irradiance from `towards`, reflected to the eye: Lambert and GGX, as glTF's appendix B has
-/// them.
+/// Light of unit irradiance from `towards`, reflected to the eye: Lambert and GGX, as glTF's appendix B
+/// has them.
 Imath::C3f reflected(const Surface& surface, const Imath::V3f& towards_eye, const Imath::V3f& towards) {
     const float n_l = surface.normal.dot(towards);
     const float n_v = std::max(surface.normal.dot(towards_eye), 1e-3f);

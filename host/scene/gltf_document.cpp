@@ -23,8 +23,8 @@ bool is_binary(const std::vector<unsigned char>& bytes) {
     return bytes.size() >= 4 && std::memcmp(bytes.data(), "glTF", 4) == 0;
 }
 
-/// The JSON in the file's bytes. Empty for a binary file whose first chunk does not fit; tinygltf then says
-/// why.
+/// The JSON in the file's bytes. Empty for a binary file whose first chunk does not fit; tinygltf then
+/// says why.
 std::string_view json_of(const std::vector<unsigned char>& bytes) {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (!is_binary(bytes)) return text;

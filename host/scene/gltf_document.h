@@ -10,9 +10,9 @@
 
 namespace corrivane::host {
 
-/// A file as tinygltf understands it: the JSON's structure is read, nothing is checked against anything else
-/// yet. Image files are still encoded (tinygltf::Image::image holds the file's bytes; empty when it is not
-/// there).
+/// A file as tinygltf understands it: the JSON's structure is read, nothing is checked against anything
+/// else yet. Image files are still encoded (tinygltf::Image::image holds the file's bytes; empty when it is
+/// not there).
 struct GltfDocument {
     tinygltf::Model model;
     /// One a buffer: the file was not there and the caller's policy is to go on. Its bytes are zeros.

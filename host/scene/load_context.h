@@ -17,8 +17,8 @@ struct LoadBudget {
     std::uint64_t image_pixels = 0;
 };
 
-/// What the readers of one file share: its name for messages, the caller's policies, the warnings, the
-/// budget.
+/// What the readers of one file share: its name for messages, the caller's policies, the warnings,
+/// the budget.
 class LoadContext {
 public:
     LoadContext(BoundedFile place, const LoadOptions& options, LoadBudget& budget,

@@ -146,8 +146,8 @@ std::vector<int> NodeReader::roots_without_scene() const {
     return roots;
 }
 
-/// Walks down from the roots with a list instead of recursion: a chain of nodes may be as deep as the file is
-/// long.
+/// Walks down from the roots with a list instead of recursion: a chain of nodes may be as deep as the file
+/// is long.
 void NodeReader::place(const std::vector<int>& roots) {
     struct Step {
         int node;

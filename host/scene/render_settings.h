@@ -9,8 +9,8 @@
 
 namespace corrivane::host {
 
-/// A 3ds Max class identifier: two 32-bit words, in files a pair of numbers or of strings such as
-/// "0x52ad1c02".
+/// A 3ds Max class identifier: two 32-bit words, in files a pair of numbers or of strings such
+/// as "0x52ad1c02".
 using ClassId = std::array<std::uint32_t, 2>;
 
 enum class ElementType { depth, normal, albedo, alpha, ambient_occlusion };

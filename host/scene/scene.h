@@ -62,8 +62,8 @@ struct Material {
     bool unlit = false;  ///< KHR_materials_unlit: the base colour is the colour
 };
 
-/// Triangles of one material. Every array but positions may be empty; those that are not are as long as
-/// positions.
+/// Triangles of one material. Every array but positions may be empty; those that are not are as long
+/// as positions.
 struct Primitive {
     std::vector<Imath::V3f> positions;
     std::vector<Imath::V3f> normals;  ///< unit length; empty: flat, as glTF asks of a mesh without normals
@@ -88,8 +88,8 @@ struct Projection {
     float zfar = std::numeric_limits<float>::infinity();
 };
 
-/// A camera looks down its node's -z with +y up. The image's own proportions decide the width of what it
-/// sees.
+/// A camera looks down its node's -z with +y up. The image's own proportions decide the width of what
+/// it sees.
 struct Camera {
     std::string name;
     Projection projection;
@@ -147,8 +147,8 @@ struct AnimationChannel {
     Path path = Path::translation;
     Interpolation interpolation = Interpolation::linear;
     std::vector<float> times;  ///< seconds, strictly increasing, never empty
-    /// One value a key (x, y, z, w; w unused but for rotations); for cubic splines three: in-tangent, value,
-    /// out-tangent.
+    /// One value a key (x, y, z, w; w unused but for rotations); for cubic splines three: in-tangent,
+    /// value, out-tangent.
     std::vector<Imath::V4f> values;
 };
 

@@ -88,8 +88,8 @@ public:
     virtual int Height() const = 0;
     virtual bool HasStorage() const = 0;
 
-    /// Copies `count` pixels of row `y`, from column `x` on, into `pixels`. False when they lie outside the
-    /// image.
+    /// Copies `count` pixels of row `y`, from column `x` on, into `pixels`. False when they lie outside
+    /// the image.
     virtual bool GetPixels(int x, int y, int count, BMM_Color_fl* pixels) const = 0;
     /// The pixels of row `y` where they are kept as floats, valid until the bitmap changes; null otherwise.
     virtual const BMM_Color_fl* FloatRow(int y) const = 0;

@@ -56,8 +56,8 @@ struct FPParams {
     std::vector<FPValue> params;
 };
 
-/// A published interface. MAXScript calls it through _dispatch_fn once load_descriptor has been given its
-/// functions.
+/// A published interface. MAXScript calls it through _dispatch_fn once load_descriptor has been given
+/// its functions.
 class FPInterfaceDesc : public BaseInterface {
 public:
     FPInterfaceDesc() = default;

@@ -12,9 +12,9 @@ struct RendParams {
     float pixelAspect = 1.0F;
 };
 
-/// A view to render through: the inverse of the camera's placement (world to view, row-major, the last row is
-/// the translation; the view looks down its negative z axis) and the field of view across the image, in
-/// radians.
+/// A view to render through: the inverse of the camera's placement (world to view, row-major, the last
+/// row is the translation; the view looks down its negative z axis) and the field of view across the
+/// image, in radians.
 struct ViewParams {
     float affineTM[4][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 0}};
     float fov = 0.785398F;

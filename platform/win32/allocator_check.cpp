@@ -16,8 +16,8 @@ constexpr std::time_t patience_seconds = 5;
 // Beyond the blocks that a thread keeps for itself and hands out without the lock.
 constexpr std::size_t locked_size = 5000;
 
-// A timer of the kernel's: the C library's may allocate. A sent signal is no fault, so it takes its default
-// effect.
+// A timer of the kernel's: the C library's may allocate. A sent signal is no fault, so it takes its
+// default effect.
 class SignalTimer {
 public:
     explicit SignalTimer(int signal) {

@@ -42,8 +42,8 @@ struct NativePath {
 NativePath native_path(std::string_view windows_path);
 
 // The same for a file that is going to be written. ERROR_BAD_NETPATH also for a name with nothing below
-// \\server\share, which would become a file among the servers' folders, and for a share whose folder is not
-// there.
+// \\server\share, which would become a file among the servers' folders, and for a share whose folder is
+// not there.
 NativePath native_output_path(std::string_view windows_path);
 
 // An error of these two in words, without the path: "no folder of this machine stands for that drive".

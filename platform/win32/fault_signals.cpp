@@ -107,8 +107,8 @@ void give_back() {
     }
 }
 
-// A filter with a report, and a second fault on top of it, use about 30 KiB under a sanitizer, 10 KiB
-// without.
+// A filter with a report, and a second fault on top of it, use about 30 KiB under a sanitizer, 10
+// KiB without.
 struct SignalStack {
     alignas(16) std::byte memory[64 * 1024];
     stack_t previous;

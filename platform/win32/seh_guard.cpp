@@ -149,8 +149,8 @@ void on_fault(int signal, const siginfo_t& information, const ucontext_t& machin
     return ERROR_SUCCESS;
 }
 
-// The end of a thread is caught as an exception that has no object, to which the sanitizer's null check
-// objects.
+// The end of a thread is caught as an exception that has no object, to which the sanitizer's null
+// check objects.
 __attribute__((no_sanitize("null"))) DWORD run_guarded(void (*call)(void*), void* argument, SehFilter filter,
                                                        void* owner) {
     Guard guard(filter, owner);
@@ -164,8 +164,8 @@ __attribute__((no_sanitize("null"))) DWORD run_guarded(void (*call)(void*), void
     }
 }
 
-// Lowest address of the calling thread's stack, or 0. Slow on the main thread, whose bounds are read from a
-// file.
+// Lowest address of the calling thread's stack, or 0. Slow on the main thread, whose bounds are read from
+// a file.
 std::uintptr_t find_stack_low() {
     pthread_attr_t attributes;
     if (pthread_getattr_np(pthread_self(), &attributes) != 0) return 0;
@@ -194,8 +194,8 @@ bool in_filter() {
 }  // namespace win32_detail
 
 DWORD seh_guarded_call(void (*call)(void*), void* argument, SehFilter filter, void* owner) {
-    // A filter of the outermost guard has no guard around it, but the handlers and the signal stack are in
-    // place.
+    // A filter of the outermost guard has no guard around it, but the handlers and the signal stack are
+    // in place.
     const bool is_prepared = t_innermost != nullptr || t_filter_depth > 0;
     return is_prepared ? run_guarded(call, argument, filter, owner)
                        : run_outermost(call, argument, filter, owner);

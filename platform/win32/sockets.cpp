@@ -171,8 +171,8 @@ public:
         });
     }
 
-    // Leaves in the set those of its sockets that had one of the events. Call for the sets in the order of
-    // `add`.
+    // Leaves in the set those of its sockets that had one of the events. Call for the sets in the order
+    // of `add`.
     unsigned keep_ready(fd_set* set, short events) {
         if (set == nullptr) return 0;
         unsigned ready = 0;

@@ -174,15 +174,15 @@ void EnterCriticalSection(CRITICAL_SECTION* section);
 void LeaveCriticalSection(CRITICAL_SECTION* section);
 void DeleteCriticalSection(CRITICAL_SECTION* section);
 
-// Thread-local slots: one value a thread for each index, null at first. There are TLS_MINIMUM_AVAILABLE of
-// them.
+// Thread-local slots: one value a thread for each index, null at first. There are TLS_MINIMUM_AVAILABLE
+// of them.
 inline constexpr DWORD TLS_MINIMUM_AVAILABLE = 64;
 inline constexpr DWORD TLS_OUT_OF_INDEXES = 0xFFFFFFFF;
 
 // A free index, or TLS_OUT_OF_INDEXES (last error ERROR_NO_MORE_ITEMS).
 DWORD TlsAlloc();
-// Frees the index; values are forgotten, not freed. ERROR_INVALID_PARAMETER for an index that is not
-// allocated.
+// Frees the index; values are forgotten, not freed. ERROR_INVALID_PARAMETER for an index that is
+// not allocated.
 BOOL TlsFree(DWORD index);
 // The calling thread's value; sets the last error to ERROR_SUCCESS, since null is a valid value. For an index
 // that is not allocated: null and ERROR_INVALID_PARAMETER.
@@ -244,17 +244,17 @@ inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 struct SECURITY_ATTRIBUTES;  // always null here
 struct OVERLAPPED;           // always null here
 
-// Opens a file (not a directory: ERROR_ACCESS_DENIED). Sharing modes, attributes and the template are not
-// looked at: others may always read, write and delete the file. Returns INVALID_HANDLE_VALUE on failure.
-// Filter-safe.
+// Opens a file (not a directory: ERROR_ACCESS_DENIED). Sharing modes, attributes and the template are
+// not looked at: others may always read, write and delete the file. Returns INVALID_HANDLE_VALUE on
+// failure. Filter-safe.
 HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD sharing, SECURITY_ATTRIBUTES* security, DWORD disposition,
                    DWORD attributes, HANDLE pattern);
 
 // Writes all bytes or fails; `written` receives how many went out either way. Filter-safe.
 BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD written, OVERLAPPED* overlapped);
 
-// The times of an open file; each pointer may be null. The change time stands for the creation time.
-// Filter-safe.
+// The times of an open file; each pointer may be null. The change time stands for the creation
+// time. Filter-safe.
 BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* access, FILETIME* write);
 
 // Closes what CreateFileA opened. Filter-safe.
@@ -295,8 +295,8 @@ BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* security);
 // Removes a file's name. ERROR_ACCESS_DENIED for a directory and a read-only file.
 BOOL DeleteFileA(LPCSTR path);
 
-// Copies at most capacity - 1 characters and a terminator. Returns `to`, or null when it is null.
-// Filter-safe.
+// Copies at most capacity - 1 characters and a terminator. Returns `to`, or null when it is
+// null. Filter-safe.
 LPSTR lstrcpynA(LPSTR to, LPCSTR from, int capacity);
 
 // Process and memory
@@ -352,8 +352,8 @@ struct EXCEPTION_RECORD {
     EXCEPTION_RECORD* ExceptionRecord;
     PVOID ExceptionAddress;
     DWORD NumberParameters;
-    // Access violation and in-page error: [0] is 0 for a read, 1 for a write, 8 for an execution; [1] the
-    // address.
+    // Access violation and in-page error: [0] is 0 for a read, 1 for a write, 8 for an execution; [1]
+    // the address.
     ULONG_PTR ExceptionInformation[EXCEPTION_MAXIMUM_PARAMETERS];
 };
 

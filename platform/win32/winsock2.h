@@ -83,13 +83,13 @@ int bind(SOCKET socket, const sockaddr* address, int size);
 int listen(SOCKET socket, int backlog);
 SOCKET accept(SOCKET socket, sockaddr* address, int* size);
 
-// On a blocking socket the whole buffer is sent, or the call fails. Returns the number of bytes or
-// SOCKET_ERROR.
+// On a blocking socket the whole buffer is sent, or the call fails. Returns the number of bytes
+// or SOCKET_ERROR.
 int send(SOCKET socket, const char* bytes, int count, int flags);
 // Returns the number of bytes, 0 when the peer has closed its side, or SOCKET_ERROR.
 int recv(SOCKET socket, char* bytes, int count, int flags);
-// With these, a count of type std::size_t means Winsock too: without them the POSIX functions fit it equally
-// well.
+// With these, a count of type std::size_t means Winsock too: without them the POSIX functions fit it
+// equally well.
 inline int send(SOCKET socket, const char* bytes, std::size_t count, int flags) {
     return send(socket, bytes, static_cast<int>(count), flags);
 }

@@ -17,8 +17,8 @@ void send_fault(const Command& command, const std::string& error_text) {
     command.reply_error(error_text + "\n" + command.job.GetLastExceptionReport());
 }
 
-/// Runs a guarded job operation, which sets its error text, and replies to an exception and to a trapped
-/// fault.
+/// Runs a guarded job operation, which sets its error text, and replies to an exception and to a
+/// trapped fault.
 template <typename Operation>
 void run_and_report_errors(const Command& command, Operation operation) {
     std::string error_text;

@@ -12,8 +12,8 @@ namespace {
 
 using quorvel::max3d::maxscript_output;
 
-/// Runs a guarded operation, which sets its error text and tells whether it succeeded, and reports its
-/// failure.
+/// Runs a guarded operation, which sets its error text and tells whether it succeeded, and reports
+/// its failure.
 template <typename Operation>
 bool run_by_hand(Operation operation) {
     try {

@@ -19,8 +19,8 @@ namespace quorvel::FPWrapper {
 template <typename T>
 class FPDispatcher {
 public:
-    /// `name` is empty for a property's getter; `parameter_names` are at least as many as the function has
-    /// parameters.
+    /// `name` is empty for a property's getter; `parameter_names` are at least as many as the function
+    /// has parameters.
     FPDispatcher(FunctionID id, std::string name, std::vector<std::string> parameter_names)
         : m_id(id), m_name(std::move(name)), m_parameter_names(std::move(parameter_names)) {}
     virtual ~FPDispatcher() = default;

@@ -18,8 +18,8 @@ namespace quorvel::FPWrapper {
 template <typename T>
 class FPDescriptorBuilder;
 
-/// A published interface made of member functions of T, which derives from this class. Flags are the
-/// descriptor's.
+/// A published interface made of member functions of T, which derives from this class. Flags are
+/// the descriptor's.
 ///
 /// T's constructor calls QXCreateDescriptor, registers each function and property once, in the order of their
 /// identifiers, and lets the builder go: that publishes the interface, which scripts may call from then on.
@@ -86,8 +86,8 @@ public:
         store(method, used, name, {p1, p2, p3, p4, p5, p6, p7});
     }
 
-    /// Publishes a member function as a property that can only be read. It takes the next automatic
-    /// identifier.
+    /// Publishes a member function as a property that can only be read. It takes the next
+    /// automatic identifier.
     void add_read_only_property(int (T::*getter)(), const std::string& name) {
         const FunctionID id = m_next_id++;
         store(getter, id, "", {});

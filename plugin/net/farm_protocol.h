@@ -25,8 +25,8 @@ inline constexpr std::string_view k_started = "STARTED";
 inline constexpr std::string_view k_success = "SUCCESS";
 /// StartJob: the description of the output follows.
 inline constexpr std::string_view k_success_description = "SUCCESS ";
-/// ExecuteStringScript: the script's text follows. Also the worker's answer to a value request: the value
-/// follows.
+/// ExecuteStringScript: the script's text follows. Also the worker's answer to a value request: the
+/// value follows.
 inline constexpr std::string_view k_success_value = "SUCCESS: ";
 inline constexpr std::string_view k_error = "ERROR: ";
 /// The one error whose text follows without a blank.

@@ -39,8 +39,8 @@ public:
 /// when its time runs out is lost. A negative one never runs out. No locking: one thread at a time.
 class simple_socket {
 public:
-    /// The largest frame that can be sent, its 4 length bytes included, and the largest length that is
-    /// accepted.
+    /// The largest frame that can be sent, its 4 length bytes included, and the largest length that
+    /// is accepted.
     static constexpr std::size_t max_frame_size = 100000;
     /// The largest raw message.
     static constexpr std::size_t max_raw_size = 1536;

@@ -11,8 +11,8 @@ constexpr int load_flags = 6;
 template <typename Call>
 bool returns(JobState& job, const char* operation, std::string& errorText, Call call) {
     errorText.clear();
-    // A fault abandons the local-value frames of whatever script was running: they must not stay in the
-    // chain.
+    // A fault abandons the local-value frames of whatever script was running: they must not stay in
+    // the chain.
     const quorvel::max3d::scoped_maxscript_frame frame;
     const DWORD code = guarded_call(job, call);
     if (code == 0) return true;

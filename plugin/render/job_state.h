@@ -77,8 +77,8 @@ struct JobState {
     std::string lastExceptionReport;
     std::vector<std::string> filesToDiscard;  ///< what the current frame has made so far, if it fails
 
-    // The frame's other bitmaps. They are fields so that a frame that a trapped fault abandoned leaks
-    // nothing.
+    // The frame's other bitmaps. They are fields so that a frame that a trapped fault abandoned
+    // leaks nothing.
     Bitmap* mainBitmap = nullptr;
     Bitmap* passBitmap = nullptr;
     Bitmap* regionBitmap = nullptr;

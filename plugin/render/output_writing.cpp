@@ -37,8 +37,8 @@ bool may_exist(const std::string& name) {
     }
 }
 
-/// What is left of a size without the padding on both sides, of which the image's edges had cut off some
-/// before.
+/// What is left of a size without the padding on both sides, of which the image's edges had cut off
+/// some before.
 std::uint16_t unpadded(long long padded, long long padding, long long low_overflow, long long high_overflow) {
     const long long size = padded - 2 * padding + low_overflow + high_overflow;
     return static_cast<std::uint16_t>(

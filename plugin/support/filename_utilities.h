@@ -30,8 +30,8 @@ private:
     std::string m_text;
 };
 
-/// The text with every occurrence of `from`, which is not empty, replaced; what was put in is not searched
-/// again.
+/// The text with every occurrence of `from`, which is not empty, replaced; what was put in is not
+/// searched again.
 std::string replace_all(std::string text, const std::string& from, const std::string& to);
 
 /// The canonical form: single backslashes, and two in front of a network path.

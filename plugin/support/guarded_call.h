@@ -3,8 +3,8 @@
 #include <seh_guard.h>
 
 /// Runs call() under a structured-exception guard whose filter is owner.FilterSehException. Returns 0 when
-/// the call returned, the fault's code when the filter took one. Exceptions that the call throws pass through
-/// unchanged.
+/// the call returned, the fault's code when the filter took one. Exceptions that the call throws pass
+/// through unchanged.
 template <typename Owner, typename Call>
 DWORD guarded_call(Owner& owner, Call& call) {
     const auto run = [](void* callable) { (*static_cast<Call*>(callable))(); };

@@ -21,8 +21,8 @@ public:
     log_stream(const log_stream&) = delete;
     log_stream& operator=(const log_stream&) = delete;
 
-    /// Opens the file for writing and empties it. Its folder is not created. Others may read and write it
-    /// meanwhile.
+    /// Opens the file for writing and empties it. Its folder is not created. Others may read and write
+    /// it meanwhile.
     void open(const char* path);
 
     /// Writes the values one after another, as an output stream formats them by default, and ends the line.

@@ -24,8 +24,8 @@ public:
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;
 
-    /// Waits for the end: the exit code, or minus the signal that ended it. Throws when it does not end in
-    /// time.
+    /// Waits for the end: the exit code, or minus the signal that ended it. Throws when it does not end
+    /// in time.
     int wait();
     void send_signal(int signal) const;
     pid_t pid() const { return m_pid; }

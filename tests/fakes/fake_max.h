@@ -115,8 +115,8 @@ struct FakeMax final : Interface8,
                        IRendererRequirements,
                        BitmapManager {
     std::vector<std::string> calls;
-    /// What happens inside a call of that name before it answers: a fault, an exception, a change of the
-    /// fields.
+    /// What happens inside a call of that name before it answers: a fault, an exception, a change of
+    /// the fields.
     std::map<std::string, std::function<void()>> inside;
 
     bool is_max_file = true;

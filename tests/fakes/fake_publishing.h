@@ -15,8 +15,8 @@ struct PublishedInterface {
     int description_resource = 0;
     ClassDesc* class_desc = nullptr;
     unsigned flags = 0;
-    /// One text a function, "3 SetTitle 25 (title 44)": identifier, name, return type, parameters with their
-    /// types.
+    /// One text a function, "3 SetTitle 25 (title 44)": identifier, name, return type, parameters with
+    /// their types.
     std::vector<std::string> functions;
     /// One text a property, "12 -1 CurrentFrame 1": getter, setter, name, type.
     std::vector<std::string> properties;

@@ -8,8 +8,8 @@
 
 namespace corrivane::test {
 
-/// Reads or writes memory that is not there. In assembly, so that neither the compiler nor a sanitizer has a
-/// say.
+/// Reads or writes memory that is not there. In assembly, so that neither the compiler nor a sanitizer has
+/// a say.
 inline void read_address(std::uintptr_t address) {
     asm volatile("movl (%0), %%eax" ::"r"(address) : "eax", "memory");
 }

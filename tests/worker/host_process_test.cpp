@@ -69,8 +69,8 @@ TEST_F(HostProcessTest, WhatItStartedEndsWithIt) {
     HostProcess host = shell("sleep 1000 & echo $!");
     host.end(10s, stop);
     ASSERT_EQ(lines.size(), 1);
-    // A killed orphan may stay a zombie for a moment, or for good where nobody reaps, but it can't be opened
-    // alive.
+    // A killed orphan may stay a zombie for a moment, or for good where nobody reaps, but it can't be
+    // opened alive.
     const FileDescriptor orphan(::pidfd_open(std::stoi(lines[0]), 0));
     if (orphan.get() != -1) {
         EXPECT_TRUE(wait_readable({orphan.get()}, deadline_in(10s)));

@@ -46,13 +46,13 @@ OIIO::TypeDesc sample_type(SampleDepth depth) {
     return OIIO::TypeUnknown;
 }
 
-/// Settings that write fast and still compress: the frame's next user waits for the disk and the network as
-/// well.
+/// Settings that write fast and still compress: the frame's next user waits for the disk and the network
+/// as well.
 void choose_compression(OIIO::ImageSpec& spec, ImageFormat format) {
     switch (format) {
         case ImageFormat::png:
-            // Run lengths of pixel differences: a fifth faster than the quickest general compression, and no
-            // larger.
+            // Run lengths of pixel differences: a fifth faster than the quickest general compression, and
+            // no larger.
             spec.attribute("png:compressionLevel", 1);
             spec.attribute("png:filter", 16);
             spec.attribute("compression", "rle");
@@ -62,8 +62,8 @@ void choose_compression(OIIO::ImageSpec& spec, ImageFormat format) {
             break;
         case ImageFormat::tiff:
             spec.attribute("compression", "zip:1");
-            // The writer reports a failure for the EXIF block of a file in memory, although the file is
-            // complete.
+            // The writer reports a failure for the EXIF block of a file in memory, although the file
+            // is complete.
             spec.attribute("tiff:write_exif", 0);
             break;
         case ImageFormat::exr:

@@ -7,8 +7,8 @@
 
 namespace win32_detail {
 
-// Called on the faulting thread, on the signal stack if it has one. Returning means that nobody takes the
-// fault.
+// Called on the faulting thread, on the signal stack if it has one. Returning means that nobody takes
+// the fault.
 using FaultHandler = void (*)(int signal, const siginfo_t& information, const ucontext_t& machine);
 
 // For its lifetime the fault signals reach `handler`, and the calling thread has a signal stack, which it

@@ -202,8 +202,8 @@ TEST_F(OutputFileTest, FoldersWithoutPermission) {
     EXPECT_EQ(code, output_access_denied);
 }
 
-/// Writes an image of every format over an old file: each gives `code`, leaves the old one alone and nothing
-/// else.
+/// Writes an image of every format over an old file: each gives `code`, leaves the old one alone and
+/// nothing else.
 void expect_failing_writes(const fs::path& folder, BMMRES code) {
     const OwnedBitmap bitmap = make_pattern(200, 200);
     for (const char* name : {"a.png", "a.jpg", "a.bmp", "a.tga", "a.tif", "a.exr"}) {
@@ -224,8 +224,8 @@ TEST_F(OutputFileTest, LimitOnFileSizesLeavesTheOldFileAlone) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
 }
 
-/// Puts a file system of 8 KiB on `folder`, for the calling thread alone. False when the system does not let
-/// us.
+/// Puts a file system of 8 KiB on `folder`, for the calling thread alone. False when the system does not
+/// let us.
 bool mount_small_disk(const fs::path& folder) {
     return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
            mount("none", folder.c_str(), "tmpfs", 0, "size=8k") == 0;

@@ -16,8 +16,8 @@ struct ScriptCase {
     std::string shown;
 };
 
-/// Runs scripts in a runtime of its own. Every test runs twice: as it is, and with a collection at every
-/// allocation.
+/// Runs scripts in a runtime of its own. Every test runs twice: as it is, and with a collection at
+/// every allocation.
 class ScriptTest : public testing::TestWithParam<bool> {
 protected:
     ScriptTest();

@@ -326,8 +326,8 @@ TEST(RenderProgress, StopsTheRenderWhereverItSaysNo) {
 }
 
 TEST(RenderProgress, ComesFromSeveralThreadsAtOnce) {
-    // Each waits, up to a limit, for a second one to be inside: that only happens when the calls are not
-    // serialized.
+    // Each waits, up to a limit, for a second one to be inside: that only happens when the calls are
+    // not serialized.
     class Meeting : public RenderProgress {
     public:
         void set_title(const char*) override {}

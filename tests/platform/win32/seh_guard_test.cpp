@@ -139,8 +139,8 @@ struct ThreadState {
     stack_t stack;
     struct sigaction segv;
 
-    // The state of a thread that has had a guard before: it keeps its signal stack, and the process the
-    // handlers.
+    // The state of a thread that has had a guard before: it keeps its signal stack, and the process
+    // the handlers.
     static ThreadState now() {
         seh_guarded_call([](void*) {}, nullptr, watch, nullptr);
         ThreadState state{};

@@ -61,8 +61,8 @@ TEST(SehGuard, LocalTimeInAFilterIsThatOfTheGuardsEntry) {
 // Makes the allocator fault in the middle of its work: the list of free blocks leads to address 16.
 void fault_inside_malloc(void*) {
     constexpr std::size_t beyond_the_thread_cache = 5000;
-    // volatile: the compiler must neither leave out an allocation nor see that a block is used after it was
-    // freed
+    // volatile: the compiler must neither leave out an allocation nor see that a block is used after it
+    // was freed
     void* volatile* volatile block = static_cast<void**>(std::malloc(beyond_the_thread_cache));
     void* volatile barrier = std::malloc(beyond_the_thread_cache);
     std::free(const_cast<void**>(block));
