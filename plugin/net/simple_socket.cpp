@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -9,17 +10,13 @@ namespace quorvel::win32 {
 
 namespace {
 
-constexpr int highest_port = 65535;
 constexpr std::size_t header_size = sizeof(std::uint32_t);
 constexpr const char* no_socket_text = "socket: Failed to create tcp/ip socket.";
-constexpr const char* gone_in_header =
-    "simple_socket::receive: socket was disconnected while reading header.";
-constexpr const char* gone_in_data = "simple_socket::receive: socket was disconnected while reading data.";
-
 std::string last_error_number() {
     return std::to_string(WSAGetLastError());
 }
 
+/// Of a port only the low 16 bits count, as in every address.
 sockaddr_in ipv4_address(std::uint32_t address_in_network_order, int port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -62,23 +59,6 @@ timeval split_milliseconds(int milliseconds) {
 
 }  // namespace
 
-/// When a receive gives up: a value of the 32-bit tick count, which wraps, or never.
-class simple_socket::cutoff_time {
-public:
-    explicit cutoff_time(int timeout_ms)
-        : m_never(timeout_ms < 0), m_tick(GetTickCount() + static_cast<DWORD>(timeout_ms)) {}
-
-    bool never() const { return m_never; }
-    timeval remaining() const {
-        const auto left = static_cast<std::int32_t>(m_tick - GetTickCount());
-        return split_milliseconds(left < 0 ? 0 : left);
-    }
-
-private:
-    bool m_never;
-    DWORD m_tick;
-};
-
 simple_socket::simple_socket() {
     WSADATA data;
     if (WSAStartup(MAKEWORD(2, 2), &data) != 0) throw simple_socket_error("WSAStartup: failed");
@@ -104,23 +84,20 @@ void simple_socket::connect(const std::string& address, int port) {
 
     m_connection = create_tcp_socket();
     const sockaddr_in peer = ipv4_address(ip, port);
-    const bool port_exists = port >= 0 && port <= highest_port;
-    if (!port_exists || ::connect(m_connection, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != 0) {
+    if (::connect(m_connection, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != 0) {
         close(true);
         throw simple_socket_error("connect: Failed to connect to server at port " + std::to_string(port));
     }
 }
 
-void simple_socket::start_listen(int port, bool local_only) {
+void simple_socket::start_listen(int port, bool localOnly) {
     if (is_connected()) throw simple_socket_error("simple_socket::start_listen: Already connected.");
     if (is_listening())
         throw simple_socket_error("simple_socket::start_listen: Already listening for a connection.");
 
     m_listener = create_tcp_socket();
-    const sockaddr_in local = ipv4_address(htonl(local_only ? INADDR_LOOPBACK : INADDR_ANY), port);
-    const bool port_exists = port >= 0 && port <= highest_port;
-    if (!port_exists) WSASetLastError(WSAEINVAL);
-    if (!port_exists || ::bind(m_listener, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
+    const sockaddr_in local = ipv4_address(htonl(localOnly ? INADDR_LOOPBACK : INADDR_ANY), port);
+    if (::bind(m_listener, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
         const std::string code = last_error_number();
         close(true);
         throw simple_socket_error("bind: Failed to bind to the port.: " + code);
@@ -140,13 +117,13 @@ int simple_socket::listening_port() const {
     return ntohs(local.sin_port);
 }
 
-void simple_socket::wait_for_connect(int timeout_ms, bool close_listener) {
+void simple_socket::wait_for_connect(int timeoutMs, bool closeListener) {
     if (is_connected()) throw simple_socket_error("simple_socket::wait_for_connect: Already connected.");
     if (!is_listening())
         throw simple_socket_error("simple_socket::wait_for_connect: Not listening for a connection.");
 
-    const timeval limit = split_milliseconds(timeout_ms);
-    const int ready = wait_until_readable(m_listener, timeout_ms < 0 ? nullptr : &limit);
+    const timeval limit = split_milliseconds(timeoutMs);
+    const int ready = wait_until_readable(m_listener, timeoutMs < 0 ? nullptr : &limit);
     if (ready < 0) {
         close(true);
         throw simple_socket_error("select: Error waiting for connection.");
@@ -161,7 +138,7 @@ void simple_socket::wait_for_connect(int timeout_ms, bool close_listener) {
         close(true);
         throw simple_socket_error("accept: failed");
     }
-    if (close_listener) shut_and_close(m_listener);
+    if (closeListener) shut_and_close(m_listener);
     use_accepted_connection();
 }
 
@@ -206,17 +183,18 @@ void simple_socket::send_bytes(const std::string& bytes) const {
         throw simple_socket_error("send: failed to send the entire message.");
 }
 
-void simple_socket::wait_for_data(const cutoff_time& cutoff) const {
-    const timeval limit = cutoff.never() ? timeval{} : cutoff.remaining();
-    const int ready = wait_until_readable(m_connection, cutoff.never() ? nullptr : &limit);
+void simple_socket::wait_for_data(DWORD cutoff) const {
+    // The tick count wraps; the difference does not mind.
+    const auto remaining = static_cast<std::int32_t>(cutoff - GetTickCount());
+    const timeval limit = split_milliseconds(std::max(remaining, std::int32_t{0}));
+    const int ready = wait_until_readable(m_connection, &limit);
     if (ready < 0)
         throw simple_socket_error("select: Operation on socket failed: WSAError code " + last_error_number());
     if (ready == 0) throw simple_socket_timeout_error("simple_socket: Timed out waiting for data.");
 }
 
 /// One recv of at most `length` bytes; closes both handles when there is nothing more to come.
-std::size_t simple_socket::receive_piece(char* buffer, std::size_t length, const char* disconnect_text,
-                                         int flags) {
+std::size_t simple_socket::receive_piece(char* buffer, std::size_t length, int flags) {
     const int got = ::recv(m_connection, buffer, static_cast<int>(length), flags);
     if (got == SOCKET_ERROR) {
         const std::string code = last_error_number();
@@ -225,62 +203,66 @@ std::size_t simple_socket::receive_piece(char* buffer, std::size_t length, const
     }
     if (got == 0) {
         close(true);
-        throw simple_socket_disconnect_error(disconnect_text);
+        throw simple_socket_disconnect_error(
+            "simple_socket::receive: socket was disconnected while reading data.");
     }
     return static_cast<std::size_t>(got);
 }
 
-/// Fills the buffer, waiting before every piece. With a length of 0 it still waits for the next bytes once.
-void simple_socket::receive_data(char* buffer, std::size_t length, const cutoff_time& cutoff,
-                                 const char* disconnect_text) {
+void simple_socket::receive_data(char* buffer, std::size_t length, bool waitEach, DWORD cutoff) {
     std::size_t have = 0;
     do {
-        wait_for_data(cutoff);
-        if (have < length) have += receive_piece(buffer + have, length - have, disconnect_text);
+        if (waitEach) wait_for_data(cutoff);
+        if (have < length) have += receive_piece(buffer + have, length - have);
     } while (have < length);
 }
 
 /// The next message if it is short and has arrived whole, as most are when their first byte has: the system
-/// is asked no more than needed. An empty one is left to the caller, who waits for what follows it.
+/// is asked no more than needed. Everything else is left where it is; so is an empty message, since the caller
+/// waits for what follows it.
 std::optional<std::string> simple_socket::take_arrived_message() {
     char arrived[2048];
-    const std::size_t size = receive_piece(arrived, sizeof arrived, gone_in_header, MSG_PEEK);
+    const std::size_t size = receive_piece(arrived, sizeof arrived, MSG_PEEK);
     if (size <= header_size) return std::nullopt;
     const std::uint32_t length = decode_length(arrived);
     if (length == 0 || length > size - header_size) return std::nullopt;
-    receive_piece(arrived, header_size + length, gone_in_data);
+    receive_piece(arrived, header_size + length);
     return std::string(arrived + header_size, length);
 }
 
-std::string simple_socket::receive(int timeout_ms) {
+std::string simple_socket::receive(int timeoutMs) {
     if (!is_connected()) throw simple_socket_error("simple_socket: receive while not connected.");
-    const cutoff_time cutoff(timeout_ms);
+    // A negative time-out never runs out: every read then waits by itself.
+    const bool waits = timeoutMs >= 0;
+    const DWORD cutoff = GetTickCount() + static_cast<DWORD>(timeoutMs);
     try {
-        wait_for_data(cutoff);
+        if (waits) wait_for_data(cutoff);
     } catch (const simple_socket_timeout_error&) {
         throw simple_socket_timeout_error("simple_socket: Timed out waiting for header packet to arrive.");
     }
 
-    if (std::optional<std::string> message = take_arrived_message()) return *std::move(message);
-
     char header[header_size];
-    const std::size_t have = receive_piece(header, sizeof header, gone_in_header);
-    if (have < sizeof header) receive_data(header + have, sizeof header - have, cutoff, gone_in_header);
-
+    try {
+        if (std::optional<std::string> message = take_arrived_message()) return *std::move(message);
+        receive_data(header, sizeof header, waits, cutoff);
+    } catch (const simple_socket_disconnect_error&) {
+        throw simple_socket_disconnect_error(
+            "simple_socket::receive: socket was disconnected while reading header.");
+    }
     const std::uint32_t length = decode_length(header);
     if (length > max_frame_size)
         throw simple_socket_error("simple_socket::receive: Invalid packet size (given " +
                                   std::to_string(length) + ")");
 
     std::string payload(length, '\0');
-    receive_data(payload.data(), payload.size(), cutoff, gone_in_data);
+    receive_data(payload.data(), payload.size(), waits, cutoff);
     return payload;
 }
 
-std::string simple_socket::receive_raw(int timeout_ms) {
+std::string simple_socket::receive_raw(int timeoutMs) {
     if (!is_connected()) throw simple_socket_error("simple_socket: receive_raw while not connected.");
     try {
-        if (timeout_ms >= 0) wait_for_data(cutoff_time(timeout_ms));
+        if (timeoutMs >= 0) wait_for_data(GetTickCount() + static_cast<DWORD>(timeoutMs));
     } catch (const simple_socket_timeout_error&) {
         throw simple_socket_timeout_error(
             "simple_socket::receive_raw: Timed out waiting for raw packet to arrive.");
@@ -292,9 +274,9 @@ std::string simple_socket::receive_raw(int timeout_ms) {
     return std::string(buffer, static_cast<std::size_t>(got));
 }
 
-void simple_socket::close(bool also_listener) {
+void simple_socket::close(bool alsoListener) {
     shut_and_close(m_connection);
-    if (also_listener) shut_and_close(m_listener);
+    if (alsoListener) shut_and_close(m_listener);
 }
 
 }  // namespace quorvel::win32

@@ -56,20 +56,20 @@ public:
     /// Connects to a dotted IPv4 address; names are not looked up.
     void connect(const std::string& address, int port);
 
-    /// Listens on a port, 0 for any free one; on 127.0.0.1 alone when `local_only`.
-    void start_listen(int port, bool local_only);
+    /// Listens on a port, 0 for any free one; on 127.0.0.1 alone when `localOnly`.
+    void start_listen(int port, bool localOnly);
     /// The port that a listening socket got.
     int listening_port() const;
     /// Waits for one peer and accepts it; small messages then leave at once.
-    void wait_for_connect(int timeout_ms, bool close_listener);
+    void wait_for_connect(int timeoutMs, bool closeListener);
 
     void send(const std::string& message);
-    std::string receive(int timeout_ms);
+    std::string receive(int timeoutMs);
 
     /// The same without framing: the bytes of one network send or receive; none at the peer's end, which
     /// closes nothing here.
     void send_raw(const std::string& bytes);
-    std::string receive_raw(int timeout_ms);
+    std::string receive_raw(int timeoutMs);
 
     bool is_connected() const { return m_connection != INVALID_SOCKET; }
     bool is_listening() const { return m_listener != INVALID_SOCKET; }
@@ -78,15 +78,15 @@ public:
     /// The listener's handle, likewise: readable once a peer waits to be accepted.
     SOCKET listening_handle() const { return m_listener; }
 
-    void close(bool also_listener);
+    void close(bool alsoListener);
 
 private:
-    class cutoff_time;
-
-    void wait_for_data(const cutoff_time& cutoff) const;
-    void receive_data(char* buffer, std::size_t length, const cutoff_time& cutoff,
-                      const char* disconnect_text);
-    std::size_t receive_piece(char* buffer, std::size_t length, const char* disconnect_text, int flags = 0);
+    /// Waits until there is something to read, or until the tick count reaches the cut-off.
+    void wait_for_data(DWORD cutoff) const;
+    /// Reads exactly `length` bytes, waiting before each piece if `waitEach`. With a length of 0 it still waits
+    /// for the next bytes once.
+    void receive_data(char* buffer, std::size_t length, bool waitEach, DWORD cutoff);
+    std::size_t receive_piece(char* buffer, std::size_t length, int flags = 0);
     std::optional<std::string> take_arrived_message();
     void send_bytes(const std::string& bytes) const;
     void use_accepted_connection() const;

@@ -248,19 +248,13 @@ TEST(SimpleSocket, ServerAcceptsOnePeerWithoutDelays) {
     }
 }
 
-TEST(SimpleSocket, PortInUseOrOutOfRangeCannotBeListenedOn) {
+TEST(SimpleSocket, PortInUseCannotBeListenedOn) {
     simple_socket first;
     first.start_listen(0, true);
-    const struct {
-        int port;
-        const char* code;
-    } cases[] = {{first.listening_port(), "10048"}, {65536, "10022"}, {-1, "10022"}};
-    for (const auto& [port, code] : cases) {
-        simple_socket second;
-        EXPECT_EQ(failure_of([&] { second.start_listen(port, true); }),
-                  std::string("error: bind: Failed to bind to the port.: ") + code);
-        EXPECT_FALSE(second.is_listening());
-    }
+    simple_socket second;
+    EXPECT_EQ(failure_of([&] { second.start_listen(first.listening_port(), true); }),
+              "error: bind: Failed to bind to the port.: 10048");
+    EXPECT_FALSE(second.is_listening());
 }
 
 TEST(SimpleSocket, RawMessagesAreTheBytesOfOneReceive) {
