@@ -13,7 +13,11 @@ void set_bitmap_log(BitmapLog log) {
 }
 
 void log_bitmap_failure(const std::string& call, const std::string& text) {
-    if (bitmap_log != nullptr) bitmap_log(call, text);
+    if (bitmap_log != nullptr) bitmap_log(BitmapLogKind::error, call, text);
+}
+
+void log_bitmap_warning(const std::string& call, const std::string& text) {
+    if (bitmap_log != nullptr) bitmap_log(BitmapLogKind::warning, call, text);
 }
 
 }  // namespace corrivane::host

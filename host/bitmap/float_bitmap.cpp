@@ -126,7 +126,11 @@ BMMRES FloatBitmap::OpenOutput(const BitmapInfo& info) {
 
 BMMRES FloatBitmap::Write(const BitmapInfo& info, int) {
     if (!m_output) return failed("Write", info, output_not_open);
-    return output_result("Write", info, [&] { m_output->write(m_pixels); });
+    const BMMRES result = output_result("Write", info, [&] { m_output->write(m_pixels); });
+    if (result == BMMRES_SUCCESS && !m_output->note_written())
+        log_bitmap_warning("Write", std::string(info.Name()) +
+                                        ": another image of this frame had this name; the last one stays");
+    return result;
 }
 
 BMMRES FloatBitmap::Close(const BitmapInfo&, int) {

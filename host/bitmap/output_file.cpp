@@ -15,8 +15,10 @@
 #include <cmath>
 #include <csignal>
 #include <cstdint>
+#include <filesystem>
 #include <new>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
@@ -28,6 +30,7 @@ namespace corrivane::host {
 namespace {
 
 bool alpha_split = false;
+std::set<std::string> frame_outputs;  ///< of this machine, normalised
 
 ImageFormat checked_format(std::string_view name) {
     if (name.empty()) throw OutputFailure{output_invalid_name};
@@ -143,6 +146,10 @@ void ignore_file_size_signal() {
 
 }  // namespace
 
+void begin_frame_outputs() {
+    frame_outputs.clear();
+}
+
 void set_tga_alpha_split(bool split) {
     alpha_split = split;
 }
@@ -184,6 +191,10 @@ void OutputFile::write(const BMM_Color_fl* pixels) const {
     } catch (const std::bad_alloc&) {
         throw OutputFailure{output_out_of_memory};
     }
+}
+
+bool OutputFile::note_written() const {
+    return frame_outputs.insert(std::filesystem::path(m_path).lexically_normal()).second;
 }
 
 }  // namespace corrivane::host

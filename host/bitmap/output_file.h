@@ -30,6 +30,9 @@ public:
     /// result code.
     void write(const BMM_Color_fl* pixels) const;
 
+    /// Notes a file that was written. False when the frame has written it before.
+    bool note_written() const;
+
 private:
     std::string m_path;        ///< of this machine
     std::string m_alpha_path;  ///< of the alpha split's companion; empty when alpha is not split off
@@ -40,6 +43,10 @@ private:
 struct OutputFailure {
     BMMRES code;  ///< one of output_codes.h
 };
+
+/// From now on the images of another frame are written. Two of one frame in the same file are worth a warning:
+/// the last one stays. The main thread's.
+void begin_frame_outputs();
 
 /// The scene's choice for TGA files; off at first. The main thread's.
 void set_tga_alpha_split(bool split);

@@ -2,6 +2,7 @@
 
 #include "bitmap/bitmap_log.h"
 #include "bitmap/float_bitmap.h"
+#include "bitmap/output_file.h"
 #include "core/fault_injection.h"
 
 #include <drive_map.h>
@@ -23,7 +24,9 @@ BoundedFile bounded_file(const std::string& windows_path) {
 }  // namespace
 
 Core::Core() {
-    set_bitmap_log([](const std::string& call, const std::string& text) { SystemLog().error(call, text); });
+    set_bitmap_log([](BitmapLogKind kind, const std::string& call, const std::string& text) {
+        kind == BitmapLogKind::error ? SystemLog().error(call, text) : SystemLog().warning(call, text);
+    });
 }
 
 Core& Core::instance() {
@@ -205,6 +208,7 @@ int Core::CurRendererRenderFrame(TimeValue time, Bitmap* bitmap, RendProgressCal
     frame.view = view;
     frame.region = region;
     FrameCall call{*this, frame};
+    begin_frame_outputs();
     m_rendering = true;
     seh_guarded_call(&FrameCall::run, &call, &FrameCall::leave, this);
     m_rendering = false;

@@ -91,11 +91,15 @@ std::vector<std::string> logged;
 
 TEST_F(OutputFileTest, FailuresAreLogged) {
     logged.clear();
-    set_bitmap_log(
-        [](const std::string& call, const std::string& text) { logged.push_back(call + ": " + text); });
+    set_bitmap_log([](BitmapLogKind kind, const std::string& call, const std::string& text) {
+        logged.push_back((kind == BitmapLogKind::warning ? "warning: " : "") + call + ": " + text);
+    });
     const OwnedBitmap bitmap = make_pattern(8, 8);
     bitmap->OpenOutput(describe("C:\\out\\a.gif"));
     bitmap->Write(describe("C:\\out\\a.gif"), BMM_SINGLEFRAME);
+    for (const char* name : {"C:\\out\\a.png", "c:/out/./a.png"})
+        save(*bitmap, describe(name));
+    begin_frame_outputs();
     save(*bitmap, describe("C:\\out\\a.png"));
     bitmap->OpenOutput(describe("C:\\out\\b.png"));
     fs::remove_all(out());
@@ -106,6 +110,7 @@ TEST_F(OutputFileTest, FailuresAreLogged) {
     const std::vector<std::string> expected = {
         "OpenOutput: C:\\out\\a.gif: no image format for this extension (code 50)",
         "Write: C:\\out\\a.gif: the file has not been opened (code 6)",
+        "warning: Write: c:/out/./a.png: another image of this frame had this name; the last one stays",
         "Write: C:\\out\\b.png: no such folder (code 3)",
         "Create: an image of 0x7 pixels: sizes are at least 1",
         "Create: an image of 65535x65535 pixels: too many",
