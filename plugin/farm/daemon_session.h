@@ -7,16 +7,15 @@
 /// The one socket of the farm link. A session connects it and never closes it itself.
 extern quorvel::win32::simple_socket session_socket;
 
-/// True exactly while run_corrivane_daemon runs: whether scripts have a worker to talk to.
+/// True exactly while RunCorrivaneDaemon runs: whether scripts have a worker to talk to.
 extern bool daemon_running;
 
 inline constexpr const char* plugin_version = "2.7.29981";
 
 /// The build's date and time in the compiler's forms, as the greeting shows them: "Oct 29 2007 07:16:22 R".
-std::string make_build_stamp(const std::string& build_date, const std::string& build_time);
+std::string make_build_stamp(const std::string& buildDate, const std::string& buildTime);
 
-/// Connects to the worker that listens on that port of this machine, proves itself with the token and serves
-/// commands until the worker closes the connection; then returns true. Whatever else ends the session is
-/// logged, answered with one error reply if the connection is still there, and gives false. So does a call
-/// while a session is running, which changes nothing.
-bool run_corrivane_daemon(int port, const std::string& token);
+/// Connects to the worker that listens on that port of this machine, proves itself with the token, and serves
+/// commands until the worker closes the connection. Whatever else ends the session passes as an exception; the
+/// connection may still be open then.
+void run_daemon_session(int port, const std::string& token);

@@ -5,21 +5,20 @@
 
 #include <max/core_interface.h>
 
-#include <stdexcept>
-
 namespace {
 
 namespace reply = corrivane::reply;
 using quorvel::max3d::maxscript_value_text;
 
+void reply_wrong_count(const Command& command) {
+    command.reply_error(command.fields.front() + ": Expected 2 parameters, got " +
+                        std::to_string(command.parameter_count()));
+}
+
 /// Checks the parameters that both script commands share and notes the frame; answers what is wrong. Both
 /// call an invalid frame ExecuteScript's.
 bool accept_script_command(Command& command) {
-    if (command.parameter_count() < 2) {
-        command.reply_error(command.fields.front() + ": Expected 2 parameters, got " +
-                            std::to_string(command.parameter_count()));
-        return false;
-    }
+    if (command.parameter_count() < 1) return reply_wrong_count(command), false;
     const std::optional<int> frame = parse_integer(command.parameter(1));
     if (!frame) {
         command.reply_error("ExecuteScript: Parameter 1 , \"" + command.parameter(1) +
@@ -27,12 +26,13 @@ bool accept_script_command(Command& command) {
         return false;
     }
     command.job.currentFrame = *frame;
+    if (command.parameter_count() < 2) return reply_wrong_count(command), false;
     return true;
 }
 
-void set_scene_time(int frame, TimeValue time) {
+void set_scene_time(int frame) {
     Interface* core = GetCOREInterface();
-    core->SetTime(time, TRUE);
+    core->SetTime(frame_time(frame), TRUE);
     connect_log.entry("Set Time to ", frame);
     connect_log.entry("GetTime(): ", core->GetTime());
 }
@@ -45,17 +45,9 @@ bool means_success(Value* value) {
 
 void execute_script(Command& command) {
     if (!accept_script_command(command)) return;
-    const int frame = command.job.currentFrame;
     const bool sets_time = command.parameter_count() >= 3 && command.parameter(3) == corrivane::k_set_time;
-    TimeValue time = 0;
-    try {
-        if (sets_time) time = frame_time(frame);
-    } catch (const std::exception& error) {
-        return command.reply_error(std::string("ExecuteScript: ") + error.what());
-    }
-
     command.reply(reply::k_started);
-    if (sets_time) set_scene_time(frame, time);
+    if (sets_time) set_scene_time(command.job.currentFrame);
     const std::string& path = command.parameter(2);
     connect_log.entry("Executing script ", path);
     Value* value = quorvel::max3d::execute_maxscript_file(path);

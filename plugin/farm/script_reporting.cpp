@@ -31,7 +31,7 @@ bool run_by_hand(Operation operation) {
 
 }  // namespace
 
-void log_message(const std::string& message) {
+void LogMessage(const std::string& message) {
     log_calling_thread();
     if (daemon_running) {
         pump_messages();
@@ -41,22 +41,22 @@ void log_message(const std::string& message) {
     }
 }
 
-bool debug_start_job(const std::string& file_name, const std::string& camera_name) {
+bool Debug_StartJob(const std::string& fileName, const std::string& cameraName) {
     return run_by_hand([&](std::string& error_text) {
-        job_state.CallStartJob(file_name, camera_name, error_text);
+        job_state.CallStartJob(fileName, cameraName, error_text);
         return true;
     });
 }
 
-bool debug_render_frame(int frame) {
-    return run_by_hand([frame](std::string& error_text) {
+bool Debug_RenderFrame(int frameIndex) {
+    return run_by_hand([frameIndex](std::string& error_text) {
         // Never connected: the render's progress has nobody to go to.
         quorvel::win32::simple_socket nobody;
-        return job_state.CallRenderFrame(frame, nobody, error_text) == 0;
+        return job_state.CallRenderFrame(frameIndex, nobody, error_text) == 0;
     });
 }
 
-bool debug_end_job() {
+bool Debug_EndJob() {
     return run_by_hand([](std::string& error_text) {
         job_state.CallEndJob(error_text);
         return true;

@@ -26,10 +26,10 @@ class FPDescriptorBuilder;
 template <typename T, unsigned Flags>
 class QXStaticInterface : public FPStaticInterface {
 public:
-    FPStatus _dispatch_fn(FunctionID function, TimeValue time, FPValue& result, FPParams* params) override {
-        const auto found = m_dispatchers.find(function);
+    FPStatus _dispatch_fn(FunctionID fid, TimeValue t, FPValue& result, FPParams* params) override {
+        const auto found = m_dispatchers.find(fid);
         if (found == m_dispatchers.end()) return FPS_NO_SUCH_FUNCTION;
-        found->second->dispatch(static_cast<T*>(this), time, result, params);
+        found->second->dispatch(static_cast<T*>(this), t, result, params);
         return FPS_OK;
     }
 
@@ -63,8 +63,8 @@ template <typename T>
 class FPDescriptorBuilder {
 public:
     /// See QXCreateDescriptor.
-    FPDescriptorBuilder(T* owner, Interface_ID id, std::string name, ClassDesc* class_desc)
-        : m_owner(owner), m_id(id), m_name(std::move(name)), m_class_desc(class_desc) {
+    FPDescriptorBuilder(T* owner, Interface_ID id, std::string name, ClassDesc* classDesc)
+        : m_owner(owner), m_id(id), m_name(std::move(name)), m_class_desc(classDesc) {
         if (id == Interface_ID()) refuse_default_id();
     }
     FPDescriptorBuilder(const FPDescriptorBuilder&) = delete;
@@ -139,8 +139,8 @@ private:
 /// refused: an entry in 3ds Max's log and a std::runtime_error.
 template <typename T>
 FPDescriptorBuilder<T> QXCreateDescriptor(T* owner, Interface_ID id, const std::string& name,
-                                          ClassDesc* class_desc) {
-    return FPDescriptorBuilder<T>(owner, id, name, class_desc);
+                                          ClassDesc* classDesc) {
+    return FPDescriptorBuilder<T>(owner, id, name, classDesc);
 }
 
 }  // namespace quorvel::FPWrapper

@@ -60,15 +60,15 @@ CorrivaneInterface::CorrivaneInterface() {
 }
 
 bool CorrivaneInterface::Debug_StartJob(const std::string& fileName, const std::string& cameraName) {
-    return debug_start_job(fileName, cameraName);
+    return ::Debug_StartJob(fileName, cameraName);
 }
 
 bool CorrivaneInterface::Debug_EndJob() {
-    return debug_end_job();
+    return ::Debug_EndJob();
 }
 
 bool CorrivaneInterface::Debug_RenderFrame(int frameIndex) {
-    return debug_render_frame(frameIndex);
+    return ::Debug_RenderFrame(frameIndex);
 }
 
 void CorrivaneInterface::SetTitle(const std::string& title) {
@@ -129,9 +129,5 @@ int CorrivaneInterface::CurrentFrame() {
 }
 
 void CorrivaneInterface::LogMessage(const std::string& message) {
-    log_message(message);
-}
-
-bool CorrivaneInterface::RunCorrivaneDaemon(int portNumber, const std::string& token) {
-    return run_corrivane_daemon(portNumber, token);
+    ::LogMessage(message);
 }

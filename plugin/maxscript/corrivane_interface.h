@@ -35,5 +35,17 @@ public:
     /// The frame of the worker's last command; without a session that of the time slider.
     int CurrentFrame();
     void LogMessage(const std::string& message);
+
+    /// Connects to the worker that listens on that port of this machine and serves its commands until it closes
+    /// the connection; then returns true. Whatever else ends the session is logged and answered with one error
+    /// reply if the connection is still there, and gives false; only a reply that cannot be sent throws. A call
+    /// while a session is running gives false and changes nothing.
     bool RunCorrivaneDaemon(int portNumber, const std::string& token);
+
+    /// Runs the session under a structured-exception guard. A trapped fault gives false and its text; the text
+    /// is empty otherwise. Exceptions pass. Not published.
+    bool RunDaemonGuarded(int port, const std::string& token, std::string& errorText);
 };
+
+/// The one object, which is published as long as the library is loaded.
+extern CorrivaneInterface quillane_util;

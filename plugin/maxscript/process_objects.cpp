@@ -12,9 +12,4 @@ log_stream connect_log;
 JobState job_state;
 bool daemon_running = false;
 quorvel::win32::simple_socket session_socket;
-
-namespace {
-
 CorrivaneInterface quillane_util;
-
-}  // namespace

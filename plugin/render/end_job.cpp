@@ -1,4 +1,4 @@
-#include "render/job_state.h"
+#include "render/guard.h"
 
 #include <stdexcept>
 
@@ -6,15 +6,15 @@ void JobState::CloseRenderer() {
     if (!rendererOpen) return;
     std::string errorText;
     CallCloseCurRenderer(errorText);
-    if (!errorText.empty()) ThrowTrappedFault(errorText);
+    if (!errorText.empty()) throw_trapped_fault(*this, errorText);
     rendererOpen = false;
 }
 
 void JobState::EndJob() {
-    RefuseInsideAFrame("EndJob", 0);
+    refuse_inside_a_frame(*this, "EndJob");
     if (!jobRunning) throw std::runtime_error(std::string("EndJob") + job_not_running_text);
     CloseRenderer();
-    ReleaseFrameBitmaps();
+    release_frame(*this);
     coreInterface->ReleaseViewport(activeViewport);
     // A render node keeps no scene in memory between jobs; nobody is there to be asked.
     coreInterface->FileReset(TRUE);

@@ -3,7 +3,7 @@
 #include "support/exception_report.h"
 #include "support/log.h"
 
-#include <limits>
+#include <cstdint>
 #include <stdexcept>
 
 JobState::JobState() {
@@ -13,19 +13,13 @@ JobState::JobState() {
     connect_log.open(connect_log_path);
 }
 
-int JobState::FilterSehException(DWORD code, EXCEPTION_POINTERS* information) {
-    report_text report;
-    build_exception_report(*information, report);
-    lastExceptionReport.assign(report.view());
+int JobState::FilterSehException(DWORD code, EXCEPTION_POINTERS* exceptionInformation) {
+    lastExceptionReport.assign(build_exception_report(*exceptionInformation));
     return is_handled_seh_exception(code) ? EXCEPTION_EXECUTE_HANDLER : EXCEPTION_CONTINUE_SEARCH;
 }
 
 std::string JobState::GetLastExceptionReport() const {
     return lastExceptionReport;
-}
-
-void JobState::ThrowTrappedFault(const std::string& errorText) const {
-    throw std::runtime_error(errorText + "\n" + lastExceptionReport);
 }
 
 const std::string& JobState::GetOutputFilename(int index) const {
@@ -35,8 +29,6 @@ const std::string& JobState::GetOutputFilename(int index) const {
 }
 
 TimeValue frame_time(int frame) {
-    const long long ticks = static_cast<long long>(GetTicksPerFrame()) * frame;
-    if (ticks < std::numeric_limits<TimeValue>::min() || ticks > std::numeric_limits<TimeValue>::max())
-        throw std::runtime_error("Frame " + std::to_string(frame) + " is outside the range of scene times.");
-    return static_cast<TimeValue>(ticks);
+    return static_cast<TimeValue>(static_cast<std::uint32_t>(GetTicksPerFrame()) *
+                                  static_cast<std::uint32_t>(frame));
 }

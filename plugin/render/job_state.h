@@ -1,6 +1,7 @@
 #pragma once
 
 #include "net/simple_socket.h"
+#include "render/frame.h"
 
 #include <max/core_interface.h>
 #include <max/renderer.h>
@@ -9,8 +10,6 @@
 
 #include <string>
 #include <vector>
-
-class CorrivaneRenderCallback;
 
 /// The one record of the current render job, and everything that can be done with it.
 ///
@@ -21,7 +20,7 @@ class CorrivaneRenderCallback;
 ///
 /// Only 3ds Max's main thread touches it; there is no lock. Everything that it points to in 3ds Max is
 /// borrowed, except the bitmaps of a frame, which it makes and gives back. Operations fail with
-/// std::runtime_error; a failing operation leaves the fields as far as it got.
+/// std::runtime_error; a failing operation leaves the fields as far as it got, and the files that it wrote.
 struct JobState {
     using simple_socket = quorvel::win32::simple_socket;
 
@@ -75,16 +74,7 @@ struct JobState {
     std::vector<PBBitmap*> elementBitmaps;     ///< one for each element; null where an element has none
     std::vector<Bitmap*> elementAccumulators;  ///< one for each element during a multi-pass frame, else empty
     std::string lastExceptionReport;
-    std::vector<std::string> filesToDiscard;  ///< what the current frame has made so far, if it fails
-
-    // The frame's other bitmaps. They are fields so that a frame that a trapped fault abandoned
-    // leaks nothing.
-    Bitmap* mainBitmap = nullptr;
-    Bitmap* passBitmap = nullptr;
-    Bitmap* regionBitmap = nullptr;
-
-    /// How many frames' calls are under way: a second one is of a script that runs inside the renderer.
-    int framesUnderWay = 0;
+    Frame frameUnderWay;
 
     /// Opens connect_log.
     JobState();
@@ -106,7 +96,7 @@ struct JobState {
 
     /// The filter of every guard: stores the crash report of whatever reaches it and returns 1 for the faults
     /// that guards take, 0 for everything else. Runs on top of the faulting frames and allocates nothing.
-    int FilterSehException(DWORD code, EXCEPTION_POINTERS* information);
+    int FilterSehException(DWORD code, EXCEPTION_POINTERS* exceptionInformation);
     /// The report of the last exception that reached a guard, "No message" before the first.
     std::string GetLastExceptionReport() const;
 
@@ -141,8 +131,6 @@ struct JobState {
 
     // Writing and checking images (output_writing.cpp, black_frame_check.cpp)
 
-    /// Removes what a frame that fails has written: nothing may be taken for a finished frame.
-    void DiscardWrittenFiles();
     /// Writes a bitmap to the description's file, proves that the file exists, and notes it as written.
     void save_output(Bitmap* bitmap, const BitmapInfo& info);
     /// The same for the region without its padding.
@@ -171,42 +159,6 @@ struct JobState {
     int GetSubmitInfoEntryElementCount(const std::string& key, simple_socket& socket);
     std::string GetSubmitInfoEntryElement(int index, const std::string& key, simple_socket& socket);
     std::string GetAuxFilename(int index, simple_socket& socket);
-
-private:
-    void ResetJobOptions();
-    void LoadScene(const std::string& maxFile);
-    void ChooseRenderCamera(const std::string& cameraName);
-    void RecogniseRenderer();
-
-    void FindMultipassEffect(TimeValue time);
-    void FindHolderEffect(TimeValue time);
-    void FindCameraEffect(TimeValue time);
-
-    void PrepareOutputs();
-    void CollectRenderElements();
-    std::string NumberedName(const std::string& name, int frame) const;
-    void NameMainOutput(int frame);
-    bool IsAlreadyRendered() const;
-    void CreateFrameBitmaps(int frame);
-    void CreateElementBitmap(PBBitmap& element, int frame);
-    void CheckOutputNames() const;
-    void CreateAccumulators();
-    void CreateOutputPaths();
-    void CreateJpegOutputPath();
-    void RenderImage(TimeValue time, simple_socket& socket);
-    void RenderSinglePass(TimeValue time, simple_socket& socket);
-    void RenderMultipass(TimeValue time, simple_socket& socket);
-    void RenderPass(int pass, TimeValue time, simple_socket& socket);
-    void AccumulatePass(int pass, TimeValue passTime);
-    int RenderInto(Bitmap* bitmap, TimeValue time, CorrivaneRenderCallback& callback, ViewParams* view);
-    bool ShowsFrameBuffer() const { return showFrameBuffer && !rendererClass1; }
-    void SaveOutputs();
-    void SaveMainOutput();
-    void SaveElements();
-    void SaveImage(Bitmap* bitmap, const BitmapInfo& info);
-    void ReleaseFrameBitmaps();
-    void RefuseInsideAFrame(const char* operation, int framesAllowed) const;
-    [[noreturn]] void ThrowTrappedFault(const std::string& errorText) const;
 };
 
 /// The job of this process.
@@ -216,5 +168,5 @@ extern JobState job_state;
 inline constexpr const char* job_not_running_text =
     " called when consistency check flag jobRunning was not set";
 
-/// The scene time of a frame, in ticks. Throws std::runtime_error when it is outside of what ticks can count.
+/// The scene time of a frame, in ticks. It wraps as 32-bit numbers do: frames that far from 0 have no time.
 TimeValue frame_time(int frame);

@@ -30,6 +30,37 @@ IMultiPassCameraEffect* enabled_effect(Object* object, TimeValue time) {
     return camera->GetIMultiPassCameraEffect();
 }
 
+void find_holder_effect(JobState& job, TimeValue time) {
+    job.multipassHolderNode = find_multipass_holder(job.renderCameraNode);
+    if (job.multipassHolderNode == nullptr) return;
+    connect_log.entry("Multipass plugin holder camera node ", job.multipassHolderNode->GetName());
+    job.multipassHolderObject = job.multipassHolderNode->EvalWorldState(time, TRUE).obj;
+    IMultiPassCameraEffect* effect = enabled_effect(job.multipassHolderObject, time);
+    if (effect == nullptr) return;
+    job.multipassEnabled = true;
+    job.multipassEffect = effect;
+    job.multipassTotalPasses = effect->TotalPasses(time);
+}
+
+void find_camera_effect(JobState& job, TimeValue time) {
+    IMultiPassCameraEffect* effect = enabled_effect(job.renderCameraObject, time);
+    if (effect == nullptr) return;
+    job.multipassEffect = effect;
+    const bool single_pass = effect->ClassID() == single_pass_effect_class;
+    job.multipassEnabled = !single_pass || job.rendererClass2;
+    job.multipassTotalPasses = single_pass ? 1 : effect->TotalPasses(time);
+}
+
+void find_multipass_effect(JobState& job, TimeValue time) {
+    job.renderCameraObject = job.renderCameraNode->EvalWorldState(time, TRUE).obj;
+    const bool holder_camera = job.rendererClass1 && job.renderCameraObject != nullptr &&
+                               job.renderCameraObject->ClassID() == holder_camera_class;
+    if (holder_camera)
+        find_holder_effect(job, time);
+    else
+        find_camera_effect(job, time);
+}
+
 }  // namespace
 
 void JobState::OpenRenderer(int frame) {
@@ -42,8 +73,9 @@ void JobState::OpenRenderer(int frame) {
     multipassTotalPasses = 1;
     if (renderCameraNode != nullptr) {
         connect_log.entry("Rendering camera node ", renderCameraNode->GetName());
-        connect_log.entry("Checking multipass info for frame ", frame);
-        FindMultipassEffect(frame_time(frame));
+        const TimeValue time = frame_time(frame);
+        connect_log.entry("Checking multipass info for frame ", time / GetTicksPerFrame());
+        find_multipass_effect(*this, time);
     } else {
         connect_log.entry("Rendering view at address ", static_cast<const void*>(activeViewport));
     }
@@ -60,35 +92,4 @@ void JobState::OpenRenderer(int frame) {
     connect_log.entry("Multipass enabled = ", multipassEnabled);
     connect_log.entry("Total passes = ", multipassTotalPasses);
     rendererOpen = true;
-}
-
-void JobState::FindMultipassEffect(TimeValue time) {
-    renderCameraObject = renderCameraNode->EvalWorldState(time, TRUE).obj;
-    const bool holder_camera = rendererClass1 && renderCameraObject != nullptr &&
-                               renderCameraObject->ClassID() == holder_camera_class;
-    if (holder_camera)
-        FindHolderEffect(time);
-    else
-        FindCameraEffect(time);
-}
-
-void JobState::FindHolderEffect(TimeValue time) {
-    multipassHolderNode = find_multipass_holder(renderCameraNode);
-    if (multipassHolderNode == nullptr) return;
-    connect_log.entry("Multipass plugin holder camera node ", multipassHolderNode->GetName());
-    multipassHolderObject = multipassHolderNode->EvalWorldState(time, TRUE).obj;
-    IMultiPassCameraEffect* effect = enabled_effect(multipassHolderObject, time);
-    if (effect == nullptr) return;
-    multipassEnabled = true;
-    multipassEffect = effect;
-    multipassTotalPasses = effect->TotalPasses(time);
-}
-
-void JobState::FindCameraEffect(TimeValue time) {
-    IMultiPassCameraEffect* effect = enabled_effect(renderCameraObject, time);
-    if (effect == nullptr) return;
-    multipassEffect = effect;
-    const bool single_pass = effect->ClassID() == single_pass_effect_class;
-    multipassEnabled = !single_pass || rendererClass2;
-    multipassTotalPasses = single_pass ? 1 : effect->TotalPasses(time);
 }

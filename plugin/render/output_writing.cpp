@@ -1,4 +1,5 @@
-#include "render/frame_bitmaps.h"
+#include "render/output_writing.h"
+
 #include "render/job_state.h"
 #include "support/file_system.h"
 #include "support/filename_utilities.h"
@@ -28,15 +29,6 @@ void require_file(const std::string& name, const char* circumstance) {
                                  "output file, \"" + name + "\" did not exist.");
 }
 
-/// False only where the system is sure that there is no such file.
-bool may_exist(const std::string& name) {
-    try {
-        return file_exists(name);
-    } catch (const std::runtime_error&) {
-        return true;
-    }
-}
-
 /// What is left of a size without the padding on both sides, of which the image's edges had cut off
 /// some before.
 std::uint16_t unpadded(long long padded, long long padding, long long low_overflow, long long high_overflow) {
@@ -60,22 +52,11 @@ void JobState::save_output(Bitmap* bitmap, const BitmapInfo& info) {
     connect_log.entry("writing to output file: ", name);
     if (alphaSplit) connect_log.entry("Alpha Split feature (tga) is enabled, need to save ", alpha_name);
 
-    // The writer decides whether it makes a companion; one that was there before may be somebody else's.
-    const bool companion_was_there = may_exist(alpha_name);
     write_bitmap(bitmap, info);
-    filesToDiscard.push_back(name);
-    if (!companion_was_there) filesToDiscard.push_back(alpha_name);
     require_file(name, "");
     if (alphaSplit) require_file(alpha_name, "Alpha Split feature (tga) is enabled, and the ");
     writtenOutputFiles.push_back(name);
     if (alphaSplit) writtenOutputFiles.push_back(alpha_name);
-}
-
-void JobState::DiscardWrittenFiles() {
-    for (const std::string& name : filesToDiscard)
-        remove_file(name);
-    filesToDiscard.clear();
-    writtenOutputFiles.clear();
 }
 
 void JobState::save_region_output(Bitmap* bitmap, const BitmapInfo& info) {
@@ -84,17 +65,25 @@ void JobState::save_region_output(Bitmap* bitmap, const BitmapInfo& info) {
     region_info.SetWidth(unpadded(bitmap->Width(), regionPadding, regionLeftOverflow, regionRightOverflow));
     region_info.SetHeight(unpadded(bitmap->Height(), regionPadding, regionTopOverflow, regionBottomOverflow));
 
-    regionBitmap = TheManager->Create(region_info);
-    if (regionBitmap == nullptr)
+    Bitmap*& region = frameUnderWay.regionBitmap;
+    region = TheManager->Create(region_info);
+    if (region == nullptr)
         throw std::runtime_error("Failed to allocate region Bitmap: TheManager->Create() return NULL");
+    const at_scope_end give_back([&region] { release(region); });
     region_info.SetCustomFlags(BMM_CUSTOM_POSITION);
-    region_info.SetCustomX(regionLeftOverflow - regionPadding);
-    region_info.SetCustomY(regionTopOverflow - regionPadding);
-    regionBitmap->PrepareGChannels(region_info);
-    if (regionBitmap->HasStorage())
-        regionBitmap->CopyImage(*bitmap, COPY_IMAGE_USE_CUSTOM, BMM_Color_fl{0, 0, 0, 0}, region_info);
-    save_output(regionBitmap, region_info);
-    release(regionBitmap);
+    region_info.SetCustomX(static_cast<int>(std::int64_t{regionLeftOverflow} - regionPadding));
+    region_info.SetCustomY(static_cast<int>(std::int64_t{regionTopOverflow} - regionPadding));
+    region->PrepareGChannels(region_info);
+    if (region->HasStorage())
+        region->CopyImage(*bitmap, COPY_IMAGE_USE_CUSTOM, BMM_Color_fl{0, 0, 0, 0}, region_info);
+    save_output(region, region_info);
+}
+
+void save_image(JobState& job, Bitmap* bitmap, const BitmapInfo& info) {
+    if (job.regionRendering)
+        job.save_region_output(bitmap, info);
+    else
+        job.save_output(bitmap, info);
 }
 
 void JobState::write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info) {
@@ -105,6 +94,5 @@ void JobState::write_jpeg_preview(Bitmap* bitmap, const BitmapInfo& info) {
     PrepareBitmapInfo(preview_info);
     preview_info.SetName(preview_name.c_str());
     write_bitmap(bitmap, preview_info);
-    filesToDiscard.push_back(preview_name);
     require_file(preview_name, "");
 }

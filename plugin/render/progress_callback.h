@@ -28,17 +28,22 @@ public:
     int Progress(int done, int total) override;
 
 private:
-    bool MayReport(int done, int total);
-    int Report(float percentage);
-    static int GiveUp();
-    void SendProgress(float percentage);
+    bool may_report(int done, int total);
+    int report(float percentage);
+    static int give_up();
+    void send_progress(float percentage);
 
-    quorvel::win32::simple_socket& m_socket;
-    std::mutex m_lock;                    ///< held while the title changes and from a request to its reply
-    std::atomic<int> m_timeoutCount = 0;  ///< replies in a row that did not come
-    std::atomic<bool> m_initializingRayServer = false;  ///< what m_title tells, for readers without the lock
-    std::string m_titlePrefix;
-    std::string m_title;
-    float m_progressOffset = 0.0F;  ///< percent
-    float m_progressScale = 1.0F;
+    quorvel::win32::simple_socket& socket;
+    std::mutex lock;                    ///< held while the title changes and from a request to its reply
+    std::atomic<int> timeoutCount = 0;  ///< replies in a row that did not come
+    std::string titlePrefix;
+    std::string title;            ///< without trailing line breaks
+    float progressOffset = 0.0F;  ///< percent
+    float progressScale = 1.0F;
+    std::atomic<bool> initializingRayServer = false;  ///< what title tells, for readers without the lock
+
+    // When the last request was sent, and whether it was for an unknown amount of work. Frames and jobs share
+    // them, so that the worker is not flooded at the seams either.
+    static inline std::atomic<DWORD> lastProgressTick = 0;
+    static inline std::atomic<bool> lastProgressIndeterminate = true;
 };

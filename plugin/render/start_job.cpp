@@ -1,4 +1,4 @@
-#include "render/job_state.h"
+#include "render/guard.h"
 #include "support/log.h"
 
 #include <max/exceptions.h>
@@ -43,53 +43,25 @@ std::string quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
 
-}  // namespace
-
-void JobState::StartJob(const std::string& maxFile, const std::string& cameraName) {
-    coreInterface = GetCOREInterface();
-    coreInterface8 = GetCOREInterface8();
-    connect_log.entry("StartJob begin");
-    RefuseInsideAFrame("StartJob", 0);
-    ResetJobOptions();
-    if (jobRunning) throw std::runtime_error("StartJob called when job was already running.");
-
-    connect_log.entry("setting up default actions");
-    SetupDefaultActions();
-    connect_log.entry("Checking max file validity...");
-    if (!coreInterface->IsMaxFile(maxFile.c_str()))
-        throw std::runtime_error("Invalid max file: " + quoted(maxFile));
-
-    LoadScene(maxFile);
-    connect_log.entry("Successfully loaded the max file");
-    connect_log.entry("setting up default actions again, just to ensure they're set");
-    SetupDefaultActions();
-
-    activeViewport = coreInterface->GetActiveViewport();
-    connect_log.entry("Got the active viewport: ", static_cast<const void*>(activeViewport));
-    ChooseRenderCamera(cameraName);
-    RecogniseRenderer();
-    jobRunning = true;
+void reset_job_options(JobState& job) {
+    job.blackFrameThreshold = default_black_frame_threshold;
+    job.jpegOutputPath.clear();
+    job.rendererClass1 = job.rendererClass2 = false;
+    job.frameNumberBase = 0;
+    job.showFrameBuffer = true;
+    job.restartRendererMode = job.removePadding = job.alphaSplit = job.failOnBlackFrames = false;
+    job.useJpegOutput = job.regionRendering = job.useOutputImageFilename = false;
+    job.blackFramePercentage = 0;
+    job.regionLeft = job.regionTop = job.regionRight = job.regionBottom = job.regionPadding = 0;
+    job.regionLeftOverflow = job.regionTopOverflow = job.regionRightOverflow = job.regionBottomOverflow = 0;
 }
 
-void JobState::ResetJobOptions() {
-    blackFrameThreshold = default_black_frame_threshold;
-    jpegOutputPath.clear();
-    rendererClass1 = rendererClass2 = false;
-    frameNumberBase = 0;
-    showFrameBuffer = true;
-    restartRendererMode = removePadding = alphaSplit = failOnBlackFrames = false;
-    useJpegOutput = regionRendering = useOutputImageFilename = false;
-    blackFramePercentage = 0;
-    regionLeft = regionTop = regionRight = regionBottom = regionPadding = 0;
-    regionLeftOverflow = regionTopOverflow = regionRightOverflow = regionBottomOverflow = 0;
-}
-
-void JobState::LoadScene(const std::string& maxFile) {
+void load_scene(JobState& job, const std::string& maxFile) {
     connect_log.entry("Trying to load max file...");
     std::string errorText;
     int loaded = 0;
     try {
-        loaded = CallLoadFromFile(maxFile, errorText);
+        loaded = job.CallLoadFromFile(maxFile, errorText);
     } catch (const std::exception& error) {
         connect_log.entry("catch(std::exception& e) from LoadFromFile()");
         throw std::runtime_error(std::string("Caught an exception in GetCOREInterface()->LoadFromFile(): ") +
@@ -102,37 +74,64 @@ void JobState::LoadScene(const std::string& maxFile) {
         connect_log.entry("catch(...) from LoadFromFile()");
         throw std::runtime_error("3ds max crashed in GetCOREInterface()->LoadFromFile(): " + quoted(maxFile));
     }
-    if (!errorText.empty()) ThrowTrappedFault(errorText);
+    if (!errorText.empty()) throw_trapped_fault(job, errorText);
     if (loaded == 0) {
         connect_log.entry("LoadFromFile() returned failure");
         throw std::runtime_error("Failed to load max file: " + quoted(maxFile));
     }
 }
 
-void JobState::ChooseRenderCamera(const std::string& cameraName) {
-    renderCameraNode = nullptr;
+void choose_render_camera(JobState& job, const std::string& cameraName) {
+    job.renderCameraNode = nullptr;
     if (!cameraName.empty()) {
-        renderCameraNode = coreInterface->GetINodeByName(cameraName.c_str());
-        if (renderCameraNode == nullptr)
+        job.renderCameraNode = job.coreInterface->GetINodeByName(cameraName.c_str());
+        if (job.renderCameraNode == nullptr)
             throw std::runtime_error("Scene does not contain render camera " + quoted(cameraName));
         return;
     }
-    if (activeViewport == nullptr || activeViewport->GetViewType() != VIEW_CAMERA) return;
-    renderCameraNode = activeViewport->GetViewCamera();
-    if (renderCameraNode == nullptr)
+    if (job.activeViewport == nullptr || job.activeViewport->GetViewType() != VIEW_CAMERA) return;
+    job.renderCameraNode = job.activeViewport->GetViewCamera();
+    if (job.renderCameraNode == nullptr)
         connect_log.entry("Viewport is of type camera, but it did not return a valid camera node");
     else
-        connect_log.entry("Rendering viewport with camera: ", renderCameraNode->GetName());
+        connect_log.entry("Rendering viewport with camera: ", job.renderCameraNode->GetName());
 }
 
-void JobState::RecogniseRenderer() {
-    Renderer* renderer = coreInterface->GetCurrentRenderer();
+void recognise_renderer(JobState& job) {
+    Renderer* renderer = job.coreInterface->GetCurrentRenderer();
     if (renderer == nullptr) return;
     for (const renderer_class& known : renderer_classes) {
         if (renderer->ClassID() != known.id) continue;
-        this->*known.flag = true;
+        job.*known.flag = true;
         return;
     }
+}
+
+}  // namespace
+
+void JobState::StartJob(const std::string& maxFile, const std::string& cameraName) {
+    coreInterface = GetCOREInterface();
+    coreInterface8 = GetCOREInterface8();
+    connect_log.entry("StartJob begin");
+    reset_job_options(*this);
+    if (jobRunning) throw std::runtime_error("StartJob called when job was already running.");
+
+    connect_log.entry("setting up default actions");
+    SetupDefaultActions();
+    connect_log.entry("Checking max file validity...");
+    if (!coreInterface->IsMaxFile(maxFile.c_str()))
+        throw std::runtime_error("Invalid max file: " + quoted(maxFile));
+
+    load_scene(*this, maxFile);
+    connect_log.entry("Successfully loaded the max file");
+    connect_log.entry("setting up default actions again, just to ensure they're set");
+    SetupDefaultActions();
+
+    activeViewport = coreInterface->GetActiveViewport();
+    connect_log.entry("Got the active viewport: ", static_cast<const void*>(activeViewport));
+    choose_render_camera(*this, cameraName);
+    recognise_renderer(*this);
+    jobRunning = true;
 }
 
 void JobState::SetupDefaultActions() {

@@ -170,7 +170,9 @@ int format_call_stack(const EXCEPTION_POINTERS& information, report_text& output
     return written;
 }
 
-void build_exception_report(const EXCEPTION_POINTERS& information, report_text& report) {
+std::string_view build_exception_report(const EXCEPTION_POINTERS& information) {
+    static report_text report;
+    report.clear();
     const EXCEPTION_RECORD& record = *information.ExceptionRecord;
     char executable[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, executable, MAX_PATH);
@@ -186,4 +188,5 @@ void build_exception_report(const EXCEPTION_POINTERS& information, report_text& 
     report.append("\nCall Stack:");
     format_call_stack(information, report);
     report.remove_trailing_line_feed();
+    return report.view();
 }

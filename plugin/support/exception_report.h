@@ -25,6 +25,7 @@ public:
     int append(const char* format, ...) __attribute__((format(printf, 2, 3)));
     /// Takes a line feed off the end, which stands there when the text was cut off right behind it.
     void remove_trailing_line_feed();
+    void clear() { m_size = 0; }
     std::string_view view() const { return {m_text, m_size}; }
 
 private:
@@ -41,7 +42,8 @@ bool find_module_for_address(const void* address, char* path, BYTE** base);
 /// of code.
 int format_call_stack(const EXCEPTION_POINTERS& information, report_text& output);
 
-/// Writes the whole crash report: process, module and its date, code, the address that could not be accessed,
-/// the bytes of the instruction ("??" for a byte that cannot be read) and the call stack. Lines are separated
-/// by a line feed; none stands in front or at the end.
-void build_exception_report(const EXCEPTION_POINTERS& information, report_text& report);
+/// The whole crash report: process, module and its date, code, the address that could not be accessed, the
+/// bytes of the instruction ("??" for a byte that cannot be read) and the call stack. Lines are separated by a
+/// line feed; none stands in front or at the end. The text stays valid until the next report: it lies in static
+/// memory, since the stack may be what ran out.
+std::string_view build_exception_report(const EXCEPTION_POINTERS& information);

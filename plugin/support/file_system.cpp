@@ -2,7 +2,10 @@
 
 #include "support/filename_utilities.h"
 
+#include <algorithm>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 std::string get_system_error_message(DWORD code) {
     constexpr DWORD neutral_language = 0x400;
@@ -33,10 +36,6 @@ bool file_exists(const std::string& path) {
                              "\": " + get_system_error_message(code));
 }
 
-void remove_file(const std::string& path) {
-    DeleteFileA(path.c_str());
-}
-
 bool directory_exists(const std::string& path) {
     WIN32_FIND_DATAA found;
     const HANDLE search = FindFirstFileA(path.c_str(), &found);
@@ -46,11 +45,16 @@ bool directory_exists(const std::string& path) {
 }
 
 void create_directory_tree(std::string path) {
-    if (path.empty()) return;
-    if (path.back() == '\\' || path.back() == '/') path.pop_back();
-    const std::string parent = get_directory_from_path(path);
-    // The system refuses longer paths; without this a long enough one would exhaust the stack here.
-    if (parent.size() >= path.size() || path.size() > MAX_PATH) return;
-    create_directory_tree(parent);
-    CreateDirectoryA(path.c_str(), nullptr);
+    std::vector<std::string> missing;  // innermost first
+    while (!path.empty()) {
+        if (path.back() == '\\' || path.back() == '/') path.pop_back();
+        std::string parent = get_directory_from_path(path);
+        if (parent.size() >= path.size()) break;
+        missing.push_back(std::move(path));
+        // The system makes no folder of a longer name: on to the ancestors that it may make.
+        if (parent.size() > MAX_PATH) parent.resize(std::min(parent.size(), parent.rfind('\\', MAX_PATH)));
+        path = std::move(parent);
+    }
+    for (auto directory = missing.rbegin(); directory != missing.rend(); ++directory)
+        CreateDirectoryA(directory->c_str(), nullptr);
 }

@@ -15,9 +15,6 @@ std::string get_last_error_message();
 /// can't tell, for instance because it denies access.
 bool file_exists(const std::string& path);
 
-/// Removes a file. What the system refuses is passed over.
-void remove_file(const std::string& path);
-
 /// Whether the path names a directory; a path that ends in a separator names nothing.
 bool directory_exists(const std::string& path);
 

@@ -11,8 +11,7 @@ bool is_windows_name(std::string_view name) {
     if (name.empty()) return false;
     if (name == "." || name == "..") return true;
     const auto forbidden = [](char c) {
-        return static_cast<unsigned char>(c) < 32 ||
-               std::string_view("<>:\"/\\|").find(c) != std::string_view::npos;
+        return (c >= 1 && c <= 31) || std::string_view("<>:\"/\\|").find(c) != std::string_view::npos;
     };
     return std::none_of(name.begin(), name.end(), forbidden) && name.back() != ' ' && name.back() != '.';
 }

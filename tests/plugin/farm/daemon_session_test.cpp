@@ -2,6 +2,7 @@
 
 #include "fakes/fake_max.h"
 #include "fakes/fake_scripts.h"
+#include "maxscript/corrivane_interface.h"
 #include "plugin/plugin_test.h"
 #include "support/provoked_fault.h"
 
@@ -20,7 +21,7 @@
 namespace corrivane::test {
 namespace {
 
-/// What came of one call of run_corrivane_daemon.
+/// What came of one call of RunCorrivaneDaemon.
 struct Session {
     bool result = false;
     std::vector<std::string> received;  ///< by the worker: token, greeting, replies
@@ -40,7 +41,7 @@ protected:
             return worker.receive_all();
         });
         Session session;
-        session.result = run_corrivane_daemon(worker.port(), "the token");
+        session.result = quillane_util.RunCorrivaneDaemon(worker.port(), "the token");
         EXPECT_FALSE(daemon_running);
         // The plug-in never closes the connection itself; this ends what it sends, and loses nothing.
         if (session_socket.is_connected()) ::shutdown(session_socket.connection_handle(), SD_SEND);
@@ -84,14 +85,14 @@ TEST_F(DaemonSession, OtherHandshakeWordsAreAnsweredTwice) {
 
 TEST_F(DaemonSession, MissingHandshakeWordIsAnsweredAfterASecond) {
     WirePeer worker;
-    EXPECT_FALSE(run_corrivane_daemon(worker.port(), "token"));
+    EXPECT_FALSE(quillane_util.RunCorrivaneDaemon(worker.port(), "token"));
     worker.accept();
     EXPECT_EQ(worker.receive(), "token");
     EXPECT_EQ(worker.receive(),
               "ERROR: Exception caught in 3ds max: simple_socket: Timed out waiting for header packet "
               "to arrive.");
     // The connection stays open; the next session fails at its first step, and tells so over it.
-    EXPECT_FALSE(run_corrivane_daemon(worker.port(), "token"));
+    EXPECT_FALSE(quillane_util.RunCorrivaneDaemon(worker.port(), "token"));
     EXPECT_EQ(worker.receive(),
               "ERROR: Exception caught in 3ds max: simple_socket::connect: Already connected.");
 }
@@ -99,7 +100,7 @@ TEST_F(DaemonSession, MissingHandshakeWordIsAnsweredAfterASecond) {
 TEST_F(DaemonSession, RefusedConnectionIsLoggedAndNothingIsSent) {
     WirePeer worker;
     worker.stop_listening();
-    EXPECT_FALSE(run_corrivane_daemon(worker.port(), "token"));
+    EXPECT_FALSE(quillane_util.RunCorrivaneDaemon(worker.port(), "token"));
     EXPECT_TRUE(
         logged("Exception: connect: Failed to connect to server at port " + std::to_string(worker.port())));
     EXPECT_FALSE(daemon_running);
@@ -109,7 +110,7 @@ TEST_F(DaemonSession, SecondSessionWhileOneRunsIsRefused) {
     bool refused = false;
     fake_scripts().expressions["again"] = [&] {
         EXPECT_TRUE(daemon_running);
-        refused = !run_corrivane_daemon(1, "token");
+        refused = !quillane_util.RunCorrivaneDaemon(1, "token");
         return boolean(refused);
     };
     fake_scripts().files["C:\\a.ms"] = "again";
@@ -209,14 +210,14 @@ TEST_F(DaemonSession, MalformedLinesEndIt) {
 TEST_F(DaemonSession, FaultIsReportedAndTheNextSessionWorks) {
     const AbandonedFramesMayLeak amnesty;
     fake_scripts().expressions["crash"] = []() -> Value* {
-        ++job_state.framesUnderWay;
+        job_state.frameUnderWay.rendering = true;
         return read_address(0x10), nullptr;
     };
     const ValueLocalsFrame* chain = current_locals_frame();
     const Session session = run_commands({"ExecuteStringScript,1,crash"});
     EXPECT_FALSE(session.result);
     EXPECT_EQ(current_locals_frame(), chain) << "frames of the abandoned script are still scanned for values";
-    EXPECT_EQ(job_state.framesUnderWay, 0);
+    EXPECT_FALSE(job_state.frameUnderWay.rendering) << "the next frame would be refused";
     ASSERT_EQ(session.replies().size(), 2U);
     const std::string reply = session.replies()[1];
     EXPECT_TRUE(reply.starts_with(
@@ -245,7 +246,7 @@ TEST_F(DaemonSession, ConnectionThatDiesEndsItWithoutAReply) {
         worker.receive();
         worker.reset();
     });
-    EXPECT_FALSE(run_corrivane_daemon(worker.port(), "token"));
+    EXPECT_FALSE(quillane_util.RunCorrivaneDaemon(worker.port(), "token"));
     dying.get();
     EXPECT_TRUE(logged("Exception: recv: socket error trying to receive data: WSAError code 10054\n"));
 }
@@ -270,7 +271,7 @@ TEST_F(DaemonSession, WindowMessagesAreDispatchedWhileTheWorkerIsSilent) {
         worker.close();
         return seen == std::future_status::ready;
     });
-    EXPECT_TRUE(run_corrivane_daemon(worker.port(), "token"));
+    EXPECT_TRUE(quillane_util.RunCorrivaneDaemon(worker.port(), "token"));
     EXPECT_TRUE(silent.get());
     destroy_message_window(window);
 }

@@ -69,7 +69,6 @@ TEST_F(ScriptCommands, TimeIsSetOnlyByTheExactWord) {
     EXPECT_EQ(fake_max().calls, Replies{"SetTime 1600 1"});
     EXPECT_TRUE(log().ends_with(
         "Set Time to 10\nGetTime(): 1600\nExecuting script a.ms\nDone Executing script a.ms\n"));
-    EXPECT_EQ(run("ExecuteScript,2147483647,a.ms,setTime").size(), 1U) << "no such time";
 }
 
 TEST_F(ScriptCommands, BadParametersAreAnsweredWithoutAStart) {
@@ -79,6 +78,7 @@ TEST_F(ScriptCommands, BadParametersAreAnsweredWithoutAStart) {
     } cases[] = {
         {"ExecuteScript,x,a.ms", "ExecuteScript: Parameter 1 , \"x\", is not a valid frame number."},
         {"ExecuteStringScript,1 ,true", "ExecuteScript: Parameter 1 , \"1 \", is not a valid frame number."},
+        {"ExecuteScript,x", "ExecuteScript: Parameter 1 , \"x\", is not a valid frame number."},
         {"ExecuteScript,1", "ExecuteScript: Expected 2 parameters, got 1"},
         {"ExecuteScript", "ExecuteScript: Expected 2 parameters, got 0"},
         {"ExecuteStringScript,1", "ExecuteStringScript: Expected 2 parameters, got 1"},

@@ -16,7 +16,7 @@ using ScriptReporting = PluginTest;
 
 TEST_F(ScriptReporting, MessagesGoToTheListenerOrToTheWorker) {
     const std::string thread_entry = "Thread: " + std::to_string(GetCurrentThreadId()) + "\n";
-    log_message("50% \"done\"");
+    LogMessage("50% \"done\"");
     EXPECT_EQ(fake_scripts().listener, "50% \"done\"\n");
     EXPECT_EQ(log(), thread_entry);
 
@@ -24,47 +24,47 @@ TEST_F(ScriptReporting, MessagesGoToTheListenerOrToTheWorker) {
     session_socket.connect("127.0.0.1", worker.port());
     worker.accept();
     daemon_running = true;
-    log_message("50% \"done\"");
+    LogMessage("50% \"done\"");
     EXPECT_EQ(worker.receive(), "FUNCTION: STDOUT: 50% \"done\"");
     EXPECT_EQ(fake_scripts().listener, "50% \"done\"\n");
     EXPECT_EQ(log(), thread_entry + thread_entry);
     session_socket.close(true);
-    EXPECT_THROW(log_message("lost"), RuntimeError);
+    EXPECT_THROW(LogMessage("lost"), RuntimeError);
 }
 
 TEST_F(ScriptReporting, OperationsByHandTellWhetherTheyWentRight) {
     fake_max().output.SetName("C:\\out\\a.png");
-    EXPECT_TRUE(debug_start_job("C:\\a.max", ""));
+    EXPECT_TRUE(Debug_StartJob("C:\\a.max", ""));
     // Progress has nobody to go to, which must not fail the render.
     fake_max().inside["CurRendererRenderFrame"] = [] { EXPECT_EQ(fake_max().progress->Progress(1, 1), 1); };
-    EXPECT_TRUE(debug_render_frame(3));
+    EXPECT_TRUE(Debug_RenderFrame(3));
     EXPECT_TRUE(std::filesystem::exists(on_disk("out\\a0003.png")));
-    EXPECT_TRUE(debug_end_job());
+    EXPECT_TRUE(Debug_EndJob());
     EXPECT_EQ(fake_scripts().listener, "");
 }
 
 TEST_F(ScriptReporting, FailuresByHandArePrintedAndLogged) {
     const AbandonedFramesMayLeak amnesty;
     const std::string not_running = "EndJob called when consistency check flag jobRunning was not set";
-    EXPECT_FALSE(debug_end_job());
+    EXPECT_FALSE(Debug_EndJob());
     EXPECT_EQ(fake_scripts().listener, "Exception: " + not_running + "\n");
     EXPECT_EQ(log(), not_running + "\n");
 
     fake_scripts().listener.clear();
     fake_max().inside["IsMaxFile"] = [] { read_address(0x10); };
-    EXPECT_FALSE(debug_start_job("C:\\a.max", ""));
+    EXPECT_FALSE(Debug_StartJob("C:\\a.max", ""));
     const std::string fault = "Trapped SEH Exception in StartJob(): Access Violation\n";
     EXPECT_EQ(fake_scripts().listener, "SEH Exception: " + fault);
     EXPECT_TRUE(log().ends_with("\n" + fault));
 
     fake_max().inside.clear();
     fake_max().render_result = 0;
-    EXPECT_TRUE(debug_start_job("C:\\a.max", ""));
-    EXPECT_FALSE(debug_render_frame(1));
+    EXPECT_TRUE(Debug_StartJob("C:\\a.max", ""));
+    EXPECT_FALSE(Debug_RenderFrame(1));
     EXPECT_TRUE(fake_scripts().listener.ends_with("Exception: Failed to render the frame.\n"));
 
     fake_max().inside["CurRendererRenderFrame"] = [] { throw RuntimeError("the script's own"); };
-    EXPECT_THROW(debug_render_frame(1), RuntimeError);
+    EXPECT_THROW(Debug_RenderFrame(1), RuntimeError);
 }
 
 }  // namespace

@@ -31,11 +31,7 @@ struct Fault {
         context.Rbp = reinterpret_cast<ULONG_PTR>(frame);
     }
 
-    std::string report() {
-        report_text text;
-        build_exception_report({&record, &context}, text);
-        return std::string(text.view());
-    }
+    std::string report() { return std::string(build_exception_report({&record, &context})); }
 };
 
 /// Some code of this program.
@@ -193,15 +189,15 @@ TEST(ExceptionReport, TextThatFindsNoRoomIsCutOff) {
 
 TEST(GuardedCall, ReportsTheFrameThatFaulted) {
     struct Owner {
-        report_text report;
+        std::string report;
         int FilterSehException(DWORD, EXCEPTION_POINTERS* information) {
-            build_exception_report(*information, report);
+            report = build_exception_report(*information);
             return EXCEPTION_EXECUTE_HANDLER;
         }
     } owner;
     auto fault = [] { asm volatile("ud2"); };
     EXPECT_EQ(guarded_call(owner, fault), EXCEPTION_ILLEGAL_INSTRUCTION);
-    const std::string report(owner.report.view());
+    const std::string& report = owner.report;
     EXPECT_NE(report.find("\nInstruction:  0F 0B "), std::string::npos) << report;
     EXPECT_GT(count(report, "\n  \\+"), 2) << report;
     EXPECT_LE(count(report, "\n  \\+"), 20) << report;
