@@ -1,4 +1,4 @@
-#include "bitmap/image_module.h"
+#include "images/image_module.h"
 #include "render/job_state.h"
 #include "support/guarded_call.h"
 #include "support/log.h"

@@ -1,5 +1,5 @@
 #include "bitmap/float_bitmap.h"
-#include "bitmap/image_module.h"
+#include "images/image_module.h"
 #include "render/job_state.h"
 #include "support/log.h"
 #include "support/temporary_folder.h"

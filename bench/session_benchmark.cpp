@@ -1,4 +1,4 @@
-#include "bitmap/image_module.h"
+#include "images/image_module.h"
 #include "end_to_end/host_session.h"
 #include "end_to_end/test_scene.h"
 #include "render/renderer.h"

@@ -1,9 +1,9 @@
 #include "worker/written_files.h"
 
+#include "images/numbered_name.h"
+
 #include <drive_map.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 namespace corrivane::worker {
@@ -38,13 +38,9 @@ std::string check_skipped_file(const std::string& file) {
 
 std::string frame_file_name(const std::string& output, int frame, const JobOptions& options) {
     if (options.remove_padding) return output;
-    const long long number = static_cast<long long>(frame) + options.frame_base.value_or(0);
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%s%04lld", number < 0 ? "-" : "", std::llabs(number));
-    const auto name_begin = output.find_last_of("\\/:") + 1;  // 0 where there is no folder
-    const auto dot = output.rfind('.');
-    std::string name = output;
-    return name.insert(dot == std::string::npos || dot < name_begin ? name.size() : dot, digits);
+    // The sum wraps as 32-bit numbers do.
+    return numbered_name(output, static_cast<int>(static_cast<unsigned>(frame) +
+                                                  static_cast<unsigned>(options.frame_base.value_or(0))));
 }
 
 }  // namespace corrivane::worker

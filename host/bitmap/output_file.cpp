@@ -1,6 +1,5 @@
 #include "bitmap/output_file.h"
 
-#include "bitmap/image_names.h"
 #include "bitmap/output_codes.h"
 #include "bitmap/staged_file.h"
 
@@ -32,10 +31,10 @@ namespace {
 bool alpha_split = false;
 std::set<std::string> frame_outputs;  ///< of this machine, normalised
 
-ImageFormat checked_format(std::string_view name) {
+const ImageFormat& checked_format(std::string_view name) {
     if (name.empty()) throw OutputFailure{output_invalid_name};
-    const std::optional<ImageFormat> format = image_format(name);
-    if (!format) throw OutputFailure{output_unknown_format};
+    const ImageFormat* format = find_image_format(name);
+    if (format == nullptr) throw OutputFailure{output_unknown_format};
     return *format;
 }
 
@@ -80,44 +79,25 @@ void check_place(const std::string& path) {
     check_replaceable(path);
 }
 
-SampleDepth depth_for(ImageFormat format, int image_type) {
-    const bool floats = image_type == BMM_FLOAT_RGBA_32;
-    switch (format) {
-        case ImageFormat::exr:
-            return floats ? SampleDepth::float32 : SampleDepth::half;
-        case ImageFormat::tiff:
-            if (floats) return SampleDepth::float32;
-            [[fallthrough]];
-        case ImageFormat::png:
-            return floats || image_type == BMM_TRUE_64 ? SampleDepth::bits16 : SampleDepth::bits8;
-        default:
-            return SampleDepth::bits8;
-    }
+SampleDepth depth_for(const ImageFormat& format, int image_type) {
+    if (image_type == BMM_FLOAT_RGBA_32) return format.floating;
+    return image_type == BMM_TRUE_64 ? format.deep : format.ordinary;
 }
 
 EncodeRequest checked_request(const BitmapInfo& info, int width, int height) {
-    EncodeRequest request{.width = width, .height = height, .format = checked_format(info.Name())};
-    request.depth = depth_for(request.format, info.Type());
-    const bool has_alpha = (info.Flags() & MAP_HAS_ALPHA) != 0 && request.format != ImageFormat::jpeg;
+    EncodeRequest request{.width = width, .height = height, .format = &checked_format(info.Name())};
+    request.depth = depth_for(*request.format, info.Type());
+    const bool has_alpha = (info.Flags() & MAP_HAS_ALPHA) != 0 && request.format->has_alpha;
     request.channels = has_alpha ? ImageChannels::rgba : ImageChannels::rgb;
     if (std::isfinite(info.Aspect()) && info.Aspect() > 0) request.pixel_aspect = info.Aspect();
     return request;
 }
 
 void check_size(const EncodeRequest& request) {
-    switch (request.format) {
-        case ImageFormat::jpeg:
-            if (std::max(request.width, request.height) <= max_jpeg_size) return;
-            break;
-        case ImageFormat::bmp:
-        case ImageFormat::tga:
-            // Both count their bytes in 32 bits; a pixel has up to four.
-            if (std::int64_t{4} * request.width * request.height < std::int64_t{UINT32_MAX}) return;
-            break;
-        default:
-            return;
-    }
-    throw OutputFailure{output_image_too_large};
+    const ImageFormat& format = *request.format;
+    const std::uint64_t bytes = std::uint64_t{4} * request.width * request.height;  // of the least depth
+    if (std::max(request.width, request.height) > format.largest_side || bytes >= format.largest_bytes)
+        throw OutputFailure{output_image_too_large};
 }
 
 const ImageModule& loaded_module() {
@@ -163,7 +143,7 @@ OutputFile::OutputFile(const BitmapInfo& info, int width, int height)
     check_size(m_request);
     m_path = checked_path(info.Name());
     check_place(m_path);
-    if (m_request.format == ImageFormat::tga && alpha_split) {
+    if (m_request.format->splits_alpha && alpha_split) {
         const std::string folder = folder_of(m_path);
         m_alpha_path = folder + "A_" + m_path.substr(folder.size());
         m_request.channels = ImageChannels::rgb;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bitmap/image_module.h"
+#include "images/image_module.h"
 
 #include <max/bitmap.h>
 

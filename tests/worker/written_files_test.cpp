@@ -18,7 +18,7 @@ TEST(WrittenFiles, NamesAreNumberedAsThePluginDoes) {
         {R"(C:\out\beauty.png)", 12, -15, R"(C:\out\beauty-0003.png)"},
         {R"(C:\out.d/beauty)", 12345, 0, R"(C:\out.d/beauty12345)"},
         {"C:a.b.exr", 1, 0, "C:a.b0001.exr"},
-        {"a", std::numeric_limits<int>::max(), 1, "a2147483648"},
+        {"a", std::numeric_limits<int>::max(), 1, "a-2147483648"},
     };
     JobOptions options;
     for (const auto& entry : cases) {

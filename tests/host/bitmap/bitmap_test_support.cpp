@@ -1,6 +1,6 @@
 #include "bitmap_test_support.h"
 
-#include "bitmap/image_module.h"
+#include "images/image_module.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "bitmap/image_module.h"
+#include "images/image_module.h"
 
 #include "bitmap/output_codes.h"
 #include "bitmap_test_support.h"
@@ -60,7 +60,7 @@ TEST(ImageModule, EncoderRefusesAJpegThatWouldEndTheProcess) {
     const EncodeRequest request{.rgba = pixels.data(),
                                 .width = 65501,
                                 .height = 1,
-                                .format = ImageFormat::jpeg,
+                                .format = find_image_format("a.jpg"),
                                 .channels = ImageChannels::rgb};
     EXPECT_THROW(image_module().encode(request, bytes), std::runtime_error);
 }

@@ -1,4 +1,4 @@
-#include "bitmap/image_module.h"
+#include "images/image_module.h"
 
 #include <dlfcn.h>
 
@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <system_error>
 
-namespace corrivane::host {
+namespace corrivane {
 
 namespace {
 
@@ -61,4 +61,4 @@ ImageFacts verify_image_file(const std::string& path) {
     }
 }
 
-}  // namespace corrivane::host
+}  // namespace corrivane

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "bitmap/image_module.h"
+#include "images/image_module.h"
 
 #include <string>
 #include <vector>
 
-namespace corrivane::host {
+namespace corrivane {
 
 // The module's two functions, as ImageModule describes them.
 
 void encode_image(const EncodeRequest& request, std::vector<unsigned char>& bytes);
 ImageFacts verify_image(const std::string& path);
 
-}  // namespace corrivane::host
+}  // namespace corrivane

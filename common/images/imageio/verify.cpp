@@ -1,4 +1,4 @@
-#include "bitmap/imageio/codec.h"
+#include "images/imageio/codec.h"
 
 #include <OpenImageIO/imageio.h>
 
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corrivane::host {
+namespace corrivane {
 
 namespace {
 
@@ -75,4 +75,4 @@ ImageFacts verify_image(const std::string& path) {
     return {spec.width, spec.height, spec.nchannels};
 }
 
-}  // namespace corrivane::host
+}  // namespace corrivane

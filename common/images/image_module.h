@@ -1,18 +1,14 @@
 #pragma once
 
+#include "images/image_formats.h"
+
 #include <string>
 #include <vector>
 
-namespace corrivane::host {
+namespace corrivane {
 
 // Images as files, through corrivane-imageio.so: the module that brings the image library, loaded on first
 // use since that takes a third of a second. Everything here may be called from any thread.
-
-enum class ImageFormat { png, jpeg, bmp, tga, tiff, exr };
-
-/// How one channel of a pixel is stored. Not every format has every depth: JPEG, BMP and TGA have bits8; PNG
-/// bits8 and bits16; TIFF those and float32; EXR half and float32.
-enum class SampleDepth { bits8, bits16, half, float32 };
 
 /// Which channels of the pixels go into the file. JPEG has no alpha.
 enum class ImageChannels { rgba, rgb, alpha };
@@ -21,14 +17,11 @@ struct EncodeRequest {
     const float* rgba = nullptr;  ///< four floats a pixel, rows from the top, without gaps
     int width = 0;
     int height = 0;
-    ImageFormat format = ImageFormat::png;
+    const ImageFormat* format = nullptr;
     SampleDepth depth = SampleDepth::bits8;
     ImageChannels channels = ImageChannels::rgba;
     float pixel_aspect = 1;  ///< width of a pixel over its height; not kept by BMP
 };
-
-/// The largest width and height of a JPEG file.
-constexpr int max_jpeg_size = 65500;
 
 struct ImageFacts {
     int width = 0;
@@ -66,4 +59,4 @@ const ImageModule& image_module();
 /// the file, when it is missing, is not an image, or is damaged or cut short.
 ImageFacts verify_image_file(const std::string& path);
 
-}  // namespace corrivane::host
+}  // namespace corrivane
