@@ -5,6 +5,7 @@
 #include <drive_map.h>
 
 #include <fcntl.h>
+#include <plain_files.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -50,17 +51,39 @@ std::string path_to_open(const std::string& name, Mapping mapping, std::string& 
     return path.path;
 }
 
-bool read_all(int file, std::string& text) {
+/// Reads to the end, with the text held to the heap's limit before its memory is taken.
+bool read_all(int file, std::string& text, HeldBytes& held) {
     std::array<char, 65536> piece;
     for (;;) {
         const ssize_t count = read(file, piece.data(), piece.size());
         if (count == 0) return true;
         if (count > 0) {
-            text.append(piece.data(), static_cast<std::size_t>(count));
+            const auto size = static_cast<std::size_t>(count);
+            // Twice as much: a string that grows doubles its room.
+            held.update(2 * (text.size() + size));
+            text.append(piece.data(), size);
         } else if (errno != EINTR) {
             return false;
         }
     }
+}
+
+bool read_descriptor(int file, std::string& failure, TextReader& reader) {
+    std::string text;
+    try {
+        HeldBytes held;
+        if (!read_all(file, text, held)) {
+            failure = std::strerror(errno);
+            return false;
+        }
+        if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
+        held.update(0);
+        reader.set_text(std::move(text));
+    } catch (const std::bad_alloc&) {
+        failure = "it is too large";
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -80,34 +103,12 @@ std::string machine_path(const std::string& windows_path) {
 bool read_file(const std::string& name, std::string& failure, TextReader& reader) {
     const std::string path = path_to_open(name, native_path, failure);
     if (path.empty()) return false;
-    // Without waiting: what is no plain file is refused, not waited for.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (file.number() < 0 || fstat(file.number(), &status) != 0) {
-        failure = std::strerror(errno);
+    const Descriptor file(open_plain_file(path.c_str(), O_RDONLY));
+    if (file.number() < 0) {
+        failure = plain_file_error(errno);
         return false;
     }
-    if (!S_ISREG(status.st_mode)) {
-        failure = "it is not a file";
-        return false;
-    }
-    std::string text;
-    try {
-        // Held to the heap's limit before the memory is taken.
-        HeldBytes held;
-        held.update(static_cast<std::size_t>(status.st_size));
-        if (!read_all(file.number(), text)) {
-            failure = std::strerror(errno);
-            return false;
-        }
-        if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
-        held.update(0);
-        reader.set_text(std::move(text));
-    } catch (const std::bad_alloc&) {
-        failure = "it is too large";
-        return false;
-    }
-    return true;
+    return read_descriptor(file.number(), failure, reader);
 }
 
 std::FILE* open_for_writing(const std::string& name, const std::string& mode, std::string& failure) {
@@ -118,9 +119,20 @@ std::FILE* open_for_writing(const std::string& name, const std::string& mode, st
     }
     const std::string path = path_to_open(name, native_output_path, failure);
     if (path.empty()) return nullptr;
-    std::FILE* file = std::fopen(path.c_str(), appends ? "ae" : "we");
-    if (file == nullptr) failure = std::strerror(errno);
+    std::FILE* file = open_machine_file_for_writing(path, appends);
+    if (file == nullptr) failure = plain_file_error(errno);
     return file;
+}
+
+std::FILE* open_machine_file_for_writing(const std::string& path, bool appends) {
+    const int file = open_plain_file(path.c_str(), O_WRONLY | O_CREAT | (appends ? O_APPEND : O_TRUNC));
+    if (file < 0) return nullptr;
+    std::FILE* stream = fdopen(file, appends ? "a" : "w");
+    if (stream != nullptr) return stream;
+    const int error = errno;
+    close(file);
+    errno = error;
+    return nullptr;
 }
 
 }  // namespace corrivane::host
