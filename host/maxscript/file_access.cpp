@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -19,6 +20,8 @@
 namespace corrivane::host {
 
 namespace {
+
+constexpr std::size_t most_without_size = std::size_t{16} << 20;
 
 bool g_allowed = true;
 
@@ -51,33 +54,45 @@ std::string path_to_open(const std::string& name, Mapping mapping, std::string& 
     return path.path;
 }
 
-/// Reads to the end, with the text held to the heap's limit before its memory is taken.
-bool read_all(int file, std::string& text, HeldBytes& held) {
+/// Adds to the text until the file ends or the text has `most` characters.
+bool read_up_to(int file, std::size_t most, std::string& text) {
     std::array<char, 65536> piece;
-    for (;;) {
-        const ssize_t count = read(file, piece.data(), piece.size());
+    while (text.size() < most) {
+        const ssize_t count = read(file, piece.data(), std::min(piece.size(), most - text.size()));
         if (count == 0) return true;
         if (count > 0) {
-            const auto size = static_cast<std::size_t>(count);
-            // Twice as much: a string that grows doubles its room.
-            held.update(2 * (text.size() + size));
-            text.append(piece.data(), size);
+            text.append(piece.data(), static_cast<std::size_t>(count));
         } else if (errno != EINTR) {
             return false;
         }
     }
+    return true;
+}
+
+/// Reads what the file holds now; files of /proc say that they hold nothing, and some never end. Throws
+/// std::bad_alloc when it is too much.
+bool read_all(int file, std::string& text) {
+    struct stat status {};
+    if (fstat(file, &status) != 0) return false;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    const std::size_t most = std::max(size, most_without_size);
+    // Held to the heap's limit before the memory is taken.
+    HeldBytes held;
+    held.update(size);
+    text.reserve(size);
+    if (!read_up_to(file, most, text)) return false;
+    if (text.size() > size && text.size() == most) throw std::bad_alloc();
+    return true;
 }
 
 bool read_descriptor(int file, std::string& failure, TextReader& reader) {
     std::string text;
     try {
-        HeldBytes held;
-        if (!read_all(file, text, held)) {
+        if (!read_all(file, text)) {
             failure = std::strerror(errno);
             return false;
         }
         if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
-        held.update(0);
         reader.set_text(std::move(text));
     } catch (const std::bad_alloc&) {
         failure = "it is too large";
