@@ -32,6 +32,15 @@ Pipe make_pipe() {
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
+/// The end to read a text from, which waits there as a whole: no pipe holds less than a page.
+FileDescriptor readable_text(std::string_view text) {
+    Pipe pipe = make_pipe();
+    ::fcntl(pipe.write_end.get(), F_SETFL, O_NONBLOCK);
+    if (!text.empty() && ::write(pipe.write_end.get(), text.data(), text.size()) != std::ssize(text))
+        throw std::system_error(errno, std::generic_category(), "pipe");
+    return std::move(pipe.read_end);
+}
+
 std::vector<char*> argument_vector(const std::string& program, const std::vector<std::string>& arguments) {
     std::vector<char*> vector{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments)
@@ -50,12 +59,12 @@ void restore_signals() {
 
 /// The child's way from fork to exec. Other threads may have held any lock at the fork, so only system calls
 /// here. Returns the error number when it fails.
-int become_host(char* const* arguments, pid_t worker, int null_input, int output) {
+int become_host(char* const* arguments, pid_t worker, int input, int output) {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != worker) ::_exit(1);  // the worker died before the kernel knew that it matters
     restore_signals();
-    if (::dup2(null_input, STDIN_FILENO) == -1) return errno;
+    if (::dup2(input, STDIN_FILENO) == -1) return errno;
     if (::dup2(output, STDOUT_FILENO) == -1) return errno;
     if (::dup2(output, STDERR_FILENO) == -1) return errno;
     ::execv(arguments[0], arguments);
@@ -71,18 +80,18 @@ std::string describe_status(const siginfo_t& info) {
 }  // namespace
 
 HostProcess::HostProcess(const std::string& program, const std::vector<std::string>& arguments,
-                         LineSink on_output)
+                         std::string_view input, LineSink on_output)
     : m_on_output(std::move(on_output)) {
     Pipe output = make_pipe();
     Pipe failure = make_pipe();  // carries exec's error number, or closes at a successful exec
-    const FileDescriptor null_input(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const FileDescriptor input_end = readable_text(input);
     const std::vector<char*> vector = argument_vector(program, arguments);
     const pid_t worker = ::getpid();
 
     m_pid = ::fork();
     if (m_pid == -1) throw std::system_error(errno, std::generic_category(), "fork");
     if (m_pid == 0) {
-        const int error = become_host(vector.data(), worker, null_input.get(), output.write_end.get());
+        const int error = become_host(vector.data(), worker, input_end.get(), output.write_end.get());
         [[maybe_unused]] const auto written = ::write(failure.write_end.get(), &error, sizeof error);
         ::_exit(127);
     }

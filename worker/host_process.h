@@ -15,7 +15,7 @@
 namespace corrivane::worker {
 
 /// A host program under the worker's care. The host has a process group of its own, so that the terminal's
-/// Ctrl-C does not reach it, nothing on its standard input, and its output goes to the worker line by line.
+/// Ctrl-C does not reach it, a short text on its standard input, and its output goes to the worker line by line.
 ///
 /// It never outlives the worker: the kernel kills it when the thread that started it ends, whatever way that
 /// happens. So that thread has to live for as long as the host is needed.
@@ -23,9 +23,10 @@ class HostProcess {
 public:
     using LineSink = std::function<void(std::string_view)>;
 
-    /// Starts the program. `on_output` gets each line of the host's output, from the calls below, on their
+    /// Starts the program with `input`, at most 4096 bytes, on its standard input. `on_output` gets each line of the host's output, from the calls below, on their
     /// threads. Throws std::system_error when the program cannot be started; its text names the program.
-    HostProcess(const std::string& program, const std::vector<std::string>& arguments, LineSink on_output);
+    HostProcess(const std::string& program, const std::vector<std::string>& arguments, std::string_view input,
+                LineSink on_output);
 
     /// Kills the host if it still runs.
     ~HostProcess();

@@ -1,12 +1,15 @@
 #include "worker/job_file.h"
 
+#include "worker/file_descriptor.h"
 #include "worker/frame_list.h"
 
+#include <fcntl.h>
 #include <nlohmann/json.hpp>
+#include <plain_files.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
+#include <cerrno>
+#include <cstring>
 #include <limits>
 #include <set>
 
@@ -15,7 +18,23 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::uintmax_t k_max_file_size = 16 << 20;
+constexpr std::size_t k_max_file_size = 16 << 20;
+
+std::string read_text(const std::string& path) {
+    const FileDescriptor file(open_plain_file(path.c_str(), O_RDONLY));
+    if (file.get() == -1) throw JobFileError(path + ": " + plain_file_error(errno));
+    std::string text;
+    char piece[65536];
+    for (;;) {
+        const auto count = ::read(file.get(), piece, sizeof piece);
+        if (count == -1 && errno == EINTR) continue;
+        if (count == -1) throw JobFileError(path + ": cannot be read: " + std::strerror(errno));
+        if (count == 0) return text;
+        text.append(piece, static_cast<std::size_t>(count));
+        if (text.size() > k_max_file_size)
+            throw JobFileError(path + ": is larger than 16 MiB, that is no job file");
+    }
+}
 
 /// One value of the file and the way to it, such as options.region.left.
 class JobValue {
@@ -258,17 +277,7 @@ Job parse_job(std::string_view text, const std::string& name) {
 }
 
 Job read_job_file(const std::string& path) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error))
-        throw JobFileError(path + ": " + (error ? error.message() : "is not a regular file"));
-    const auto size = std::filesystem::file_size(path, error);
-    if (error) throw JobFileError(path + ": " + error.message());
-    if (size > k_max_file_size) throw JobFileError(path + ": is larger than 16 MiB, that is no job file");
-    std::string text(size, '\0');
-    std::ifstream file(path, std::ios::binary);
-    if (!file.read(text.data(), static_cast<std::streamsize>(size)))
-        throw JobFileError(path + ": cannot be read");
-    return parse_job(text, path);
+    return parse_job(read_text(path), path);
 }
 
 }  // namespace corrivane::worker

@@ -2,6 +2,7 @@
 #include "worker/options.h"
 #include "worker/signal_watch.h"
 
+#include <plain_files.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -74,6 +75,7 @@ int with_output_written(int exit_code) {
 }  // namespace
 
 int main(int argument_count, char** arguments) {
+    fill_standard_descriptors();
     std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that goes away must not end the hosts' jobs
     const ParsedCommandLine command_line = parse_command_line(argument_count, arguments);
     return with_output_written(command_line.invocation ? run(*command_line.invocation)

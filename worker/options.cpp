@@ -50,7 +50,8 @@ void add_machine_options(CLI::App& command, Values& values) {
     constexpr int year = 31'536'000;
     command
         .add_option("--host", values.settings.host.program,
-                    "The host program (default: corrivane-host beside this program)")
+                    "The host program, which gets its script on standard input (default: corrivane-host "
+                    "beside this program)")
         ->type_name("FILE")
         ->check(k_not_empty);
     command

@@ -26,12 +26,16 @@ std::string make_token() {
     return token;
 }
 
-std::vector<std::string> host_arguments(const HostSettings& settings, int port, const std::string& token) {
+std::vector<std::string> host_arguments(const HostSettings& settings) {
     std::vector<std::string> arguments = settings.arguments;
-    arguments.emplace_back("--execute");
-    arguments.push_back("print (QuillaneUtil.RunCorrivaneDaemon " + std::to_string(port) + " \"" + token +
-                        "\")");
+    arguments.emplace_back("-");
     return arguments;
+}
+
+/// The script for the host's standard input: what it says of the token is for nobody else, and everybody on the
+/// machine can read a command line.
+std::string host_script(int port, const std::string& token) {
+    return "print (QuillaneUtil.RunCorrivaneDaemon " + std::to_string(port) + " \"" + token + "\")\n";
 }
 
 }  // namespace
@@ -41,7 +45,7 @@ RunningHost::RunningHost(const HostSettings& settings, const Job& job, SessionOb
     : m_stop(stop),
       m_connection(stop),
       m_token(make_token()),
-      m_process(settings.program, host_arguments(settings, m_connection.port(), m_token),
+      m_process(settings.program, host_arguments(settings), host_script(m_connection.port(), m_token),
                 [this, on_output = std::move(on_output)](std::string_view line) {
                     note_log_entry(line);
                     on_output(line);

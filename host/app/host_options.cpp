@@ -101,7 +101,9 @@ void describe(CLI::App& app, HostOptions& options, RawOptions& raw) {
         ->type_name("FILE");
     CLI::Option* execute =
         app.add_option("--execute", raw.execute, "MAXScript text to run")->type_name("TEXT");
-    app.add_option("SCRIPT.ms", options.script, "A MAXScript file to run")->type_name("")->excludes(execute);
+    app.add_option("SCRIPT.ms", options.script, "A MAXScript file to run; - for standard input")
+        ->type_name("")
+        ->excludes(execute);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ struct HostOptions {
     std::map<std::string, std::variant<int, std::string>> script_arguments;  ///< maxOps.mxsCmdLineArgs
     std::string listener_log;            ///< file of this machine; empty for none
     std::optional<std::string> execute;  ///< text to run
-    std::string script;                  ///< Windows path of the script to run; empty for none
+    std::string script;  ///< Windows path of the script to run, "-" for standard input; empty for none
 };
 
 /// A command line that cannot be followed. The text says which argument, and what would be right.

@@ -6,6 +6,8 @@
 
 #include <drive_map.h>
 
+#include <plain_files.h>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -31,10 +33,28 @@ void map_folders(const HostOptions& options) {
     }
 }
 
+/// A script without a name. None at all is what a program between a worker and the host makes of it that does not
+/// pass its standard input on.
+std::string script_from_standard_input() {
+    constexpr std::size_t most = std::size_t{16} << 20;
+    std::string text;
+    char piece[4096];
+    while (const std::size_t count = std::fread(piece, 1, sizeof piece, stdin)) {
+        text.append(piece, count);
+        if (text.size() > most)
+            throw std::runtime_error("the script on standard input is larger than 16 MiB");
+    }
+    if (std::ferror(stdin) != 0) throw std::runtime_error("cannot read standard input");
+    if (text.empty()) throw std::runtime_error("there is no script on standard input");
+    return text;
+}
+
 void run_script(const HostOptions& options) {
     ScriptResult result{true, ""};
     if (options.execute) {
         result = run_text(*options.execute);
+    } else if (options.script == "-") {
+        result = run_text(script_from_standard_input());
     } else if (!options.script.empty()) {
         result = run_file(options.script);
     }
@@ -68,6 +88,7 @@ void check_output() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    fill_standard_descriptors();
     keep_running_on_write_errors();
     try {
         if (const std::optional<HostOptions> options = read_command_line(argc, argv)) {

@@ -22,10 +22,19 @@ std::string in_hex(std::uint32_t number) {
     return text;
 }
 
+/// The loader would wait for ever for somebody who writes to a pipe or types at a terminal. What it says of
+/// files and folders is better than what could be said here.
+void check_is_no_device(const std::string& file) {
+    std::error_code ignored;
+    if (std::filesystem::is_other(file, ignored))
+        throw std::runtime_error("cannot load the library " + file + ": it is not a file");
+}
+
 }  // namespace
 
-PluginLibrary::PluginLibrary(const std::string& file)
-    : m_handle(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+PluginLibrary::PluginLibrary(const std::string& file) {
+    check_is_no_device(file);
+    m_handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (m_handle == nullptr) {
         const char* reason = dlerror();
         throw std::runtime_error("cannot load the library " + file + ": " +

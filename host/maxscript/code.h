@@ -1,5 +1,6 @@
 #pragma once
 
+#include "maxscript/heap.h"
 #include "maxscript/thread_state.h"
 #include "maxscript/values.h"
 
@@ -71,6 +72,8 @@ public:
 
     template <typename T, typename... Arguments>
     T* make_node(Arguments&&... arguments) {
+        m_held.update(m_node_bytes + sizeof(T) + node_overhead);
+        m_node_bytes += sizeof(T) + node_overhead;
         auto node = std::make_unique<T>(std::forward<Arguments>(arguments)...);
         T* made = node.get();
         m_nodes.push_back(std::move(node));
@@ -90,9 +93,14 @@ public:
     void gc_trace() override;
 
 private:
+    /// About what the system's allocator, the list of nodes, and lists and names in nodes add.
+    static constexpr std::size_t node_overhead = 64;
+
     std::vector<std::unique_ptr<Node>> m_nodes;
     std::vector<Value*> m_constants;
     CodeUnit m_main;
+    std::size_t m_node_bytes = 0;
+    HeldBytes m_held;
 };
 
 /// What run_unit puts into the new activation.

@@ -5,9 +5,11 @@
 #include <drive_map.h>
 
 #include <fcntl.h>
+#include <plain_files.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -18,6 +20,8 @@
 namespace corrivane::host {
 
 namespace {
+
+constexpr std::size_t most_without_size = std::size_t{16} << 20;
 
 bool g_allowed = true;
 
@@ -50,10 +54,11 @@ std::string path_to_open(const std::string& name, Mapping mapping, std::string& 
     return path.path;
 }
 
-bool read_all(int file, std::string& text) {
+/// Adds to the text until the file ends or the text has `most` characters.
+bool read_up_to(int file, std::size_t most, std::string& text) {
     std::array<char, 65536> piece;
-    for (;;) {
-        const ssize_t count = read(file, piece.data(), piece.size());
+    while (text.size() < most) {
+        const ssize_t count = read(file, piece.data(), std::min(piece.size(), most - text.size()));
         if (count == 0) return true;
         if (count > 0) {
             text.append(piece.data(), static_cast<std::size_t>(count));
@@ -61,6 +66,39 @@ bool read_all(int file, std::string& text) {
             return false;
         }
     }
+    return true;
+}
+
+/// Reads what the file holds now; files of /proc say that they hold nothing, and some never end. Throws
+/// std::bad_alloc when it is too much.
+bool read_all(int file, std::string& text) {
+    struct stat status {};
+    if (fstat(file, &status) != 0) return false;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    const std::size_t most = std::max(size, most_without_size);
+    // Held to the heap's limit before the memory is taken.
+    HeldBytes held;
+    held.update(size);
+    text.reserve(size);
+    if (!read_up_to(file, most, text)) return false;
+    if (text.size() > size && text.size() == most) throw std::bad_alloc();
+    return true;
+}
+
+bool read_descriptor(int file, std::string& failure, TextReader& reader) {
+    std::string text;
+    try {
+        if (!read_all(file, text)) {
+            failure = std::strerror(errno);
+            return false;
+        }
+        if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
+        reader.set_text(std::move(text));
+    } catch (const std::bad_alloc&) {
+        failure = "it is too large";
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -80,34 +118,12 @@ std::string machine_path(const std::string& windows_path) {
 bool read_file(const std::string& name, std::string& failure, TextReader& reader) {
     const std::string path = path_to_open(name, native_path, failure);
     if (path.empty()) return false;
-    // Without waiting: what is no plain file is refused, not waited for.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (file.number() < 0 || fstat(file.number(), &status) != 0) {
-        failure = std::strerror(errno);
+    const Descriptor file(open_plain_file(path.c_str(), O_RDONLY));
+    if (file.number() < 0) {
+        failure = plain_file_error(errno);
         return false;
     }
-    if (!S_ISREG(status.st_mode)) {
-        failure = "it is not a file";
-        return false;
-    }
-    std::string text;
-    try {
-        // Held to the heap's limit before the memory is taken.
-        HeldBytes held;
-        held.update(static_cast<std::size_t>(status.st_size));
-        if (!read_all(file.number(), text)) {
-            failure = std::strerror(errno);
-            return false;
-        }
-        if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
-        held.update(0);
-        reader.set_text(std::move(text));
-    } catch (const std::bad_alloc&) {
-        failure = "it is too large";
-        return false;
-    }
-    return true;
+    return read_descriptor(file.number(), failure, reader);
 }
 
 std::FILE* open_for_writing(const std::string& name, const std::string& mode, std::string& failure) {
@@ -118,9 +134,20 @@ std::FILE* open_for_writing(const std::string& name, const std::string& mode, st
     }
     const std::string path = path_to_open(name, native_output_path, failure);
     if (path.empty()) return nullptr;
-    std::FILE* file = std::fopen(path.c_str(), appends ? "ae" : "we");
-    if (file == nullptr) failure = std::strerror(errno);
+    std::FILE* file = open_machine_file_for_writing(path, appends);
+    if (file == nullptr) failure = plain_file_error(errno);
     return file;
+}
+
+std::FILE* open_machine_file_for_writing(const std::string& path, bool appends) {
+    const int file = open_plain_file(path.c_str(), O_WRONLY | O_CREAT | (appends ? O_APPEND : O_TRUNC));
+    if (file < 0) return nullptr;
+    std::FILE* stream = fdopen(file, appends ? "a" : "w");
+    if (stream != nullptr) return stream;
+    const int error = errno;
+    close(file);
+    errno = error;
+    return nullptr;
 }
 
 }  // namespace corrivane::host

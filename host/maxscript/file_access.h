@@ -22,4 +22,7 @@ bool read_file(const std::string& name, std::string& failure, TextReader& reader
 /// Opens a file, named by a Windows path, with the mode "w" or "a"; null, and why, when that fails.
 std::FILE* open_for_writing(const std::string& name, const std::string& mode, std::string& failure);
 
+/// The same for this machine's path; null, and errno for plain_file_error, when that fails.
+std::FILE* open_machine_file_for_writing(const std::string& path, bool appends);
+
 }  // namespace corrivane::host

@@ -1,5 +1,6 @@
 #include "maxscript/errors.h"
 #include "maxscript/file_access.h"
+#include "maxscript/heap.h"
 #include "maxscript/text_reader.h"
 #include "maxscript/values.h"
 
@@ -15,6 +16,9 @@ using corrivane::host::raise_runtime_error;
 /// The file behind a stream: read as a whole when it is opened, written piece by piece.
 struct FileStream::File {
     enum class State { unopened, failed, reading, writing, closed };
+    /// What an open file counts as: more than its buffer, so that files which scripts forget to close are
+    /// collected before the process has no descriptors left.
+    static constexpr std::size_t output_bytes = 16384;
 
     ~File() {
         if (output != nullptr) std::fclose(output);
@@ -24,6 +28,7 @@ struct FileStream::File {
         // What has been written may have been buffered until now.
         const int error = output != nullptr && std::fclose(output) != 0 ? errno : 0;
         output = nullptr;
+        held.update(0);
         reader.clear();
         if (state == State::reading || state == State::writing) state = State::closed;
         if (error != 0) raise_not_written(error);
@@ -35,6 +40,7 @@ struct FileStream::File {
             if (!corrivane::host::read_file(name, failure, reader)) return;
             state = State::reading;
         } else {
+            held.update(output_bytes);
             output = corrivane::host::open_for_writing(name, mode, failure);
             if (output != nullptr) state = State::writing;
         }
@@ -62,6 +68,7 @@ struct FileStream::File {
     std::string failure;
     corrivane::host::TextReader reader;
     std::FILE* output = nullptr;
+    corrivane::host::HeldBytes held;
 };
 
 FileStream::FileStream() : m_file(new File) {}

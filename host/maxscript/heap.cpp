@@ -13,7 +13,9 @@ namespace corrivane::host {
 
 namespace {
 
-constexpr std::size_t least_debt = std::size_t{16} << 20;
+// Small, so that a session of short scripts comes to a collection too, and large enough that marking what
+// lives, which few scripts make large, costs little beside the allocations.
+constexpr std::size_t least_debt = std::size_t{1} << 20;
 
 /// Reaches the destructor that Collectable keeps to itself and its children.
 struct EndOfLife : Collectable {

@@ -162,6 +162,7 @@ Token Lexer::next() {
     read_token(token, first);
     const int following = look();
     token.space_after = following < 0 || following == '\n' || is_blank(following);
+    m_after_minus = token.is_sign("-");
     const bool closes = token.is_sign(")") || token.is_sign("]");
     m_after_operand = closes || (token.kind != TokenKind::sign && token.kind != TokenKind::separator &&
                                  token.kind != TokenKind::reserved);
@@ -233,6 +234,13 @@ void Lexer::read_hexadecimal(Token& token) {
 
 void Lexer::finish_number(Token& token, bool whole) {
     if (is_word_character(look())) fail("this is no number: " + token.text + shown(look()), token.line);
+    // The smallest integer has no positive counterpart: its digits are its own negative, so that the minus sign
+    // in front changes nothing.
+    if (whole && m_after_minus && token.text == "2147483648") {
+        token.kind = TokenKind::integer;
+        token.integer = std::numeric_limits<int>::min();
+        return;
+    }
     const char* last = token.text.data() + token.text.size();
     token.kind = whole ? TokenKind::integer : TokenKind::real;
     const auto [end, error] = whole ? std::from_chars(token.text.data(), last, token.integer)

@@ -95,6 +95,7 @@ private:
     std::uint64_t m_read = 0;
     std::deque<Token> m_tokens;
     bool m_after_operand = false;
+    bool m_after_minus = false;
 };
 
 /// A file's name at an address that lives for ever.

@@ -1,7 +1,10 @@
 #include "maxscript/listener.h"
 
 #include "maxscript/errors.h"
+#include "maxscript/file_access.h"
 #include "maxscript/values.h"
+
+#include <plain_files.h>
 
 #include <cerrno>
 #include <cstring>
@@ -21,9 +24,10 @@ void ListenerStream::set_log(const std::string& file) {
     if (m_log != nullptr) std::fclose(m_log);
     m_log = nullptr;
     if (file.empty()) return;
-    m_log = std::fopen(file.c_str(), "we");
+    m_log = open_machine_file_for_writing(file, false);
     if (m_log == nullptr)
-        throw std::runtime_error("The Listener's log " + file + " cannot be opened: " + std::strerror(errno));
+        throw std::runtime_error("The Listener's log " + file +
+                                 " cannot be opened: " + plain_file_error(errno));
 }
 
 const ValueMetaClass& ListenerStream::value_class() const {

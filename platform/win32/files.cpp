@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <fcntl.h>
+#include <plain_files.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -123,15 +124,11 @@ HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD /*sharing*/, SECURITY_ATTRIB
     MappedPath mapped;
     if (const DWORD error = map_argument(path, mapped); error != ERROR_SUCCESS) return fail_to_open(error);
     if (mapped.is_root()) return fail_to_open(root_refusal(mapped));
-    const int descriptor = open(mapped.text, flags | O_CLOEXEC | O_NOCTTY, 0666);
+    const int descriptor = open_plain_file(mapped.text, flags);
     if (descriptor < 0) {
         const int reason = errno;
-        return fail_to_open(reason == EEXIST ? ERROR_FILE_EXISTS : win32_detail::path_error(reason, mapped));
-    }
-    struct stat status;
-    if (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
-        close(descriptor);
-        return fail_to_open(ERROR_ACCESS_DENIED);
+        if (reason == EEXIST) return fail_to_open(ERROR_FILE_EXISTS);
+        return fail_to_open(reason == ENXIO ? ERROR_ACCESS_DENIED : win32_detail::path_error(reason, mapped));
     }
     return handle_of(descriptor);
 }

@@ -2,7 +2,7 @@
 // where it is told to misbehave. It takes the real host's arguments and reads them its own way:
 //   --library BEHAVIOUR     how it misbehaves, optionally @FRAME (see misbehave and main)
 //   --network DIR           a folder for what outlives one host: "trace", a line for each command and event
-//   --execute 'print (QuillaneUtil.RunCorrivaneDaemon PORT "TOKEN")'
+//   -                       the script on standard input: print (QuillaneUtil.RunCorrivaneDaemon PORT "TOKEN")
 #include "support/wire_peer.h"
 
 #include <unistd.h>
@@ -38,7 +38,8 @@ Call parse_call(int argument_count, char** arguments) {
     call.folder = options["--network"];
     char token[64] = "";
     const char* form = "print (QuillaneUtil.RunCorrivaneDaemon %d \"%63[^\"]\")";
-    if (std::sscanf(options["--execute"].c_str(), form, &call.port, token) != 2) std::exit(64);
+    const bool reads_script = std::string(arguments[argument_count - 1]) == "-";
+    if (!reads_script || std::scanf(form, &call.port, token) != 2) std::exit(64);
     call.token = token;
     return call;
 }

@@ -19,7 +19,7 @@ using testing::StartsWith;
 class HostProcessTest : public testing::Test {
 protected:
     HostProcess shell(const std::string& script) {
-        return HostProcess("/bin/sh", {"-c", script},
+        return HostProcess("/bin/sh", {"-c", script}, "a line\n",
                            [this](std::string_view line) { lines.emplace_back(line); });
     }
 
@@ -82,14 +82,14 @@ TEST_F(HostProcessTest, StartsWithoutTheWorkersSignalsAndDescriptors) {
     sigemptyset(&set);
     sigaddset(&set, SIGINT);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    HostProcess host = shell("grep SigBlk /proc/self/status; read line || echo no input");
+    HostProcess host = shell("grep SigBlk /proc/self/status; cat");
     pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
     host.end(10s, stop);
-    EXPECT_THAT(lines, ElementsAre("SigBlk:\t0000000000000000", "no input"));
+    EXPECT_THAT(lines, ElementsAre("SigBlk:\t0000000000000000", "a line"));
 }
 
 TEST_F(HostProcessTest, AProgramThatIsNotThereIsNamed) {
-    EXPECT_THAT(test::message_of([] { HostProcess("/nowhere/host", {}, [](std::string_view) {}); }),
+    EXPECT_THAT(test::message_of([] { HostProcess("/nowhere/host", {}, {}, [](std::string_view) {}); }),
                 StartsWith("cannot start the host /nowhere/host: No such file"));
 }
 

@@ -25,7 +25,7 @@ protected:
     HostProcess start(std::vector<std::string> arguments, const std::string& behaviour) {
         arguments.insert(arguments.end(),
                          {"--host", FAKE_HOST_PROGRAM, "--library", behaviour, "--network", folder.path()});
-        return HostProcess(WORKER_PROGRAM, arguments,
+        return HostProcess(WORKER_PROGRAM, arguments, {},
                            [this](std::string_view line) { output += std::string(line) + '\n'; });
     }
 
@@ -126,7 +126,7 @@ TEST_F(WorkerProgramTest, LostOutputEndsNoJobButIsAFailure) {
         HostProcess shell("/bin/sh",
                           {"-c", command, WORKER_PROGRAM, "render", "a.gltf", "--frames", "1-3", "--host",
                            FAKE_HOST_PROGRAM, "--network", folder.path()},
-                          [this](std::string_view line) { output += std::string(line) + '\n'; });
+                          {}, [this](std::string_view line) { output += std::string(line) + '\n'; });
         end(shell);
         EXPECT_EQ(output, "corrivane-worker: standard output could not be written\nstatus 1\n");
         EXPECT_THAT(trace(), Contains("RenderTask,3"));

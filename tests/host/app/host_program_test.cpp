@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <csignal>
 
@@ -38,9 +39,27 @@ TEST_F(HostProgramTest, LoadsItsLibraryAfterTheDrivesAndUnloadsItAtTheEnd) {
     EXPECT_EQ("loaded\ndescribed\ninitialised\nunloaded at frame 0\n", m_folder.read("elsewhere/events.txt"));
 }
 
+TEST_F(HostProgramTest, StandardInputIsAScript) {
+    m_folder.write("input", "print 1\nthrow \"second\"");
+    const HostRun run = m_folder.run_with_plugin({"-"});
+    EXPECT_EQ("1\n", run.output);
+    EXPECT_EQ("-- Runtime error: second; line: 2\n", run.errors);
+    EXPECT_EQ(1, run.exit_code);
+}
+
+TEST_F(HostProgramTest, WhatItPrintsGoesIntoNoFileThatItOpens) {
+    const char* script = "f = createFile \"first\"; print 5; format \"text\" to:f; close f";
+    EXPECT_EQ(0, m_folder.run({"--library", TEST_PLUGIN, "--execute", script}, nullptr).exit_code);
+    EXPECT_EQ("text", m_folder.read("first"));
+}
+
 TEST_F(HostProgramTest, WhatCannotBeDoneIsSaidAndEndsInOne) {
     m_folder.write("broken.ms", "print 1\nthrow \"no\"\n");
+    ASSERT_EQ(mkfifo((m_folder.path() / "pipe").c_str(), 0600), 0);
     const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"--library", "pipe"}, "cannot load the library pipe: it is not a file"},
+        {{"--library", TEST_PLUGIN, "--listener-log", "pipe"}, "cannot be opened: it is not a file"},
+        {{"--library", TEST_PLUGIN, "-"}, "there is no script on standard input"},
         {{"--drive", "C"}, "LETTER=DIR"},
         {{"--library", "none.dlx"}, "cannot load the library none.dlx"},
         {{"--library", OTHER_RELEASE_PLUGIN}, "built for version 0x1F401500 of 3ds Max; this is 0x23281500"},

@@ -30,8 +30,14 @@ void redirect(const char* file, int descriptor) {
     if (chdir(folder.c_str()) != 0) {
         _exit(126);
     }
-    redirect(output, STDOUT_FILENO);
-    redirect("errors", STDERR_FILENO);
+    if (output == nullptr) {
+        close_range(STDIN_FILENO, STDERR_FILENO, 0);
+    } else {
+        const int input = open("input", O_RDONLY | O_CLOEXEC);
+        dup2(input < 0 ? open("/dev/null", O_RDONLY | O_CLOEXEC) : input, STDIN_FILENO);
+        redirect(output, STDOUT_FILENO);
+        redirect("errors", STDERR_FILENO);
+    }
     execv(arguments[0], arguments.data());
     _exit(127);
 }

@@ -28,7 +28,8 @@ public:
     /// The text of a file, "" when it is not there.
     std::string read(const std::string& name) const;
 
-    /// Runs corrivane-host here, to its end. Another file for its standard output is not read.
+    /// Runs corrivane-host here, to its end, with the file "input" on its standard input if there is one. Another
+    /// file for its standard output is not read; null starts it without standard input, output and error.
     HostRun run(const std::vector<std::string>& arguments, const char* output = "output") const;
     /// The same with the test plug-in as its library.
     HostRun run_with_plugin(std::vector<std::string> arguments) const;

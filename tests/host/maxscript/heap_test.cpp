@@ -103,6 +103,18 @@ TEST_P(HeapTest, LeavesNothingBehindWhenScriptsEnd) {
     EXPECT_EQ(live_objects(), before);
 }
 
+TEST_P(HeapTest, CodeThatHasRunIsCollectedInTime) {
+    set_gc_stress(false);
+    // Next to no values: the memory is the code's.
+    std::string text = "true";
+    for (int i = 0; i < 200; ++i)
+        text += " and true";
+    const std::size_t before = heap_statistics().collections;
+    for (int i = 0; i < 200; ++i)
+        run_text(text);
+    EXPECT_GT(heap_statistics().collections, before);
+}
+
 TEST_P(HeapTest, CollectsDeepStructuresWithoutTheStack) {
     if (under_tsan) GTEST_SKIP() << "ThreadSanitizer's own stack of calls is full before the real one";
     set_gc_stress(false);

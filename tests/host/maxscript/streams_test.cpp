@@ -5,6 +5,12 @@
 #include <drive_map.h>
 #include <max/maxscript/maxscript.h>
 
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -119,19 +125,48 @@ TEST_P(StreamsTest, FilesAreWrittenOnSharesThatAreThere) {
     clear_drive_map();
 }
 
+TEST_P(StreamsTest, OnlyPlainFilesAreWritten) {
+    const test::TemporaryFolder folder;
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    for (const std::string& name : {pipe, std::string("/dev/null"), std::string("/")}) {
+        expect_values({{"createFile \"" + name + "\"", "undefined"},
+                       {"openFile \"" + name + "\" mode:\"a\"", "undefined"},
+                       {"openFile \"" + name + "\"", "undefined"}});
+    }
+    close(reader);
+}
+
+TEST_P(StreamsTest, FilesThatScriptsForgetAreClosed) {
+    const test::TemporaryFolder folder;
+    expect_values(
+        {{"for i = 1 to 2000 do if createFile \"" + folder / "a" + "\" == undefined then throw i", "OK"}});
+}
+
 TEST_P(StreamsTest, WhatAFileHasNoRoomForIsAnErrorWhenItIsClosed) {
-    const std::string lost = "-- Runtime error: Unable to write to file: /dev/full: No space left on device";
-    EXPECT_EQ(error_of("f = createFile \"/dev/full\"; format \"text\" to:f; close f").substr(0, lost.size()),
-              lost);
+    const test::TemporaryFolder folder;
+    const std::string name = folder / "full";
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit limit{2, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const std::string lost = "-- Runtime error: Unable to write to file: " + name + ": File too large";
+    EXPECT_EQ(
+        error_of("f = createFile \"" + name + "\"; format \"text\" to:f; close f").substr(0, lost.size()),
+        lost);
     expect_values({
         {"close f", "OK"},
-        {"f = createFile \"/dev/full\"; format \"text\" to:f; f = undefined; gc()", "OK"},
+        {"f = createFile \"" + name + "\"; format \"text\" to:f; f = undefined; gc()", "OK"},
     });
     auto* file = new FileStream;
     const Rooted root(file);
-    ASSERT_EQ(file->open("/dev/full", "w"), file);
+    ASSERT_EQ(file->open(name.c_str(), "w"), file);
     file->puts("text");
-    EXPECT_EQ(description([&] { file->open("/dev/null", "w"); }), lost);
+    EXPECT_EQ(description([&] { file->open(name.c_str(), "w"); }), lost);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
 }
 
 TEST_P(StreamsTest, CompilerMessagesGoToTheOutput) {

@@ -174,7 +174,11 @@ TEST_F(Files, OpeningSaysWhyItFails) {
         const char* path;
         DWORD access, disposition, error;
     };
+    ASSERT_EQ(mkfifo(native("c/pipe").c_str(), 0600), 0);
     constexpr Opening openings[] = {
+        {"C:\\pipe", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
+        {"C:\\pipe", FILE_APPEND_DATA, CREATE_ALWAYS, ERROR_ACCESS_DENIED},
+        {"/dev/null", GENERIC_WRITE, OPEN_EXISTING, ERROR_ACCESS_DENIED},
         {"C:\\missing.txt", GENERIC_READ, OPEN_EXISTING, ERROR_FILE_NOT_FOUND},
         {"C:\\missing\\file.txt", GENERIC_WRITE, CREATE_ALWAYS, ERROR_PATH_NOT_FOUND},
         {"C:\\folder", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
