@@ -27,10 +27,14 @@ std::string make_token() {
 }
 
 std::vector<std::string> host_arguments(const HostSettings& settings, int port, const std::string& token) {
-    std::vector<std::string> arguments = settings.arguments;
-    arguments.emplace_back("--execute");
-    arguments.push_back("print (QuillaneUtil.RunCorrivaneDaemon " + std::to_string(port) + " \"" + token +
-                        "\")");
+    std::vector<std::string> arguments;
+    for (const auto& [letter, folder] : settings.drives)
+        arguments.insert(arguments.end(), {"--drive", letter + ('=' + folder)});
+    if (!settings.network.empty()) arguments.insert(arguments.end(), {"--network", settings.network});
+    if (!settings.library.empty()) arguments.insert(arguments.end(), {"--library", settings.library});
+    const std::string call =
+        "print (QuillaneUtil.RunCorrivaneDaemon " + std::to_string(port) + " \"" + token + "\")";
+    arguments.insert(arguments.end(), {"--execute", call});
     return arguments;
 }
 

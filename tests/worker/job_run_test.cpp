@@ -34,7 +34,8 @@ protected:
 
     JobReport run(const std::string& behaviour) {
         std::filesystem::remove(folder / "trace");
-        settings.host.arguments = {"--library", behaviour, "--network", folder.path()};
+        settings.host.library = behaviour;
+        settings.host.network = folder.path();
         ProgressView view(out, ProgressView::Style::Plain, job.frames.size(), lane_count(job, settings));
         JobReport report = run_job(job, settings, StopRequest(), view);
         for (const std::string& line : trace())
