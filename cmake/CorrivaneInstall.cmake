@@ -12,7 +12,8 @@ foreach(program corrivane-host corrivane-worker)
         message(STATUS \"Linked: \${bin}/${program}\")")
 endforeach()
 
-install(FILES ${CMAKE_BINARY_DIR}/examples/carousel.gltf ${CMAKE_SOURCE_DIR}/examples/carousel.json
+install(FILES
+    ${CMAKE_BINARY_DIR}/examples/carousel.gltf ${CMAKE_BINARY_DIR}/examples/carousel.bin examples/carousel.json
     DESTINATION share/corrivane/examples)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION share/doc/corrivane)
 install(DIRECTORY docs DESTINATION share/doc/corrivane)

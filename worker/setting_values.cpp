@@ -174,14 +174,10 @@ void read_value(const OptionTexts& texts, std::map<std::string, std::string>& va
 
 void read_value(const JobValue& source, std::map<std::string, std::vector<std::string>>& value) {
     for (const auto& [key, entry] : source.members()) {
-        std::vector<std::string>& elements = value[key];
-        elements.clear();
-        if (!entry.is_array()) {
-            elements.push_back(entry.scalar());
-            continue;
-        }
-        for (const JobValue& element : entry.elements())
+        std::vector<std::string> elements;
+        for (const JobValue& element : entry.is_array() ? entry.elements() : std::vector{entry})
             elements.push_back(element.scalar());
+        value[key] = std::move(elements);
     }
 }
 
