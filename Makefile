@@ -63,11 +63,12 @@ tsan: ## the tests under ThreadSanitizer
 
 lint: ## clang-tidy over the whole tree
 	@$(packages) build test bench lint
-	@cmake --preset lint && cmake/lint.sh build/lint $(JOBS) $$(git ls-files '*.cpp')
+	@cmake --preset lint && files=$$(git ls-files '*.cpp') && cmake/lint.sh build/lint $(JOBS) $$files
 
 lint-changed: ## clang-tidy over what the last LINT_COMMITS=20 commits changed
 	@$(packages) build test bench lint
-	@cmake --preset lint && cmake/lint.sh build/lint $(JOBS) $$(cmake/changed_sources.sh $(LINT_COMMITS))
+	@cmake --preset lint && files=$$(cmake/changed_sources.sh $(LINT_COMMITS)) && \
+		cmake/lint.sh build/lint $(JOBS) $$files
 
 format: ## clang-format over the whole tree
 	@$(packages) lint

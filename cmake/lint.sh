@@ -16,11 +16,16 @@ fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# Its exit code says nothing that its output does not: a file that it cannot read is an error there.
-printf '%s\0' "${files[@]}" | xargs -0 -n 1 -P "$jobs" clang-tidy -quiet -p "$build_dir" >"$work/log" 2>/dev/null || true
+status=0
+printf '%s\0' "${files[@]}" |
+  xargs -0 -n 1 -P "$jobs" clang-tidy -quiet -p "$build_dir" >"$work/log" 2>"$work/errors" || status=$?
 grep -E ': (warning|error): ' "$work/log" | sed "s|^$PWD/||" | sort -u >"$work/findings" || true
 cat "$work/findings"
 grep -oE '\[[a-zA-Z0-9.,-]+\]$' "$work/findings" | sort | uniq -c | sort -rn || true
 count=$(wc -l <"$work/findings")
 echo "lint: $count findings in ${#files[@]} files"
-[ "$count" -eq 0 ]
+if [ "$count" -eq 0 ] && [ "$status" -ne 0 ]; then
+  tail -n 20 "$work/errors"
+  echo "lint: clang-tidy itself failed"
+fi
+[ "$count" -eq 0 ] && [ "$status" -eq 0 ]
