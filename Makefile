@@ -4,46 +4,79 @@ SHELL := /bin/bash
 JOBS ?= $(shell nproc)
 TEST ?= .
 FUZZ_SECONDS ?= 60
+PREFIX ?= /usr/local
+DESTDIR ?=
+# What lint-changed looks at: the files that so many commits changed.
+LINT_COMMITS ?= 20
 
-.PHONY: help setup build demo test bench fuzz asan tsan lint format clean
+packages := cmake/install_packages.sh
+sources := git ls-files '*.h' '*.cpp'
+
+.PHONY: help setup build demo install test bench bench-build fuzz fuzz-build asan tsan lint lint-changed format \
+	format-check clean
 
 help: ## list the targets
-	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-8s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-13s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
 
-setup: ## install the Debian packages that are missing (debian-packages.txt)
-	@cmake/install_packages.sh
+setup: ## install every Debian package that any target needs (debian-packages*.txt)
+	@$(packages) build test bench fuzz lint
 
-build: setup ## build the programs in build/release
+build: ## build the programs in build/release
+	@$(packages) build
 	@cmake --preset release && cmake --build --preset release -j $(JOBS)
 
 demo: build ## render the example job: a worker, its host, an animated scene, images on disk
 	@examples/run_demo.sh build/release/bin
 
-test: setup ## build with warnings as errors and run every test; TEST=regex picks some
+install: build ## install below PREFIX=/usr/local; DESTDIR=folder stages it there
+	@DESTDIR='$(DESTDIR)' cmake --install build/release --prefix '$(abspath $(PREFIX))'
+
+test: ## build with warnings as errors and run every test; TEST=regex picks some
+	@$(packages) build test
 	@cmake --preset dev && cmake --build --preset dev -j $(JOBS)
 	@ctest --preset dev -j $(JOBS) -R '$(TEST)'
 
-bench: setup ## measure, side by side in one run, what the documents promise
-	@cmake --preset release -DCORRIVANE_BENCH=ON && cmake --build --preset release -j $(JOBS)
+bench: bench-build ## measure, side by side in one run, what the documents promise
 	@bench/run_benchmarks.sh build/release/bin
 
-fuzz: setup ## fuzz the MAXScript and scene readers for FUZZ_SECONDS each
-	@cmake --preset fuzz && cmake --build --preset fuzz -j $(JOBS)
+bench-build:
+	@$(packages) build bench
+	@cmake --preset release -DCORRIVANE_BENCH=ON && cmake --build --preset release -j $(JOBS)
+
+fuzz: fuzz-build ## fuzz the MAXScript and scene readers for FUZZ_SECONDS each
 	@fuzz/run_fuzzers.sh build/fuzz/bin $(FUZZ_SECONDS)
 
-asan: setup ## the tests under AddressSanitizer and UndefinedBehaviorSanitizer
+fuzz-build:
+	@$(packages) build fuzz
+	@cmake --preset fuzz && cmake --build --preset fuzz -j $(JOBS) \
+		--target $(patsubst fuzz/%.cpp,%,$(wildcard fuzz/fuzz_*.cpp))
+
+asan: ## the tests under AddressSanitizer and UndefinedBehaviorSanitizer
+	@$(packages) build test
 	@cmake --preset asan && cmake --build --preset asan -j $(JOBS)
 	@ctest --preset asan -j $(JOBS) -R '$(TEST)'
 
-tsan: setup ## the tests under ThreadSanitizer
+tsan: ## the tests under ThreadSanitizer
+	@$(packages) build test
 	@cmake --preset tsan && cmake --build --preset tsan -j $(JOBS)
 	@ctest --preset tsan -j $(JOBS) -R '$(TEST)'
 
-lint: setup ## clang-tidy over the whole tree
-	@cmake --preset lint && run-clang-tidy -quiet -p build/lint "$(CURDIR)/(plugin|platform|host|worker)/.*"
+lint: ## clang-tidy over the whole tree
+	@$(packages) build test bench lint
+	@cmake --preset lint && files=$$(git ls-files '*.cpp') && cmake/lint.sh build/lint $(JOBS) $$files
 
-format: setup ## clang-format over the whole tree
-	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+lint-changed: ## clang-tidy over what the last LINT_COMMITS=20 commits changed
+	@$(packages) build test bench lint
+	@cmake --preset lint && files=$$(cmake/changed_sources.sh $(LINT_COMMITS)) && \
+		cmake/lint.sh build/lint $(JOBS) $$files
+
+format: ## clang-format over the whole tree
+	@$(packages) lint
+	@$(sources) | xargs clang-format -i
+
+format-check: ## name what make format would change
+	@$(packages) lint
+	@$(sources) | xargs clang-format --dry-run -Werror && echo "All files are formatted."
 
 clean: ## remove everything that was built
 	@rm -rf build

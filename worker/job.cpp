@@ -48,17 +48,6 @@ void check_values(const Job& job) {
 
 }  // namespace
 
-bool set_ignore_missing(IgnoreMissing& ignore, const std::string& name) {
-    static const std::map<std::string, bool IgnoreMissing::*> switches = {{"files", &IgnoreMissing::files},
-                                                                          {"uvws", &IgnoreMissing::uvws},
-                                                                          {"dlls", &IgnoreMissing::dlls},
-                                                                          {"xrefs", &IgnoreMissing::xrefs}};
-    const auto found = switches.find(name);
-    if (found == switches.end()) return false;
-    ignore.*(found->second) = true;
-    return true;
-}
-
 std::string submit_value(const std::vector<std::string>& elements) {
     return boost::algorithm::join(elements, ",");
 }
@@ -66,9 +55,6 @@ std::string submit_value(const std::vector<std::string>& elements) {
 void check_job(const Job& job) {
     if (job.scene.empty()) throw std::invalid_argument("the job names no scene");
     if (job.frames.empty()) throw std::invalid_argument("the job names no frames");
-    if (job.output && job.output->empty()) throw std::invalid_argument("the output file name is empty");
-    if (job.options.jpeg_preview && job.options.jpeg_preview->empty())
-        throw std::invalid_argument("the folder name of the JPEG previews is empty");
     if (job.options.remove_padding && job.frames.size() > 1)
         throw std::invalid_argument(
             "without numbers in the file names, all frames would be written to one file: "

@@ -31,9 +31,6 @@ struct IgnoreMissing {
     bool xrefs = false;
 };
 
-/// Sets the switch with one of the names files, uvws, dlls, xrefs; returns false for another name.
-bool set_ignore_missing(IgnoreMissing& ignore, const std::string& name);
-
 /// How the frames of a job are rendered and saved. What is unset stays with the plug-in's default.
 struct JobOptions {
     std::optional<int> frame_base;  // added to the frame number in file names
@@ -69,7 +66,7 @@ struct Job {
 /// A submission entry as one value: its elements joined by commas.
 std::string submit_value(const std::vector<std::string>& elements);
 
-/// Throws std::invalid_argument that names what is wrong: no scene or frames, empty names, several frames for
+/// Throws std::invalid_argument that names what is wrong: no scene or frames, several frames for
 /// one file, a region without area, numbers out of range, information that no message can carry.
 void check_job(const Job& job);
 

@@ -1,48 +1,34 @@
 #pragma once
 
-#include "worker/job.h"
+#include "worker/job_settings.h"
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace corrivane::worker {
 
-/// What is wrong with a job file: the file, the key and the reason.
-class JobFileError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// Reads a job from JSON text:
+/// Reads a job from JSON text, an object with the keys of job_setting_table:
 ///
 ///     {
-///       "scene": "C:\\scenes\\robot.gltf",       required
-///       "camera": "Camera01",                    default: the scene's active view
-///       "frames": "1-48x2,60",                   required; or a number, or a list of numbers
-///       "output": "C:\\out\\beauty.png",         default: the scene's output name
+///       "scene": "C:\\scenes\\robot.gltf", "camera": "Camera01", "frames": "1-48x2,60",
+///       "output": "C:\\out\\beauty.png",
 ///       "options": {
-///         "frameBase": 1000,                     added to the frame number in file names
+///         "frameBase": 1000, "alphaSplit": true,
 ///         "region": {"left": 0, "top": 0, "right": 320, "bottom": 240, "padding": 8},
-///         "jpegPreview": "C:\\previews",
-///         "failOnBlack": {"percentage": 95, "threshold": 0.02},
-///         "ignoreMissing": ["files", "uvws", "dlls", "xrefs"],
-///         "restartRenderer": true, "hideFrameBuffer": true, "removePadding": true, "alphaSplit": true
+///         "failOnBlack": {"percentage": 95, "threshold": 0.02}, "ignoreMissing": ["files", "uvws"]
 ///       },
 ///       "jobInfo": {"Name": "Robot", "Priority": 50},
 ///       "submitInfo": {"Pools": ["night", "gpu"], "User": "ana"},
-///       "auxFiles": ["C:\\scenes\\robot.txt"],
-///       "preScript": "C:\\scripts\\prepare.ms",  run by each host after it has started the job
-///       "postScript": "C:\\scripts\\clean.ms"    run by each host before it ends the job
+///       "hosts": 2, "drives": {"C": "drive_c", "D": "/mnt/d"}
 ///     }
 ///
-/// Values of jobInfo and submitInfo are texts, numbers or booleans; those of submitInfo also lists of these.
-/// Throws JobFileError for text that is not JSON, unknown, missing and repeated keys, wrong types, and values
-/// that the job cannot have; `name` is how the message calls the file. The job still has to pass check_job.
-Job parse_job(std::string_view text, const std::string& name);
+/// Folders and files of this machine are taken from the current folder, as on the command line. Throws
+/// JobFileError for text that is not JSON, unknown, missing and repeated keys, wrong types, and values that
+/// the job cannot have; `name` is how the message calls the file. The job still has to pass check_job.
+JobSettings parse_job(std::string_view text, const std::string& name);
 
 /// Reads a job file of this machine. Throws JobFileError also for a file that cannot be read or is
 /// absurdly large.
-Job read_job_file(const std::string& path);
+JobSettings read_job_file(const std::string& path);
 
 }  // namespace corrivane::worker

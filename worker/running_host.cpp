@@ -27,7 +27,11 @@ std::string make_token() {
 }
 
 std::vector<std::string> host_arguments(const HostSettings& settings) {
-    std::vector<std::string> arguments = settings.arguments;
+    std::vector<std::string> arguments;
+    for (const auto& [letter, folder] : settings.drives)
+        arguments.insert(arguments.end(), {"--drive", letter + ('=' + folder)});
+    if (!settings.network.empty()) arguments.insert(arguments.end(), {"--network", settings.network});
+    if (!settings.library.empty()) arguments.insert(arguments.end(), {"--library", settings.library});
     arguments.emplace_back("-");
     return arguments;
 }

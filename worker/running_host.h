@@ -4,16 +4,20 @@
 #include "worker/host_connection.h"
 #include "worker/host_process.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace corrivane::worker {
 
-/// The host program and what it is started with, besides the script that connects it to the worker.
+/// The host program and what it is told besides the script that connects it to the worker. Files and folders
+/// are this machine's.
 struct HostSettings {
     std::string program;
-    std::vector<std::string> arguments;
+    std::map<char, std::string> drives;  // folders by letter; C is drive_c where it is not among them
+    std::string network;                 // folder that stands for the network; empty for none
+    std::string library;                 // plug-in library; empty for the host's own
 };
 
 /// A host that was started, has connected with its token and has greeted. Belongs to the thread that made it.

@@ -1,6 +1,7 @@
 #include "app/host_options.h"
 
 #include <CLI/CLI.hpp>
+#include <corrivane_version.h>
 
 #include <cctype>
 #include <charconv>
@@ -112,11 +113,15 @@ std::optional<HostOptions> read_command_line(int argc, const char* const* argv) 
     HostOptions options;
     RawOptions raw;
     CLI::App app("Runs a render plug-in and its scripts without 3ds Max.", "corrivane-host");
+    app.set_version_flag("-V,--version", "corrivane-host " CORRIVANE_VERSION);
     describe(app, options, raw);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         std::cout << app.help();
+        return std::nullopt;
+    } catch (const CLI::CallForVersion& version) {
+        std::cout << version.what() << '\n';
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         throw CommandLineError(error.what());

@@ -27,8 +27,8 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Reads the command line; nothing when it asked for the help text, which has then been printed to standard
-/// output. Throws CommandLineError.
+/// Reads the command line; nothing when it asked for the help text or the version, which has then been
+/// printed to standard output. Throws CommandLineError.
 std::optional<HostOptions> read_command_line(int argc, const char* const* argv);
 
 }  // namespace corrivane::host

@@ -40,12 +40,6 @@ TEST(CommandLineText, TheSplitterGivesBackEveryField) {
                       (std::vector<std::string>{"Name", first, second}));
 }
 
-TEST(CommandLineText, WritesFieldsAsTheProtocolHasThem) {
-    EXPECT_EQ(command_line("EndJob"), "EndJob");
-    EXPECT_EQ(command_line("StartJob", {R"(C:\a.gltf)", ""}), R"(StartJob,C:\\a.gltf,)");
-    EXPECT_EQ(command_line("StartJob", {"a,b", "say \"x\"\n"}), R"(StartJob,"a,b",say \"x\"\n)");
-}
-
 TEST(CommandLineText, RefusesWhatNoMessageCarries) {
     EXPECT_THROW(command_line("A", {std::string("a\0b", 3)}), std::invalid_argument);
     EXPECT_NO_THROW(command_line("A", {std::string(99994, 'x')}));

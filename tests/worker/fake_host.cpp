@@ -77,11 +77,13 @@ private:
             }
             m_peer.send("SUCCESS [filename] \n[format] \n[size] 0x0\n[aspect] 1\n");
         } else if (name == "EndJob") {
+            if (m_call.behaviour == "warn") m_peer.send("ERROR: EndJob called too often");
             m_peer.send("SUCCESS");
         } else if (name == "RenderTask") {
             m_peer.send("STARTED");
             render(command.substr(command.find(',') + 1));
         } else if (name == "ExecuteStringScript") {
+            if (m_call.behaviour == "refuse-option") m_peer.send("ERROR: Unexpected command.");
             m_peer.send("STARTED");
             m_peer.send("SUCCESS: " + text_of(command));
         } else if (name == "ExecuteScript") {
@@ -101,6 +103,8 @@ private:
 
     void run_script() {
         m_peer.send("FUNCTION: STDOUT: first line\nsecond\033[2J line");
+        m_peer.send("FUNCTION: GETJOBINFOENTRY Name");
+        trace(m_peer.receive());
         if (m_call.behaviour == "hang-script") ::pause();
         if (m_call.behaviour == "throw-script") {
             m_peer.send("ERROR: Exception caught in 3ds max: no licence");

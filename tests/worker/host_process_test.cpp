@@ -1,6 +1,5 @@
 #include "worker/host_process.h"
 
-#include "support/message_of.h"
 #include "worker/pidfd.h"
 #include "worker/wait.h"
 
@@ -86,11 +85,6 @@ TEST_F(HostProcessTest, StartsWithoutTheWorkersSignalsAndDescriptors) {
     pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
     host.end(10s, stop);
     EXPECT_THAT(lines, ElementsAre("SigBlk:\t0000000000000000", "a line"));
-}
-
-TEST_F(HostProcessTest, AProgramThatIsNotThereIsNamed) {
-    EXPECT_THAT(test::message_of([] { HostProcess("/nowhere/host", {}, {}, [](std::string_view) {}); }),
-                StartsWith("cannot start the host /nowhere/host: No such file"));
 }
 
 }  // namespace

@@ -21,6 +21,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 using testing::Optional;
+using testing::StartsWith;
 using Status = FrameOutcome::Status;
 
 class JobRunTest : public testing::Test {
@@ -34,7 +35,8 @@ protected:
 
     JobReport run(const std::string& behaviour) {
         std::filesystem::remove(folder / "trace");
-        settings.host.arguments = {"--library", behaviour, "--network", folder.path()};
+        settings.host.library = behaviour;
+        settings.host.network = folder.path();
         ProgressView view(out, ProgressView::Style::Plain, job.frames.size(), lane_count(job, settings));
         JobReport report = run_job(job, settings, StopRequest(), view);
         for (const std::string& line : trace())
@@ -74,14 +76,21 @@ protected:
 TEST_F(JobRunTest, RendersEveryFrameWithOneHost) {
     job.pre_script = "pre.ms";
     job.post_script = "post.ms";
+    job.job_info["Name"] = "Robot";
+    job.options.ignore_missing.files = true;
+    job.options.alpha_split = true;
     settings.check_files = true;
     const JobReport report = run("");
     EXPECT_TRUE(report.success()) << out.str();
     EXPECT_THAT(report.frames[2].files, Optional(ElementsAre(folder / "out3.png")));
     EXPECT_EQ(count_hosts(), 1);
     const auto lines = trace();
-    EXPECT_THAT(std::vector(lines.end() - 3, lines.end()),
-                ElementsAre("ExecuteScript,1,post.ms", "EndJob", "end"));
+    EXPECT_THAT(std::vector(lines.begin() + 1, lines.begin() + 8),
+                ElementsAre("IgnoreMissingExternalFiles", "StartJob,scene.gltf,", "AlphaSplit",
+                            StartsWith("ExecuteStringScript,1,"), "ExecuteScript,1,pre.ms", "SUCCESS: Robot",
+                            "RenderTask,1"));
+    EXPECT_THAT(std::vector(lines.end() - 4, lines.end()),
+                ElementsAre("ExecuteScript,1,post.ms", "SUCCESS: Robot", "EndJob", "end"));
     EXPECT_THAT(out.str(),
                 AllOf(HasSubstr("first line\nsecond?[2J line\n"), HasSubstr("] frame 3 done in ")));
 }
@@ -126,6 +135,7 @@ TEST_F(JobRunTest, FramesFailWithTheirReasonAndTheJobGoesOn) {
         EXPECT_EQ(count("RenderTask,2"), entry.attempts) << entry.behaviour;
         EXPECT_EQ(count_hosts(), entry.hosts) << entry.behaviour;
         EXPECT_FALSE(report.success() || report.stopped);
+        EXPECT_THAT(out.str(), Not(HasSubstr("frame 3 is tried again")));  // on a host that is gone
     }
 }
 
@@ -137,16 +147,9 @@ TEST_F(JobRunTest, AHostThatHangsInAFrameIsEnded) {
                 HasSubstr("did not answer in time; it was ended by the worker"));
 }
 
-TEST_F(JobRunTest, APreScriptThatHangsIsNamed) {
-    job.pre_script = "pre.ms";
-    settings.limits.work = 1s;
-    settings.retries = 0;
-    EXPECT_THAT(run("hang-script").problems,
-                ElementsAre(HasSubstr("No host starts the job: in the pre-script, the host did not answer")));
-}
-
 TEST_F(JobRunTest, AStartThatFailsEndsTheJobWithItsReason) {
     job.pre_script = "pre.ms";
+    settings.limits.work = 1s;
     const struct {
         const char* behaviour;
         const char* reason;
@@ -157,7 +160,9 @@ TEST_F(JobRunTest, AStartThatFailsEndsTheJobWithItsReason) {
          "The job can't be started: Failed to load max file: \"no.gltf\"\n"
          "[error] LoadFromFile: no.gltf: width 0",
          1},
+        {"refuse-option", "The job can't be started: Unexpected command.", 1},
         {"fail-script", "the pre-script failed: Script did not return success: false", 1},
+        {"hang-script", "No host starts the job: in the pre-script, the host did not answer", 2},
     };
     for (const auto& entry : cases) {
         const JobReport report = run(entry.behaviour);
@@ -204,36 +209,31 @@ TEST_F(JobRunTest, WhatHostsSayOfTheSceneIsShownOnce) {
         // Each host's listener shows what that host printed; otherwise the two say the same.
         EXPECT_EQ(count_in_output("[warning] LoadFromFile: mesh 2 is odd\n"), listener ? 2 : 1) << out.str();
         EXPECT_EQ(count_in_output("[note]"), listener ? 2 : 0);
+        EXPECT_EQ(count_in_output("warning from the end of the job: EndJob called too often"), 2);
     }
 }
 
 TEST_F(JobRunTest, AFrameWithoutFilesPassesTheCheckUnlessItsFileIsEmpty) {
     const struct {
+        const char* behaviour;
         std::optional<std::string> content;  // of the skipped frame's file
         Status status;
         std::string output;
     } cases[] = {
-        {std::nullopt, Status::Done, "no file written (skipped, or the scene saves none)"},
-        {"pixels", Status::Done, "no file written (skipped, or the scene saves none)"},
-        {"", Status::Failed, "out0102.png\" is empty"},
+        {"skip", std::nullopt, Status::Done, "no file written (skipped, or the scene saves none)"},
+        {"skip", "pixels", Status::Done, "no file written (skipped, or the scene saves none)"},
+        {"skip", "", Status::Failed, "out0102.png\" is empty"},
+        {"die-at-files", "", Status::Done, ", its files are not known\n"},  // where nobody checks
     };
-    settings.check_files = true;
     job.frames = {2};
     job.options.frame_base = 100;
     for (const auto& entry : cases) {
+        settings.check_files = std::string_view(entry.behaviour) == "skip";
         if (entry.content) test::write_file(folder / "out0102.png", *entry.content);
-        EXPECT_THAT(statuses(run("skip@2")), ElementsAre(entry.status));
+        EXPECT_THAT(statuses(run(std::string(entry.behaviour) + "@2")), ElementsAre(entry.status));
         EXPECT_THAT(out.str(), HasSubstr(entry.output));
         out.str("");
     }
-}
-
-TEST_F(JobRunTest, FilesThatAreNotKnownAreNotCalledUnwritten) {
-    const JobReport report = run("die-at-files@2");
-    EXPECT_THAT(statuses(report), Each(Status::Done));
-    EXPECT_FALSE(report.frames[1].files);
-    EXPECT_THAT(out.str(),
-                AllOf(HasSubstr(", its files are not known\n"), Not(HasSubstr("no file written"))));
 }
 
 }  // namespace

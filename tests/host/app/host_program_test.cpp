@@ -97,6 +97,7 @@ TEST_F(HostProgramTest, TheListenerGoesToStandardOutputAndTheLog) {
     EXPECT_EQ("hello farm 3\n", run.output);
     EXPECT_EQ("hello farm 3\n", m_folder.read("log.txt"));
     EXPECT_THAT(m_folder.run({"--help"}).output, HasSubstr("--scene-file"));
+    EXPECT_THAT(m_folder.run({"-V"}).output, HasSubstr("corrivane-host "));
 }
 
 TEST_F(HostProgramTest, OutputThatIsLostEndsInOne) {

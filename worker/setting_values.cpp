@@ -1,0 +1,288 @@
+#include "worker/setting_values.h"
+
+#include "net/farm_protocol.h"
+#include "worker/command_line_text.h"
+#include "worker/frame_list.h"
+
+#include <boost/algorithm/string/split.hpp>
+#include <boost/lexical_cast.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <set>
+#include <stdexcept>
+#include <string_view>
+
+namespace corrivane::worker {
+namespace {
+
+/// Reads numbers with commas between them; `form` is how the message calls them.
+template <typename... Numbers>
+void read_numbers(const std::string& text, const char* form, Numbers&... numbers) {
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    const auto read = [&](auto& number) {
+        const bool separated = at == text.data() || (at != end && *at++ == ',');
+        const auto [next, error] = std::from_chars(at, end, number);
+        at = next;
+        return separated && error == std::errc();
+    };
+    if (!(read(numbers) && ...) || at != end)
+        throw std::invalid_argument('"' + text + "\" is not of the form " + form);
+}
+
+/// KEY=VALUE; the key must not be empty.
+std::pair<std::string, std::string> read_pair(const std::string& text, const char* form) {
+    const auto sign = text.find('=');
+    if (sign == std::string::npos || sign == 0)
+        throw std::invalid_argument('"' + text + "\" is not of the form " + form);
+    return {text.substr(0, sign), text.substr(sign + 1)};
+}
+
+/// Reads an object whose keys are known: `read` returns false for a key that is not. `required` must
+/// be there.
+template <typename Read>
+void read_object(const JobValue& object, const std::vector<const char*>& required, const Read& read) {
+    std::set<std::string> seen;
+    for (const auto& [key, member] : object.members()) {
+        if (!read(key, member)) member.refuse("is not a key that is known here");
+        seen.insert(key);
+    }
+    for (const char* key : required)
+        if (!seen.contains(key)) object.refuse(std::string("lacks \"") + key + "\"");
+}
+
+struct MissingKind {
+    const char* name;
+    bool IgnoreMissing::*field;
+    std::string_view command;
+};
+
+constexpr MissingKind k_missing_kinds[] = {
+    {"files", &IgnoreMissing::files, command::k_ignore_missing_external_files},
+    {"uvws", &IgnoreMissing::uvws, command::k_ignore_missing_uvws},
+    {"dlls", &IgnoreMissing::dlls, command::k_ignore_missing_dlls},
+    {"xrefs", &IgnoreMissing::xrefs, command::k_ignore_missing_xrefs},
+};
+
+bool set_ignore_missing(IgnoreMissing& ignore, std::string_view name) {
+    for (const MissingKind& kind : k_missing_kinds)
+        if (name == kind.name) return ignore.*kind.field = true;
+    return false;
+}
+
+/// Enters the folder of a drive. Throws std::invalid_argument for what is no letter and for a letter that
+/// comes again.
+void add_drive(std::map<char, std::string>& drives, const std::string& letter, const std::string& folder) {
+    if (letter.size() != 1 || std::isalpha(static_cast<unsigned char>(letter[0])) == 0)
+        throw std::invalid_argument('"' + letter + "\" is not the letter of a drive");
+    const char drive = static_cast<char>(std::toupper(static_cast<unsigned char>(letter[0])));
+    if (folder.empty()) throw std::invalid_argument(std::string("drive ") + drive + " has no folder");
+    if (!drives.emplace(drive, folder).second)
+        throw std::invalid_argument(std::string("drive ") + drive + " is given twice");
+}
+
+template <typename Key, typename Entry>
+void replace_entries(std::map<Key, Entry>& value, std::map<Key, Entry> entries) {
+    entries.merge(value);
+    value = std::move(entries);
+}
+
+std::chrono::milliseconds time_limit(int seconds) {
+    if (seconds < 0) throw std::invalid_argument("must not be negative");
+    return seconds == 0 ? std::chrono::milliseconds::max() : std::chrono::seconds(seconds);
+}
+
+}  // namespace
+
+void read_value(const JobValue& source, bool& value) {
+    value = source.boolean();
+}
+
+void read_value(const OptionTexts& texts, bool& value) {
+    if (texts.front() != "true" && texts.front() != "false")
+        throw std::invalid_argument('"' + texts.front() + "\" is neither true nor false");
+    value = texts.front() == "true";
+}
+
+void read_value(const JobValue& source, int& value) {
+    value = source.integer();
+}
+
+void read_value(const OptionTexts& texts, int& value) {
+    read_numbers(texts.front(), "N, an integer of 32 bits", value);
+}
+
+void read_value(const JobValue& source, std::string& value) {
+    value = source.text();
+}
+
+void read_value(const OptionTexts& texts, std::string& value) {
+    value = texts.front();
+}
+
+void read_value(const JobValue& source, std::chrono::milliseconds& value) {
+    value = time_limit(source.integer());
+}
+
+void read_value(const OptionTexts& texts, std::chrono::milliseconds& value) {
+    int seconds = 0;
+    read_value(texts, seconds);
+    value = time_limit(seconds);
+}
+
+void read_value(const JobValue& source, std::vector<int>& value) {
+    // Numbers become a list of frames too, so that the limit and the handling of repeats are the same.
+    std::string list;
+    if (source.is_string()) {
+        list = source.text();
+    } else if (source.is_array()) {
+        for (const JobValue& element : source.elements())
+            list += (list.empty() ? "" : ",") + std::to_string(element.integer());
+    } else {
+        list = std::to_string(source.integer());
+    }
+    value = parse_frame_list(list);
+}
+
+void read_value(const OptionTexts& texts, std::vector<int>& value) {
+    value = parse_frame_list(texts.front());
+}
+
+void read_value(const JobValue& source, std::vector<std::string>& value) {
+    value.clear();
+    for (const JobValue& element : source.elements())
+        value.push_back(element.text());
+}
+
+void read_value(const OptionTexts& texts, std::vector<std::string>& value) {
+    value = texts;
+}
+
+void read_value(const JobValue& source, std::map<std::string, std::string>& value) {
+    for (const auto& [key, entry] : source.members())
+        value[key] = entry.scalar();
+}
+
+void read_value(const OptionTexts& texts, std::map<std::string, std::string>& value) {
+    for (const std::string& text : texts) {
+        const auto [key, entry] = read_pair(text, "KEY=VALUE");
+        value[key] = entry;
+    }
+}
+
+void read_value(const JobValue& source, std::map<std::string, std::vector<std::string>>& value) {
+    for (const auto& [key, entry] : source.members()) {
+        std::vector<std::string> elements;
+        for (const JobValue& element : entry.is_array() ? entry.elements() : std::vector{entry})
+            elements.push_back(element.scalar());
+        value[key] = std::move(elements);
+    }
+}
+
+void read_value(const OptionTexts& texts, std::map<std::string, std::vector<std::string>>& value) {
+    std::map<std::string, std::vector<std::string>> entries;
+    for (const std::string& text : texts) {
+        const auto [key, entry] = read_pair(text, "KEY=VALUE");
+        entries[key].push_back(entry);
+    }
+    replace_entries(value, std::move(entries));
+}
+
+void read_value(const JobValue& source, std::map<char, std::string>& value) {
+    std::map<char, std::string> drives;
+    for (const auto& [letter, folder] : source.members())
+        add_drive(drives, letter, folder.text());
+    replace_entries(value, std::move(drives));
+}
+
+void read_value(const OptionTexts& texts, std::map<char, std::string>& value) {
+    std::map<char, std::string> drives;
+    for (const std::string& text : texts) {
+        const auto [letter, folder] = read_pair(text, "LETTER=DIR");
+        add_drive(drives, letter, folder);
+    }
+    replace_entries(value, std::move(drives));
+}
+
+void read_value(const JobValue& source, Region& value) {
+    static const std::map<std::string_view, int Region::*> sides = {{"left", &Region::left},
+                                                                    {"top", &Region::top},
+                                                                    {"right", &Region::right},
+                                                                    {"bottom", &Region::bottom},
+                                                                    {"padding", &Region::padding}};
+    value = {};
+    read_object(source, {"left", "top", "right", "bottom"},
+                [&](std::string_view key, const JobValue& member) {
+                    const auto side = sides.find(key);
+                    if (side != sides.end()) value.*side->second = member.integer();
+                    return side != sides.end();
+                });
+}
+
+void read_value(const OptionTexts& texts, Region& value) {
+    value = {};
+    read_numbers(texts.front(), "L,T,R,B", value.left, value.top, value.right, value.bottom);
+}
+
+void read_value(const JobValue& source, BlackFrameCheck& value) {
+    read_object(source, {"percentage", "threshold"}, [&](std::string_view key, const JobValue& member) {
+        if (key == "percentage")
+            value.percentage = member.integer();
+        else if (key == "threshold")
+            value.threshold = member.number();
+        else
+            return false;
+        return true;
+    });
+}
+
+void read_value(const OptionTexts& texts, BlackFrameCheck& value) {
+    read_numbers(texts.front(), "PERCENT,THRESHOLD", value.percentage, value.threshold);
+}
+
+void read_value(const JobValue& source, IgnoreMissing& value) {
+    value = {};
+    for (const JobValue& element : source.elements())
+        if (!set_ignore_missing(value, element.text())) element.refuse("is none of files, uvws, dlls, xrefs");
+}
+
+void read_value(const OptionTexts& texts, IgnoreMissing& value) {
+    value = {};
+    for (const std::string& text : texts) {
+        std::vector<std::string> names;
+        boost::algorithm::split(names, text, [](char c) { return c == ','; });
+        for (const std::string& name : names)
+            if (!set_ignore_missing(value, name))
+                throw std::invalid_argument('"' + name + "\" is none of files, uvws, dlls, xrefs");
+    }
+}
+
+std::vector<std::string> command_parameters(int value) {
+    return {std::to_string(value)};
+}
+
+std::vector<std::string> command_parameters(const std::string& value) {
+    return {value};
+}
+
+std::vector<std::string> command_parameters(const Region& value) {
+    std::vector<std::string> parameters;
+    for (const int number : {value.padding, value.left, value.top, value.right, value.bottom})
+        parameters.push_back(std::to_string(number));
+    return parameters;
+}
+
+std::vector<std::string> command_parameters(const BlackFrameCheck& value) {
+    return {std::to_string(value.percentage), boost::lexical_cast<std::string>(value.threshold)};
+}
+
+std::vector<std::string> ignore_missing_commands(const IgnoreMissing& value) {
+    std::vector<std::string> lines;
+    for (const MissingKind& kind : k_missing_kinds)
+        if (value.*kind.field) lines.push_back(command_line(kind.command));
+    return lines;
+}
+
+}  // namespace corrivane::worker
