@@ -36,18 +36,20 @@ private:
 
     /// A value, or a member's name in front of its value. What is in an array or object follows it.
     struct Token {
+        struct String {
+            std::uint32_t offset;  ///< in the strings
+            std::uint32_t length;
+        };
+        struct List {
+            std::uint32_t count;  ///< of elements or members
+            std::uint32_t end;    ///< the first token behind it
+        };
         union {
             std::int64_t negative;
             std::uint64_t whole;  ///< also of a boolean
             double real;
-            struct {
-                std::uint32_t offset;  ///< in the strings
-                std::uint32_t length;
-            } string;
-            struct {
-                std::uint32_t count;  ///< of elements or members
-                std::uint32_t end;    ///< the first token behind it
-            } list;
+            String string;
+            List list;
         };
         Kind kind;
     };

@@ -31,7 +31,7 @@ public:
     template <typename Vector>
     std::vector<Vector> vectors(const json::Value& user) {
         const Accessor& accessor = checked(user, static_cast<int>(sizeof(Vector) / sizeof(float)));
-        std::vector<Vector> result(accessor.count);
+        std::vector<Vector> result(accessor.count, Vector(0.0f));
         read_floats(accessor, user, reinterpret_cast<float*>(result.data()));
         return result;
     }

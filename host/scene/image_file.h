@@ -27,7 +27,7 @@ public:
 protected:
     /// Called where the decoding libraries leave by longjmp: it allocates nothing. A fault that is there stays.
     void note_fault(const char* text) {
-        if (m_fault[0] == '\0') std::strncpy(m_fault, text, sizeof m_fault - 1);
+        if (m_fault[0] == '\0') std::memcpy(m_fault, text, strnlen(text, sizeof m_fault - 1));
     }
 
     std::uint64_t m_width = 0;
