@@ -103,6 +103,11 @@ void LoadContext::take(std::uint64_t bytes, const json::Value& user) {
     m_state.bytes_held += bytes;
 }
 
+void LoadContext::take_all(std::uint64_t bytes) {
+    if (bytes > left()) fail("needs too much memory for the size of the files");
+    m_state.bytes_held += bytes;
+}
+
 void LoadContext::take(std::uint64_t count, std::uint64_t size, const json::Value& user) {
     if (count > left() / size) {
         user.fail("needs " + std::to_string(count) + " elements, too much for a file of this size");

@@ -53,6 +53,8 @@ public:
     void take(std::uint64_t bytes, const json::Value& user);
     /// Of an array, with what its allocation takes besides.
     void take(std::uint64_t count, std::uint64_t size, const json::Value& user);
+    /// As take(), for the file as a whole.
+    void take_all(std::uint64_t bytes);
     /// Without asking: of what is as large as a file that was read.
     void hold(std::uint64_t bytes) { m_state.bytes_held += bytes; }
     void release(std::uint64_t bytes) { m_state.bytes_held -= bytes; }

@@ -53,7 +53,7 @@ public:
         Scene scene = read({file, m_options.root});
         // The list grows while it is walked.
         for (std::size_t i = 0; i < m_xrefs.size(); ++i)
-            merge_scene(read(m_xrefs[i]), scene);
+            merge(m_xrefs[i], scene);
         scene.warnings = std::move(m_state.warnings);
         if (m_state.warnings_left_out > 0) {
             scene.warnings.push_back(file.filename().string() + ": and " +
@@ -73,6 +73,17 @@ private:
         } catch (const json::Error& error) {
             context.fail(error);
         }
+    }
+
+    /// By value: reading may find more xrefs.
+    void merge(BoundedFile place, Scene& scene) {
+        Scene part = read(place);
+        // The nodes of both lie in memory twice while their list grows.
+        const std::uint64_t bytes = (scene.nodes.size() + part.nodes.size()) * sizeof(SceneNode);
+        LoadContext context(std::move(place), m_options, m_state);
+        context.take_all(bytes);
+        merge_scene(std::move(part), scene);
+        context.release(bytes);
     }
 
     void add_xref(const std::string& name, LoadContext& context) {

@@ -5,11 +5,9 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <cmath>
 #include <limits>
 #include <set>
-#include <thread>
 
 namespace corrivane::host::test {
 namespace {
@@ -353,36 +351,6 @@ TEST(RenderProgress, StopsTheRenderWhereverItSaysNo) {
         std::vector<float> small(32 * 32 * 4);
         EXPECT_EQ(renderer.render(request_of(scene, 32, 32, 1), {small, {}}), RenderResult::complete);
     }
-}
-
-TEST(RenderProgress, ComesFromSeveralThreadsAtOnce) {
-    // Each waits, up to a limit, for a second one to be inside: that only happens when the calls are
-    // not serialized.
-    class Meeting : public RenderProgress {
-    public:
-        void set_title(const char*) override {}
-        bool progress(int done, int total) override {
-            if (done == 0 || done == total) return true;
-            ++m_inside;
-            const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-            while (!m_met && m_inside < 2 && std::chrono::steady_clock::now() < limit)
-                std::this_thread::yield();
-            if (m_inside >= 2) m_met = true;
-            --m_inside;
-            return true;
-        }
-        bool met() const { return m_met; }
-
-    private:
-        std::atomic<int> m_inside{0};
-        std::atomic<bool> m_met{false};
-    };
-    RenderScene scene;
-    Renderer renderer(scene.share(), {.threads = 2});
-    std::vector<float> pixels(96 * 96 * 4);
-    Meeting meeting;
-    renderer.render(request_of(scene, 96, 96, 1), {pixels, {}}, &meeting);
-    EXPECT_TRUE(meeting.met());
 }
 
 }  // namespace
