@@ -1,10 +1,13 @@
 #include "paint.h"
 
-#include <tiny_gltf.h>
+#include <png.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -31,33 +34,48 @@ bool on_line(float value, float period, float width) {
     return rest < width || rest > period - width;
 }
 
+std::vector<unsigned char> encoded(const std::vector<unsigned char>& rgb, int side) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = image.height = static_cast<png_uint_32>(side);
+    image.format = PNG_FORMAT_RGB;
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::vector<unsigned char> bytes(size);
+    if (png_image_write_to_memory(&image, bytes.data(), &size, 0, rgb.data(), 0, nullptr) == 0) {
+        throw std::runtime_error("an image cannot be encoded");
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+std::string base64(const std::vector<unsigned char>& bytes) {
+    static constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        std::uint32_t group = 0;
+        for (std::size_t k = 0; k < 3; ++k)
+            group = group << 8 | (i + k < bytes.size() ? bytes[i + k] : 0u);
+        for (std::size_t k = 0; k < 4; ++k)
+            text += i + k <= bytes.size() ? digits[group >> (18 - 6 * k) & 63] : '=';
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string png_uri(const Paint& paint, int side) {
-    tinygltf::Image image;
-    image.width = image.height = side;
-    image.component = 4;
-    image.bits = 8;
-    image.pixel_type = TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE;
+    std::vector<unsigned char> rgb;
     for (int y = 0; y < side; ++y) {
         for (int x = 0; x < side; ++x) {
             const float scale = 1 / static_cast<float>(side);
             const C3f color =
                 paint((static_cast<float>(x) + 0.5f) * scale, (static_cast<float>(y) + 0.5f) * scale);
-            for (int c = 0; c < 3; ++c) {
-                image.image.push_back(
+            for (int c = 0; c < 3; ++c)
+                rgb.push_back(
                     static_cast<unsigned char>(std::lround(std::clamp(color[c], 0.0f, 1.0f) * 255)));
-            }
-            image.image.push_back(255);
         }
     }
-    const std::string folder;
-    const std::string name = "image.png";
-    std::string uri;
-    if (!tinygltf::WriteImageData(&folder, &name, &image, true, &uri, nullptr)) {
-        throw std::runtime_error("an image cannot be encoded");
-    }
-    return uri;
+    return "data:image/png;base64," + base64(encoded(rgb, side));
 }
 
 C3f beach_ball(float u, float v) {

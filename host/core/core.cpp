@@ -8,6 +8,7 @@
 #include <drive_map.h>
 #include <seh_guard.h>
 
+#include <new>
 #include <stdexcept>
 
 namespace corrivane::host {
@@ -58,6 +59,9 @@ int Core::LoadFromFile(const char* fileName, int /*flags*/) {
         replace_document(std::make_unique<Document>(load_scene(path.path, options), name));
     } catch (const SceneError& error) {
         m_log.error("LoadFromFile", error.what());
+        return 0;
+    } catch (const std::bad_alloc&) {
+        m_log.error("LoadFromFile", name + ": not enough memory");
         return 0;
     }
     for (const std::string& warning : m_document->scene()->warnings) {

@@ -76,7 +76,7 @@ std::unique_ptr<HostCamera> SceneNodes::make_camera(const SceneNode& node,
 bool SceneNodes::has_effect_holder(const SceneNode& node) const {
     return std::ranges::any_of(node.children, [this](int index) {
         const SceneNode& child = m_scene->nodes[static_cast<std::size_t>(index)];
-        return child.name == effect_holder_name && child.multipass.has_value();
+        return child.name == effect_holder_name && child.multipass != nullptr;
     });
 }
 

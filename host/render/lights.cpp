@@ -47,6 +47,7 @@ Illumination illumination_at(const PlacedLight& light, const Imath::V3f& point) 
     }
     const Imath::V3f way = light.position - point;
     const float distance = std::max(way.length(), 1e-4f);
+    if (!std::isfinite(distance)) return {};
     const Imath::V3f towards = way / distance;
     float strength = range_window(distance, light.range) / (distance * distance);
     if (light.kind == Light::Kind::spot) {

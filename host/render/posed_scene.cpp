@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -16,15 +17,68 @@ Imath::M33f linear_part(const Imath::M44f& m) {
     return {m[0][0], m[0][1], m[0][2], m[1][0], m[1][1], m[1][2], m[2][0], m[2][1], m[2][2]};
 }
 
-bool is_finite(const Imath::M44f& m) {
-    const float* values = &m.x[0][0];
-    return std::all_of(values, values + 16, [](float value) { return std::isfinite(value); });
+/// What Embree computes with, it takes to be below 1.8e18, and ends the process where a ray is not.
+constexpr double embree_limit = 1e18;
+/// An instance that takes rays of less than this beyond Embree's limit is too thin to be seen.
+constexpr double least_reach = 1e9;
+
+/// The largest sum of a column's magnitudes: how far a vector's parts may grow by the matrix.
+double growth(const Imath::M33d& m) {
+    double largest = 0;
+    for (int column = 0; column < 3; ++column) {
+        largest = std::max(largest, std::abs(m[0][column]) + std::abs(m[1][column]) + std::abs(m[2][column]));
+    }
+    return largest;
+}
+
+/// False of NaN too.
+bool is_shown(float x, float y, float z) {
+    return std::abs(x) <= farthest_shown && std::abs(y) <= farthest_shown && std::abs(z) <= farthest_shown;
+}
+
+bool is_shown(const Imath::M44f& m) {
+    return is_shown(m[0][0], m[0][1], m[0][2]) && is_shown(m[1][0], m[1][1], m[1][2]) &&
+           is_shown(m[2][0], m[2][1], m[2][2]) && is_shown(m[3][0], m[3][1], m[3][2]);
 }
 
 /// Whether the matrix can be inverted without leaving the range of float.
 bool is_solid(const Imath::M44f& matrix) {
     const float volume = std::abs(linear_part(matrix).determinant());
-    return is_finite(matrix) && volume > 1e-24f && volume < 1e24f;
+    return is_shown(matrix) && volume > 1e-24f && volume < 1e24f;
+}
+
+/// How far from the origin a ray may start, so that the same ray in the mesh's own space keeps within Embree's
+/// limit. The matrix is solid.
+double reach_of(const Imath::M44f& matrix) {
+    const Imath::M33f linear = linear_part(matrix);
+    const Imath::M33d inverse =
+        Imath::M33d(linear[0][0], linear[0][1], linear[0][2], linear[1][0], linear[1][1], linear[1][2],
+                    linear[2][0], linear[2][1], linear[2][2])
+            .inverse();
+    const double place = std::max({std::abs(matrix[3][0]), std::abs(matrix[3][1]), std::abs(matrix[3][2])});
+    return embree_limit / growth(inverse) - place;
+}
+
+/// The box around a mesh with that matrix, in the world, lies where things are shown.
+bool is_shown(const RTCBounds& box, const Imath::M44f& m) {
+    if (!(box.lower_x <= box.upper_x)) return true;  // of nothing
+    for (int column = 0; column < 3; ++column) {
+        const double farthest =
+            std::max(std::abs(box.lower_x), std::abs(box.upper_x)) * std::abs(double(m[0][column])) +
+            std::max(std::abs(box.lower_y), std::abs(box.upper_y)) * std::abs(double(m[1][column])) +
+            std::max(std::abs(box.lower_z), std::abs(box.upper_z)) * std::abs(double(m[2][column])) +
+            std::abs(double(m[3][column]));
+        if (!(farthest <= farthest_shown)) return false;
+    }
+    return true;
+}
+
+/// Embree leaves out the triangles of a vertex that is not finite.
+std::vector<Imath::V3f> shown_positions(std::vector<Imath::V3f> positions) {
+    for (Imath::V3f& p : positions) {
+        if (!is_shown(p.x, p.y, p.z)) p = Imath::V3f(std::numeric_limits<float>::infinity());
+    }
+    return positions;
 }
 
 /// What a shadow ray carries along; Embree hands the context, its first member, to the filter.
@@ -87,6 +141,7 @@ bool PosedScene::set_pose(Pose pose, const std::function<bool(int done)>& step_d
     if (!m_instanced) add_instances();
     m_pose = std::move(pose);
     m_normal_matrices.resize(m_pose.size());
+    m_reach = embree_limit;
     for (std::size_t node = 0; node < m_pose.size(); ++node) {
         if (m_scene.nodes[node].mesh >= 0) place(node);
     }
@@ -116,7 +171,7 @@ void PosedScene::add_geometry(const Primitive& primitive, unsigned id, RTCScene 
         using Element = std::decay_t<decltype(elements[0])>;
         if (buffer != nullptr) std::copy(elements.begin(), elements.end(), static_cast<Element*>(buffer));
     };
-    copy(RTC_BUFFER_TYPE_VERTEX, RTC_FORMAT_FLOAT3, primitive.positions);
+    copy(RTC_BUFFER_TYPE_VERTEX, RTC_FORMAT_FLOAT3, shown_positions(primitive.positions));
     copy(RTC_BUFFER_TYPE_INDEX, RTC_FORMAT_UINT3, primitive.triangles);
     if (m_scene.materials[static_cast<std::size_t>(primitive.material)].alpha_mode != AlphaMode::opaque) {
         rtcSetGeometryUserData(geometry, const_cast<Primitive*>(&primitive));
@@ -144,10 +199,14 @@ void PosedScene::add_instances() {
 
 void PosedScene::place(std::size_t node) {
     RTCGeometry instance = rtcGetGeometry(m_top.get(), static_cast<unsigned>(node));
-    if (!is_solid(m_pose[node])) {
+    const double reach = is_solid(m_pose[node]) ? reach_of(m_pose[node]) : 0;
+    RTCBounds box;
+    rtcGetSceneBounds(m_meshes[static_cast<std::size_t>(m_scene.nodes[node].mesh)].get(), &box);
+    if (!(reach >= least_reach) || !is_shown(box, m_pose[node])) {
         rtcDisableGeometry(instance);
         return;
     }
+    m_reach = std::min(m_reach, reach);
     m_normal_matrices[node] = linear_part(m_pose[node]).inverse().transposed();
     rtcEnableGeometry(instance);
     // Row vectors in row-major order are column vectors in column-major order.
@@ -155,7 +214,16 @@ void PosedScene::place(std::size_t node) {
     rtcCommitGeometry(instance);
 }
 
+bool PosedScene::can_trace(const Ray& ray) const {
+    const auto reach = static_cast<float>(m_reach);
+    const float length2 = ray.direction.length2();
+    return std::abs(ray.origin.x) <= reach && std::abs(ray.origin.y) <= reach &&
+           std::abs(ray.origin.z) <= reach && length2 > 0.25f && length2 < 4 && ray.near >= 0 &&
+           !std::isnan(ray.far);
+}
+
 bool PosedScene::intersect(const Ray& ray, Hit& hit) const {
+    if (!can_trace(ray)) return false;
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     RTCRayHit query{to_embree(ray), {}};
@@ -172,6 +240,7 @@ bool PosedScene::intersect(const Ray& ray, Hit& hit) const {
 }
 
 float PosedScene::visibility(const Ray& ray) const {
+    if (!can_trace(ray)) return 1;
     ShadowQuery query{{}, m_scene, 1};
     rtcInitIntersectContext(&query.context);
     RTCRay shadow = to_embree(ray);

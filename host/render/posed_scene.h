@@ -13,7 +13,10 @@ namespace corrivane::host {
 
 /// The scene as the ray tracer sees it: a search tree for each mesh, built once, and over them one for the
 /// nodes that show them, built anew for each pose. Nodes whose matrix flattens or explodes their mesh are
-/// not shown.
+/// not shown, nor is what lies beyond farthest_shown.
+///
+/// Embree ends the process where a ray or a matrix leaves its own range of numbers. What comes through here never
+/// does, whatever the scene holds: a ray that cannot be traced meets nothing.
 class PosedScene {
 public:
     /// `threads` as for rtcNewDevice; 0: all. Throws std::runtime_error when Embree does not start.
@@ -55,6 +58,8 @@ private:
     void add_instances();
     void place(std::size_t node);
     void check_device() const;
+    /// Whether the ray keeps within Embree's limits, in the world and in every shown mesh's own space.
+    bool can_trace(const Ray& ray) const;
 
     const Scene& m_scene;
     std::unique_ptr<RTCDeviceTy, DeviceRelease> m_device;
@@ -62,6 +67,7 @@ private:
     ScenePointer m_top;
     std::size_t m_built = 0;
     bool m_instanced = false;
+    double m_reach = 0;  ///< how far from the origin, along each axis, a ray may start
     Pose m_pose;
     std::vector<Imath::M33f> m_normal_matrices;
 };

@@ -1,30 +1,47 @@
 #include "scene/accessor_reader.h"
 
+#include "json/shortened.h"
+
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <string_view>
+#include <utility>
 
 namespace corrivane::host {
 
 namespace {
 
+enum ComponentType {
+    type_byte = 5120,
+    type_unsigned_byte = 5121,
+    type_short = 5122,
+    type_unsigned_short = 5123,
+    type_unsigned_int = 5125,
+    type_float = 5126,
+};
+
 /// Bytes of a component, 0 for a type that glTF does not have.
-std::uint64_t component_size(int type) {
+std::uint64_t size_of_component(int type) {
     switch (type) {
-        case TINYGLTF_COMPONENT_TYPE_BYTE:
-        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+        case type_byte:
+        case type_unsigned_byte:
             return 1;
-        case TINYGLTF_COMPONENT_TYPE_SHORT:
-        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+        case type_short:
+        case type_unsigned_short:
             return 2;
-        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT:
-        case TINYGLTF_COMPONENT_TYPE_FLOAT:
+        case type_unsigned_int:
+        case type_float:
             return 4;
         default:
             return 0;
     }
 }
+
+constexpr std::array<std::pair<std::string_view, int>, 7> element_types{
+    {{"SCALAR", 1}, {"VEC2", 2}, {"VEC3", 3}, {"VEC4", 4}, {"MAT2", 4}, {"MAT3", 9}, {"MAT4", 16}}};
 
 /// Buffer views give no alignment that could be relied on.
 template <typename T>
@@ -43,15 +60,15 @@ float load_integer(const unsigned char* bytes, bool normalized) {
 
 float load_float(const unsigned char* bytes, int type, bool normalized) {
     switch (type) {
-        case TINYGLTF_COMPONENT_TYPE_BYTE:
+        case type_byte:
             return load_integer<std::int8_t>(bytes, normalized);
-        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+        case type_unsigned_byte:
             return load_integer<std::uint8_t>(bytes, normalized);
-        case TINYGLTF_COMPONENT_TYPE_SHORT:
+        case type_short:
             return load_integer<std::int16_t>(bytes, normalized);
-        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+        case type_unsigned_short:
             return load_integer<std::uint16_t>(bytes, normalized);
-        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT:
+        case type_unsigned_int:
             return load_integer<std::uint32_t>(bytes, normalized);
         default:
             return load<float>(bytes);
@@ -59,200 +76,191 @@ float load_float(const unsigned char* bytes, int type, bool normalized) {
 }
 
 bool is_index_type(int type) {
-    return type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE || type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT ||
-           type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
-}
-
-/// A 2x2 matrix has as many components as a VEC4.
-bool is_matrix(int type) {
-    return type == TINYGLTF_TYPE_MAT2 || type == TINYGLTF_TYPE_MAT3 || type == TINYGLTF_TYPE_MAT4;
+    return type == type_unsigned_byte || type == type_unsigned_short || type == type_unsigned_int;
 }
 
 std::uint32_t load_index(const unsigned char* bytes, int type) {
     switch (type) {
-        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+        case type_unsigned_byte:
             return load<std::uint8_t>(bytes);
-        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+        case type_unsigned_short:
             return load<std::uint16_t>(bytes);
         default:
             return load<std::uint32_t>(bytes);
     }
 }
 
-/// "accessor 7": how messages name an accessor that is known to be in the model.
-std::string name_of(const tinygltf::Model& model, const tinygltf::Accessor& accessor) {
-    return numbered("accessor", static_cast<std::size_t>(&accessor - model.accessors.data()));
+std::uint64_t offset_of(const json::Value& part) {
+    const auto offset = part.find("byteOffset");
+    return offset ? offset->size() : 0;
+}
+
+int component_type_of(const json::Value& part) {
+    return static_cast<int>(part.at("componentType").whole(0, 1'000'000));
 }
 
 }  // namespace
 
-/// Where the elements of an accessor lie. Without a buffer view, bytes is null: all zeros.
-struct AccessorReader::Layout {
-    const unsigned char* bytes = nullptr;
-    std::uint64_t stride = 0;
-    std::uint64_t component = 0;
+/// The elements that a sparse accessor replaces, and by what.
+struct AccessorReader::Sparse {
+    std::vector<std::uint32_t> places;  ///< increasing, below the accessor's count
+    const unsigned char* values = nullptr;
 };
 
-const tinygltf::Accessor& AccessorReader::at(int accessor, const std::string& who) const {
-    return m_model.accessors[m_context.index(accessor, m_model.accessors.size(), "accessor", who)];
+void AccessorReader::fail(const Accessor& accessor, const json::Value& user, const std::string& what) {
+    throw json::Error(user.path(), " " + accessor.name + what);
 }
 
-std::uint64_t AccessorReader::count(int accessor, const std::string& who) const {
-    return at(accessor, who).count;
+const AccessorReader::Accessor& AccessorReader::at(const json::Value& user) {
+    const std::size_t index = m_accessors.index(user, user);
+    const auto found = m_read.find(index);
+    return found != m_read.end() ? found->second : m_read.emplace(index, read(index)).first->second;
 }
 
-int AccessorReader::components(int accessor, const std::string& who) const {
-    return tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(at(accessor, who).type));
-}
-
-bool AccessorReader::is_view_missing(int view) const {
-    if (view < 0 || static_cast<std::size_t>(view) >= m_model.bufferViews.size()) return false;
-    const int buffer = m_model.bufferViews[static_cast<std::size_t>(view)].buffer;
-    return buffer >= 0 && static_cast<std::size_t>(buffer) < m_document.buffer_missing.size() &&
-           m_document.buffer_missing[static_cast<std::size_t>(buffer)];
-}
-
-bool AccessorReader::is_missing(int accessor, const std::string& who) const {
-    const tinygltf::Accessor& found = at(accessor, who);
-    if (is_view_missing(found.bufferView)) return true;
-    return found.sparse.isSparse && (is_view_missing(found.sparse.indices.bufferView) ||
-                                     is_view_missing(found.sparse.values.bufferView));
-}
-
-ByteRange AccessorReader::view_bytes(int view, const std::string& who) const {
-    const std::string name = who + ": " + numbered("buffer view", static_cast<std::size_t>(view));
-    const tinygltf::BufferView& found =
-        m_model.bufferViews[m_context.index(view, m_model.bufferViews.size(), "buffer view", who)];
-    const std::vector<unsigned char>& data =
-        m_model.buffers[m_context.index(found.buffer, m_model.buffers.size(), "buffer", name)].data;
-    if (found.byteOffset > data.size() || found.byteLength > data.size() - found.byteOffset) {
-        m_context.fail(name + " reaches past its buffer");
+AccessorReader::Accessor AccessorReader::read(std::size_t index) {
+    const json::Value part = m_accessors[index];
+    Accessor accessor{part, "accessor " + std::to_string(index)};
+    accessor.count = part.at("count").size();
+    accessor.offset = offset_of(part);
+    accessor.component_type = component_type_of(part);
+    accessor.component_size = size_of_component(accessor.component_type);
+    if (accessor.component_size == 0) {
+        part.fail("no component type " + std::to_string(accessor.component_type));
     }
-    return {data.data() + found.byteOffset, found.byteLength};
+    const std::string_view type = part.at("type").text();
+    const auto found = std::ranges::find(element_types, type, [](const auto& entry) { return entry.first; });
+    if (found == element_types.end()) part.fail("no type \"" + json::shortened(type) + "\"");
+    accessor.components = found->second;
+    accessor.is_matrix = type.starts_with("MAT");
+    if (const auto normalized = part.find("normalized")) accessor.normalized = normalized->boolean();
+    return accessor;
 }
 
-ByteRange AccessorReader::part_of_view(int view, std::uint64_t offset, std::uint64_t size,
-                                       const std::string& who) const {
-    const ByteRange whole = view_bytes(view, who);
-    if (offset > whole.size || size > whole.size - offset) {
-        m_context.fail(who + " reaches past its buffer view");
-    }
-    return {whole.data + offset, size};
+bool AccessorReader::is_missing(const json::Value& user) {
+    const json::Value part = at(user).part;
+    const auto lost = [this](const json::Value& object) {
+        const auto view = m_buffers.find_view(object, "bufferView");
+        return view && !view->bytes;
+    };
+    if (lost(part)) return true;
+    const auto sparse = part.find("sparse");
+    return sparse && (lost(sparse->at("indices")) || lost(sparse->at("values")));
 }
 
-AccessorReader::Layout AccessorReader::layout_of(const tinygltf::Accessor& accessor,
-                                                 const std::string& who) const {
-    Layout layout;
-    layout.component = component_size(accessor.componentType);
-    if (layout.component == 0) {
-        m_context.fail(who + ": no component type " + std::to_string(accessor.componentType));
+AccessorReader::Elements AccessorReader::elements_of(const Accessor& accessor, const json::Value& user) {
+    const std::uint64_t element = accessor.component_size * static_cast<std::uint64_t>(accessor.components);
+    if (accessor.count == 0) fail(accessor, user, " has no elements");
+    const auto view = m_buffers.find_view(accessor.part, "bufferView");
+    if (!view) return {};
+    if (!view->bytes) fail(accessor, user, ": its buffer is missing");
+    const std::uint64_t stride = view->stride == 0 ? element : view->stride;
+    if (stride < element) fail(accessor, user, ": its buffer view's stride is less than an element");
+    const std::uint64_t size = view->bytes->size;
+    if (accessor.offset > size || element > size - accessor.offset ||
+        accessor.count - 1 > (size - accessor.offset - element) / stride) {
+        fail(accessor, user, " reaches past its buffer view");
     }
-    const std::uint64_t element =
-        layout.component * static_cast<std::uint64_t>(
-                               tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(accessor.type)));
-    if (accessor.count == 0) m_context.fail(who + " has no elements");
-    if (accessor.bufferView == -1) return layout;
-
-    const ByteRange view = view_bytes(accessor.bufferView, who);
-    const std::uint64_t stride =
-        m_model.bufferViews[static_cast<std::size_t>(accessor.bufferView)].byteStride;
-    layout.stride = stride == 0 ? element : stride;
-    if (layout.stride < element) m_context.fail(who + ": its buffer view's stride is less than an element");
-    if (accessor.byteOffset > view.size || element > view.size - accessor.byteOffset ||
-        accessor.count - 1 > (view.size - accessor.byteOffset - element) / layout.stride) {
-        m_context.fail(who + " reaches past its buffer view");
-    }
-    layout.bytes = view.data + accessor.byteOffset;
-    return layout;
+    return {view->bytes->data + accessor.offset, stride};
 }
 
-std::vector<float> AccessorReader::floats(int index, int width, const std::string& who) {
-    const tinygltf::Accessor& accessor = at(index, who);
-    const std::string name = who + " " + name_of(m_model, accessor);
-    if (components(index, who) != width || is_matrix(accessor.type)) {
-        m_context.fail(name + " should have " + std::to_string(width) + " components");
+const AccessorReader::Accessor& AccessorReader::checked(const json::Value& user, int components) {
+    const Accessor& accessor = at(user);
+    if (accessor.components != components || accessor.is_matrix) {
+        fail(accessor, user, " should have " + std::to_string(components) + " components");
     }
-    const Layout layout = layout_of(accessor, name);
-    const auto per_element = static_cast<std::uint64_t>(width);
-    m_context.take_decoded(accessor.count, per_element * sizeof(float), name);
+    elements_of(accessor, user);
+    m_context.take(accessor.count, static_cast<std::uint64_t>(components) * sizeof(float), user);
+    return accessor;
+}
 
-    std::vector<float> values(accessor.count * per_element, 0.0f);
-    for (std::uint64_t i = 0; layout.bytes != nullptr && i < accessor.count; ++i) {
-        for (std::uint64_t c = 0; c < per_element; ++c) {
-            values[i * per_element + c] = load_float(layout.bytes + i * layout.stride + c * layout.component,
-                                                     accessor.componentType, accessor.normalized);
+void AccessorReader::read_floats(const Accessor& accessor, const json::Value& user, float* values) {
+    const Elements elements = elements_of(accessor, user);
+    const auto width = static_cast<std::uint64_t>(accessor.components);
+    const auto copy = [&](const unsigned char* bytes, float* to) {
+        if (accessor.component_type == type_float) {
+            std::memcpy(to, bytes, width * sizeof(float));
+            return;
+        }
+        for (std::uint64_t c = 0; c < width; ++c) {
+            to[c] =
+                load_float(bytes + c * accessor.component_size, accessor.component_type, accessor.normalized);
+        }
+    };
+    for (std::uint64_t i = 0; elements.bytes != nullptr && i < accessor.count; ++i)
+        copy(elements.bytes + i * elements.stride, values + i * width);
+    if (const auto sparse = sparse_of(accessor, user)) {
+        for (std::size_t i = 0; i < sparse->places.size(); ++i) {
+            copy(sparse->values + i * width * accessor.component_size, values + sparse->places[i] * width);
         }
     }
-    if (accessor.sparse.isSparse) apply_sparse(accessor, width, values, name);
-    for (std::size_t i = 0; i < values.size(); ++i) {
+    for (std::uint64_t i = 0; i < accessor.count * width; ++i) {
         if (!std::isfinite(values[i])) {
-            m_context.fail(name + ": element " + std::to_string(i / per_element) + " is not finite");
+            fail(accessor, user, ": element " + std::to_string(i / width) + " is not finite");
         }
     }
-    return values;
 }
 
-std::vector<std::uint32_t> AccessorReader::indices(int index, std::uint64_t limit, const std::string& who) {
-    const tinygltf::Accessor& accessor = at(index, who);
-    const std::string name = who + " " + name_of(m_model, accessor);
-    if (accessor.type != TINYGLTF_TYPE_SCALAR || !is_index_type(accessor.componentType)) {
-        m_context.fail(name + " should hold unsigned integers");
+std::vector<std::uint32_t> AccessorReader::indices(const json::Value& user, std::uint64_t limit) {
+    const Accessor& accessor = at(user);
+    if (accessor.components != 1 || !is_index_type(accessor.component_type)) {
+        fail(accessor, user, " should hold unsigned integers");
     }
-    if (accessor.sparse.isSparse) m_context.fail(name + ": sparse indices are not supported");
-    const Layout layout = layout_of(accessor, name);
-    m_context.take_decoded(accessor.count, sizeof(std::uint32_t), name);
-
+    const Elements elements = elements_of(accessor, user);
+    m_context.take(accessor.count, sizeof(std::uint32_t), user);
     std::vector<std::uint32_t> values(accessor.count, 0);
-    for (std::uint64_t i = 0; i < accessor.count; ++i) {
-        if (layout.bytes != nullptr) {
-            values[i] = load_index(layout.bytes + i * layout.stride, accessor.componentType);
+    for (std::uint64_t i = 0; elements.bytes != nullptr && i < accessor.count; ++i)
+        values[i] = load_index(elements.bytes + i * elements.stride, accessor.component_type);
+    if (const auto sparse = sparse_of(accessor, user)) {
+        for (std::size_t i = 0; i < sparse->places.size(); ++i) {
+            values[sparse->places[i]] =
+                load_index(sparse->values + i * accessor.component_size, accessor.component_type);
         }
-        if (values[i] >= limit) {
-            m_context.fail(name + ": element " + std::to_string(i) + " (" + std::to_string(values[i]) +
-                           ") is past the " + std::to_string(limit) + " there are");
-        }
+    }
+    const auto beyond = std::ranges::find_if(values, [limit](std::uint32_t value) { return value >= limit; });
+    if (beyond != values.end()) {
+        fail(accessor, user,
+             ": element " + std::to_string(beyond - values.begin()) + " (" + std::to_string(*beyond) +
+                 ") is past the " + std::to_string(limit) + " there are");
     }
     return values;
 }
 
-/// Which elements a sparse accessor replaces: as many as it says, increasing, and below its count.
-std::vector<std::uint32_t> AccessorReader::sparse_places(const tinygltf::Accessor& accessor,
-                                                         const std::string& who) const {
-    const auto& sparse = accessor.sparse;
-    if (sparse.count < 1 || static_cast<std::uint64_t>(sparse.count) > accessor.count) {
-        m_context.fail(who + ": sparse.count does not fit the accessor");
+AccessorReader::Elements AccessorReader::sparse_bytes(const json::Value& part, std::uint64_t size,
+                                                      const char* name, const Accessor& accessor,
+                                                      const json::Value& user) {
+    const auto view = m_buffers.find_view(part, "bufferView");
+    if (!view) fail(accessor, user, std::string(": ") + name + " lacks a buffer view");
+    const std::uint64_t offset = offset_of(part);
+    if (!view->bytes || offset > view->bytes->size || size > view->bytes->size - offset) {
+        fail(accessor, user, std::string(": ") + name + " reaches past its buffer view");
     }
-    if (!is_index_type(sparse.indices.componentType) || sparse.indices.byteOffset < 0) {
-        m_context.fail(who + ": sparse.indices should be unsigned integers");
-    }
-    const std::uint64_t size = component_size(sparse.indices.componentType);
-    const auto count = static_cast<std::uint64_t>(sparse.count);
-    const ByteRange bytes = part_of_view(sparse.indices.bufferView, std::uint64_t(sparse.indices.byteOffset),
-                                         count * size, who + ": sparse.indices");
-    std::vector<std::uint32_t> places;
-    for (std::uint64_t i = 0; i < count; ++i) {
-        const std::uint32_t place = load_index(bytes.data + i * size, sparse.indices.componentType);
-        if (place >= accessor.count || (i > 0 && place <= places.back())) {
-            m_context.fail(who + ": sparse.indices must increase and stay below the count");
-        }
-        places.push_back(place);
-    }
-    return places;
+    return {view->bytes->data + offset, 0};
 }
 
-void AccessorReader::apply_sparse(const tinygltf::Accessor& accessor, int width, std::span<float> values,
-                                  const std::string& who) const {
-    const std::vector<std::uint32_t> places = sparse_places(accessor, who);
-    if (accessor.sparse.values.byteOffset < 0) m_context.fail(who + ": sparse.values has a negative offset");
-    const std::uint64_t component = component_size(accessor.componentType);
-    const auto per_element = static_cast<std::uint64_t>(width);
-    const ByteRange bytes =
-        part_of_view(accessor.sparse.values.bufferView, std::uint64_t(accessor.sparse.values.byteOffset),
-                     places.size() * per_element * component, who + ": sparse.values");
-    for (std::uint64_t i = 0; i < places.size() * per_element; ++i) {
-        values[places[i / per_element] * per_element + i % per_element] =
-            load_float(bytes.data + i * component, accessor.componentType, accessor.normalized);
+std::optional<AccessorReader::Sparse> AccessorReader::sparse_of(const Accessor& accessor,
+                                                                const json::Value& user) {
+    const auto part = accessor.part.find("sparse");
+    if (!part) return std::nullopt;
+    const std::uint64_t count = part->at("count").size();
+    if (count < 1 || count > accessor.count) fail(accessor, user, ": sparse.count does not fit the accessor");
+    const json::Value indices = part->at("indices");
+    const int type = component_type_of(indices);
+    if (!is_index_type(type)) fail(accessor, user, ": sparse.indices should be unsigned integers");
+    const std::uint64_t size = size_of_component(type);
+    const Elements bytes = sparse_bytes(indices, count * size, "sparse.indices", accessor, user);
+    m_context.take(count, sizeof(std::uint32_t), user);
+    Sparse sparse;
+    sparse.places.reserve(count);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::uint32_t place = load_index(bytes.bytes + i * size, type);
+        if (place >= accessor.count || (i > 0 && place <= sparse.places.back())) {
+            fail(accessor, user, ": sparse.indices must increase and stay below the count");
+        }
+        sparse.places.push_back(place);
     }
+    const std::uint64_t element = accessor.component_size * static_cast<std::uint64_t>(accessor.components);
+    sparse.values = sparse_bytes(part->at("values"), count * element, "sparse.values", accessor, user).bytes;
+    return sparse;
 }
 
 }  // namespace corrivane::host

@@ -1,9 +1,12 @@
 #include "scene/external_files.h"
 
+#include "json/shortened.h"
 #include "scene/limits.h"
 
+#include <array>
 #include <charconv>
 #include <fstream>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -13,8 +16,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string percent_decoded(const std::string& uri) {
+std::string percent_decoded(std::string_view uri) {
     std::string text;
+    text.reserve(uri.size());
     for (std::size_t i = 0; i < uri.size(); ++i) {
         unsigned char byte = 0;
         const char* digits = uri.data() + i + 1;
@@ -27,6 +31,37 @@ std::string percent_decoded(const std::string& uri) {
         }
     }
     return text;
+}
+
+/// 64 for a character that is none of base64's digits.
+constexpr std::array<unsigned char, 256> make_base64_table() {
+    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::array<unsigned char, 256> table{};
+    table.fill(64);
+    for (std::size_t i = 0; i < digits.size(); ++i)
+        table[static_cast<unsigned char>(digits[i])] = static_cast<unsigned char>(i);
+    return table;
+}
+
+/// False when there is something else in it.
+bool decode_base64(std::string_view text, std::vector<unsigned char>& bytes) {
+    static constexpr auto table = make_base64_table();
+    while (text.ends_with('='))
+        text.remove_suffix(1);
+    bytes.reserve(text.size() / 4 * 3 + 2);
+    std::uint32_t bits = 0;
+    int count = 0;
+    for (const char c : text) {
+        const unsigned char digit = table[static_cast<unsigned char>(c)];
+        if (digit == 64) return false;
+        bits = bits << 6 | digit;
+        count += 6;
+        if (count >= 8) {
+            count -= 8;
+            bytes.push_back(static_cast<unsigned char>(bits >> count));
+        }
+    }
+    return true;
 }
 
 }  // namespace
@@ -57,68 +92,63 @@ std::optional<std::vector<unsigned char>> read_file(const fs::path& file, std::s
     return bytes;
 }
 
-tinygltf::FsCallbacks ExternalFiles::callbacks() {
-    tinygltf::FsCallbacks callbacks{};
-    callbacks.user_data = this;
-    // The library's own callback would expand shell patterns in the name.
-    callbacks.ExpandFilePath = [](const std::string& name, void*) { return name; };
-    // Always, so that the library asks for one name only and not for "./a.bin" after "a.bin". It never reads
-    // a file without a name.
-    callbacks.FileExists = [](const std::string& name, void* self) {
-        if (name.empty()) static_cast<ExternalFiles*>(self)->note_missing(name, "no name");
-        return true;
-    };
-    callbacks.ReadWholeFile = [](std::vector<unsigned char>* bytes, std::string* why, const std::string& name,
-                                 void* self) {
-        return static_cast<ExternalFiles*>(self)->read(name, *bytes, *why);
-    };
-    return callbacks;
-}
-
-void ExternalFiles::add_stand_in(const std::string& uri, std::uint64_t size) {
-    const std::string name = percent_decoded(uri);
-    if (m_missing.count(name) == 0) {
-        std::string why;
-        const auto path = locate(name, why);
-        if (path && is_regular_file(*path, why)) return;
-        note_missing(name, why);
-    }
-    m_context.take_decoded(size, 1, uri);
-    m_stand_ins[name] = size;
-}
-
-bool ExternalFiles::is_stand_in(const std::string& uri) const {
-    return !m_stand_ins.empty() && m_stand_ins.count(percent_decoded(uri)) != 0;
-}
-
-void ExternalFiles::report_missing() {
-    for (auto& [name, missing] : m_missing) {
-        if (std::exchange(missing.reported, true)) continue;
-        m_context.missing(MissingKind::external_file, name,
-                          std::string(name).append(": ").append(missing.why));
-    }
-}
-
 std::optional<fs::path> ExternalFiles::locate(const std::string& name, std::string& why) const {
+    if (name.empty()) {
+        why = "no name";
+        return std::nullopt;
+    }
     auto path = name.find("://") == std::string::npos ? m_context.neighbour(name) : std::nullopt;
     if (!path) why = "not named relative to the scene";
     return path;
 }
 
-bool ExternalFiles::read(const std::string& name, std::vector<unsigned char>& bytes, std::string& why) {
-    if (const auto stand_in = m_stand_ins.find(name); stand_in != m_stand_ins.end()) {
-        bytes.assign(stand_in->second, 0);
-        return true;
-    }
+ExternalFiles::Bytes ExternalFiles::read(const json::Value& uri) {
+    return uri.text().starts_with("data:") ? read_data(uri) : read_named(uri);
+}
+
+ExternalFiles::Bytes ExternalFiles::hold(std::vector<unsigned char> bytes) {
+    const std::size_t size = bytes.size();
+    m_context.hold(size);
+    return Bytes(new std::vector<unsigned char>(std::move(bytes)),
+                 [&context = m_context, size](const std::vector<unsigned char>* held) {
+                     delete held;
+                     context.release(size);
+                 });
+}
+
+ExternalFiles::Bytes ExternalFiles::read_data(const json::Value& uri) {
+    const std::string_view text = uri.text();
+    const std::size_t comma = text.find(',');
+    if (comma == std::string_view::npos) uri.fail("a data: URI without a comma: " + json::shortened(text));
+    const std::string_view type = text.substr(0, comma);
+    std::string_view data = text.substr(comma + 1);
+    const bool encoded = data.find('%') != std::string_view::npos;
+    const std::string decoded = encoded ? percent_decoded(data) : std::string();
+    if (encoded) data = decoded;
+    if (!type.ends_with(";base64")) return hold({data.begin(), data.end()});
+    std::vector<unsigned char> bytes;
+    if (!decode_base64(data, bytes)) uri.fail("no base64: " + json::shortened(text));
+    return hold(std::move(bytes));
+}
+
+ExternalFiles::Bytes ExternalFiles::read_named(const json::Value& uri) {
+    const std::string name = percent_decoded(uri.text());
+    const auto [found, added] = m_files.try_emplace(name);
+    File& file = found->second;
+    if (file.missing) return nullptr;
+    if (auto bytes = file.bytes.lock()) return bytes;
+    std::string why;
     const auto path = locate(name, why);
     auto content = path ? read_file(*path, why) : std::nullopt;
     if (!content) {
-        note_missing(name, why);
-        return false;
+        file.missing = true;
+        m_context.missing(MissingKind::external_file, name, json::shortened(name, 200) + ": " + why);
+        return nullptr;
     }
-    m_context.note_read(content->size());
-    bytes = std::move(*content);
-    return true;
+    if (added) m_context.note_read(content->size());
+    Bytes bytes = hold(std::move(*content));
+    file.bytes = bytes;
+    return bytes;
 }
 
 }  // namespace corrivane::host

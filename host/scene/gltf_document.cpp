@@ -1,14 +1,12 @@
 #include "scene/gltf_document.h"
 
+#include "json/shortened.h"
 #include "scene/external_files.h"
 #include "scene/limits.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <new>
 
 namespace corrivane::host {
 
@@ -19,151 +17,120 @@ constexpr std::array known_extensions = {
     std::string_view("KHR_materials_emissive_strength"), std::string_view("KHR_texture_transform"),
     std::string_view("KHR_mesh_quantization")};
 
-bool is_binary(const std::vector<unsigned char>& bytes) {
-    return bytes.size() >= 4 && std::memcmp(bytes.data(), "glTF", 4) == 0;
+std::uint32_t little_endian(const unsigned char* bytes) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
 }
 
-/// The JSON in the file's bytes. Empty for a binary file whose first chunk does not fit; tinygltf then
-/// says why.
-std::string_view json_of(const std::vector<unsigned char>& bytes) {
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (!is_binary(bytes)) return text;
-    constexpr std::size_t header_size = 20;
-    if (text.size() < header_size) return {};
-    std::uint32_t length = 0;
-    std::memcpy(&length, text.data() + 12, sizeof length);
-    return length <= text.size() - header_size ? text.substr(header_size, length) : std::string_view();
-}
+/// A .glb in its chunks.
+struct Chunks {
+    std::string_view json;
+    std::optional<ByteRange> binary;
+};
 
-/// tinygltf reads extras and extensions by recursion, so nesting is bounded before it sees the text.
-bool nests_too_deeply(std::string_view json) {
-    int depth = 0;
-    bool in_string = false;
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        const char c = json[i];
-        if (in_string) {
-            if (c == '\\') {
-                ++i;
-            } else if (c == '"') {
-                in_string = false;
-            }
-        } else if (c == '"') {
-            in_string = true;
-        } else if (c == '{' || c == '[') {
-            if (++depth > limits::json_depth) return true;
-        } else if (c == '}' || c == ']') {
-            --depth;
-        }
+Chunks split(const LoadContext& context, const std::vector<unsigned char>& file) {
+    constexpr std::uint32_t json_type = 0x4e4f534a;
+    constexpr std::uint32_t binary_type = 0x004e4942;
+    constexpr std::size_t file_header = 12;
+    constexpr std::size_t chunk_header = 8;
+    if (file.size() < file_header + chunk_header) context.fail("binary glTF shorter than its header");
+    const std::uint32_t version = little_endian(file.data() + 4);
+    if (version != 2) context.fail("binary glTF of version " + std::to_string(version));
+    const std::size_t length = little_endian(file.data() + 8);
+    if (length > file.size()) context.fail("binary glTF that ends before its length");
+
+    Chunks chunks;
+    for (std::size_t at = file_header; at + chunk_header <= length;) {
+        const std::size_t size = little_endian(file.data() + at);
+        const std::uint32_t type = little_endian(file.data() + at + 4);
+        const bool first = at == file_header;
+        at += chunk_header;
+        if (size > length - at) context.fail("binary glTF with a chunk that reaches past its end");
+        if (first != (type == json_type)) context.fail("binary glTF whose first chunk alone should be JSON");
+        if (first) chunks.json = {reinterpret_cast<const char*>(file.data() + at), size};
+        if (type == binary_type && !chunks.binary) chunks.binary = ByteRange{file.data() + at, size};
+        at += size;
     }
-    return false;
+    return chunks;
 }
 
-/// Keeps the encoded bytes. Those of a buffer view are left alone here: tinygltf has not checked their range.
-bool keep_image_bytes(tinygltf::Image* image, int, std::string*, std::string*, int, int,
-                      const unsigned char* bytes, int size, void*) {
-    if (image->bufferView < 0) image->image.assign(bytes, bytes + size);
-    return true;
+}  // namespace
+
+PartList::PartList(std::optional<json::Value> list, const char* part) : m_part(part) {
+    if (list) m_parts = json::ElementTable(*list);
 }
 
-/// tinygltf's messages are lines; ours are one.
-std::string one_line(std::string text) {
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
-        text.pop_back();
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    return text;
-}
-
-/// Empty on success, else what is wrong.
-std::string parse(const std::vector<unsigned char>& bytes, ExternalFiles& files, tinygltf::Model& model) {
-    tinygltf::TinyGLTF parser;
-    parser.SetStoreOriginalJSONForExtrasAndExtensions(true);
-    parser.SetImageLoader(keep_image_bytes, nullptr);
-    parser.SetFsCallbacks(files.callbacks());
-    std::string errors;
-    std::string warnings;
-    const auto size = static_cast<unsigned int>(bytes.size());
-    bool parsed = false;
-    try {
-        parsed = is_binary(bytes)
-                     ? parser.LoadBinaryFromMemory(&model, &errors, &warnings, bytes.data(), size)
-                     : parser.LoadASCIIFromString(&model, &errors, &warnings,
-                                                  reinterpret_cast<const char*>(bytes.data()), size, "");
-    } catch (const std::bad_alloc&) {
-        throw;
-    } catch (const std::exception& error) {
-        errors += error.what();
+std::size_t PartList::index(const json::Value& number, const json::Value& user) const {
+    if (!number.is_number()) number.refuse(std::string("the number of a ") + m_part);
+    const double value = number.number();
+    if (!(value >= 0 && value < static_cast<double>(size()))) {
+        user.fail(std::string("there is no ") + m_part + " " + number.number_text());
     }
-    // A required field of the wrong type is reported but does not stop tinygltf.
-    if (parsed && errors.empty()) return {};
-    return errors.empty() ? "not a glTF document" : one_line(errors);
+    return static_cast<std::size_t>(number.size());
 }
 
-/// The declared lengths of the external buffers, for those that are missing: tinygltf wants a file of that
-/// size, and stops at the first that it does not get. It has parsed the text as an object before.
-void add_stand_ins(std::string_view json, ExternalFiles& files) {
-    const auto document = nlohmann::json::parse(json, nullptr, false);
-    for (const auto& buffer : document.value("buffers", nlohmann::json::array())) {
-        if (!buffer.is_object() || !buffer.contains("uri") || !buffer["uri"].is_string()) continue;
-        const auto uri = buffer["uri"].get<std::string>();
-        const auto length = buffer.find("byteLength");
-        if (tinygltf::IsDataURI(uri) || length == buffer.end() || !length->is_number_unsigned()) continue;
-        files.add_stand_in(uri, length->get<std::uint64_t>());
-    }
+std::optional<std::size_t> PartList::find(const json::Value& user, std::string_view key) const {
+    const auto number = user.find(key);
+    return number ? std::optional(index(*number, user)) : std::nullopt;
 }
 
-void check_extensions(LoadContext& context, const tinygltf::Model& model) {
-    for (const std::string& extension : model.extensionsRequired) {
-        if (std::find(known_extensions.begin(), known_extensions.end(), extension) ==
-            known_extensions.end()) {
-            context.missing(MissingKind::plugin, extension, extension + " is required and not supported");
-        }
-    }
-}
-
-/// A missing buffer stops tinygltf, so where the policy is to go on, the file is parsed again with zeros in
-/// its place.
-std::string parse_with_stand_ins(const std::vector<unsigned char>& bytes, std::string_view json,
-                                 ExternalFiles& files, tinygltf::Model& model) {
-    std::string fault = parse(bytes, files, model);
-    if (fault.empty() || !files.any_missing()) return fault;
-    files.report_missing();
-    add_stand_ins(json, files);
-    model = {};
-    return parse(bytes, files, model);
-}
-
-std::vector<unsigned char> read_scene_file(LoadContext& context) {
+GltfDocument::GltfDocument(LoadContext& context) : m_context(context) {
     std::string why;
     auto bytes = read_file(context.file(), why);
     if (!bytes) context.fail(why);
     context.note_read(bytes->size());
-    return std::move(*bytes);
+    m_file = std::move(*bytes);
+    if (m_file.size() >= 4 && std::memcmp(m_file.data(), "glTF", 4) == 0) {
+        const Chunks chunks = split(context, m_file);
+        m_binary_chunk = chunks.binary;
+        m_held = m_file.size();
+        parse(chunks.json);
+    } else {
+        parse({reinterpret_cast<const char*>(m_file.data()), m_file.size()});
+        m_file = {};
+    }
+    m_held += m_json->memory();
+    context.hold(m_held);
+    check_version();
+    // First, since an extension that nobody knows may be why the rest makes no sense.
+    check_extensions();
 }
 
-}  // namespace
+GltfDocument::~GltfDocument() {
+    m_context.release(m_held);
+}
+
+void GltfDocument::parse(std::string_view text) {
+    m_json.emplace(text, limits::json_depth);
+}
+
+void GltfDocument::check_version() const {
+    const std::string_view version = root().at("asset").at("version").text();
+    if (!is_version_2(version)) {
+        m_context.fail("asset.version \"" + json::shortened(version) + "\" is not glTF 2");
+    }
+}
+
+void GltfDocument::check_extensions() const {
+    const auto required = root().find("extensionsRequired");
+    if (!required) return;
+    for (const json::Value element : required->elements()) {
+        const std::string extension(element.text());
+        if (std::ranges::find(known_extensions, extension) == known_extensions.end()) {
+            m_context.missing(MissingKind::plugin, extension,
+                              json::shortened(extension) + " is required and not supported");
+        }
+    }
+}
 
 bool is_version_2(std::string_view version) {
     return version == "2" || version.starts_with("2.");
 }
 
-GltfDocument read_document(LoadContext& context) {
-    const std::vector<unsigned char> bytes = read_scene_file(context);
-    const std::string_view json = json_of(bytes);
-    if (nests_too_deeply(json)) context.fail("JSON nested more than 100 deep");
-
-    GltfDocument document;
-    ExternalFiles files(context);
-    const std::string fault = parse_with_stand_ins(bytes, json, files, document.model);
-    const std::string& version = document.model.asset.version;
-    if (!is_version_2(version)) context.fail("asset.version \"" + version + "\" is not glTF 2");
-    // First, since an extension that nobody knows may be why the rest makes no sense.
-    check_extensions(context, document.model);
-    if (!fault.empty()) context.fail(fault);
-    files.report_missing();
-    for (const tinygltf::Buffer& buffer : document.model.buffers) {
-        document.buffer_missing.push_back(files.is_stand_in(buffer.uri));
-    }
-    return document;
+std::optional<json::Value> find_extension(const json::Value& part, std::string_view extension) {
+    const auto extensions = part.find("extensions");
+    return extensions ? extensions->find(extension) : std::nullopt;
 }
 
 }  // namespace corrivane::host

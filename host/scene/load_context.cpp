@@ -1,6 +1,7 @@
 #include "scene/load_context.h"
 
 #include "scene/limits.h"
+#include "scene/part_names.h"
 
 #include <algorithm>
 
@@ -45,8 +46,22 @@ void LoadContext::fail(const std::string& what) const {
     throw SceneError(file().filename().string() + ": " + what);
 }
 
-void LoadContext::warn(const std::string& what) {
-    if (m_warnings.size() < limits::warnings) m_warnings.push_back(file().filename().string() + ": " + what);
+void LoadContext::fail(const json::Error& error) const {
+    fail(part_name(error.path()) + error.fault());
+}
+
+void LoadContext::add_warning(const std::string& what) {
+    m_state.warnings.push_back(file().filename().string() + ": " + what);
+}
+
+bool LoadContext::may_warn() {
+    if (m_state.warnings.size() < limits::warnings) return true;
+    ++m_state.warnings_left_out;
+    return false;
+}
+
+void LoadContext::warn(const json::Value& part, std::string_view what) {
+    if (may_warn()) add_warning(part_name(part.path()).append(": ").append(what));
 }
 
 MissingAction LoadContext::action(MissingKind kind) const {
@@ -68,44 +83,44 @@ void LoadContext::missing(MissingKind kind, const std::string& resource, const s
     if (action(kind) == MissingAction::fail) {
         throw MissingResource(kind, resource, file().filename().string() + ": " + text);
     }
-    warn(text);
+    if (may_warn()) add_warning(text);
 }
 
-void LoadContext::take_decoded(std::uint64_t count, std::uint64_t size, const std::string& who) {
-    const std::uint64_t allowed =
-        limits::decoded_bytes + limits::decoded_bytes_per_byte * m_budget.bytes_read;
-    if (count > (allowed - m_budget.bytes_decoded) / size) {
-        fail(who + ": needs " + std::to_string(count) + " elements, too much for a file of this size");
+void LoadContext::missing_coordinates(const json::Value& primitive, const std::string& what) {
+    constexpr MissingKind kind = MissingKind::texture_coordinates;
+    if (action(kind) != MissingAction::fail && !may_warn()) return;
+    const std::string name = part_name(primitive.path());
+    missing(kind, name, name + " " + what);
+}
+
+std::uint64_t LoadContext::left() const {
+    const std::uint64_t allowed = limits::held_bytes + limits::held_bytes_per_byte * m_state.bytes_read;
+    return allowed > m_state.bytes_held ? allowed - m_state.bytes_held : 0;
+}
+
+void LoadContext::take(std::uint64_t bytes, const json::Value& user) {
+    if (bytes > left()) user.fail("needs too much memory for a file of this size");
+    m_state.bytes_held += bytes;
+}
+
+void LoadContext::take_all(std::uint64_t bytes) {
+    if (bytes > left()) fail("needs too much memory for the size of the files");
+    m_state.bytes_held += bytes;
+}
+
+void LoadContext::take(std::uint64_t count, std::uint64_t size, const json::Value& user) {
+    if (count > left() / size) {
+        user.fail("needs " + std::to_string(count) + " elements, too much for a file of this size");
     }
-    m_budget.bytes_decoded += count * size;
+    constexpr std::uint64_t overhead = 32;
+    m_state.bytes_held += count * size + overhead;
 }
 
-void LoadContext::take_pixels(std::uint64_t count, const std::string& who) {
-    if (count > limits::image_pixels_of_scene - m_budget.image_pixels) {
-        fail(who + ": the scene's images are too large together");
+void LoadContext::take_pixels(std::uint64_t count, const json::Value& user) {
+    if (count > limits::image_pixels_of_scene - m_state.image_pixels) {
+        user.fail("the scene's images are too large together");
     }
-    m_budget.image_pixels += count;
-}
-
-int LoadContext::optional_index(int index, std::size_t count, const char* what,
-                                const std::string& who) const {
-    return index == -1 ? -1 : static_cast<int>(this->index(index, count, what, who));
-}
-
-std::size_t LoadContext::index(int index, std::size_t count, const char* what, const std::string& who) const {
-    if (index < 0 || static_cast<std::size_t>(index) >= count) {
-        fail(who + ": there is no " + what + " " + std::to_string(index));
-    }
-    return static_cast<std::size_t>(index);
-}
-
-float LoadContext::number(double value, double low, double high, const std::string& who) const {
-    if (!(value >= low && value <= high)) fail(who + ": " + std::to_string(value) + " is out of range");
-    return static_cast<float>(value);
-}
-
-std::string numbered(const char* what, std::size_t number) {
-    return std::string(what) + " " + std::to_string(number);
+    m_state.image_pixels += count;
 }
 
 }  // namespace corrivane::host

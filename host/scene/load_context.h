@@ -1,33 +1,37 @@
 #pragma once
 
+#include "json/value.h"
 #include "scene/load_scene.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace corrivane::host {
 
-/// What a whole load, xrefs included, has used of its limits.
-struct LoadBudget {
+/// What a whole load, xrefs included, has used of its limits, and what it has warned of.
+struct LoadState {
     std::uint64_t bytes_read = 0;
-    std::uint64_t bytes_decoded = 0;
+    std::uint64_t bytes_held = 0;
     std::uint64_t image_pixels = 0;
+    std::vector<std::string> warnings;
+    std::uint64_t warnings_left_out = 0;
 };
 
-/// What the readers of one file share: its name for messages, the caller's policies, the warnings,
-/// the budget.
+/// What the readers of one file share: its name for messages, the caller's policies, and what the load has used.
+///
+/// A reader that finds something wrong says so through the value that is wrong (json::Value::refuse() and fail());
+/// whoever reads the whole file turns that into a SceneError.
 class LoadContext {
 public:
-    LoadContext(BoundedFile place, const LoadOptions& options, LoadBudget& budget,
-                std::vector<std::string>& warnings)
-        : m_place(std::move(place)), m_options(options), m_budget(budget), m_warnings(warnings) {}
+    LoadContext(BoundedFile place, const LoadOptions& options, LoadState& state)
+        : m_place(std::move(place)), m_options(options), m_state(state) {}
 
     const std::filesystem::path& file() const { return m_place.file; }
     const std::filesystem::path& root() const { return m_place.root; }
-    const LoadOptions& options() const { return m_options; }
 
     /// The file that this one names relative to itself, with / or \ between the folders. Nothing for an
     /// absolute name.
@@ -35,32 +39,39 @@ public:
 
     /// Throws SceneError with the file's name in front.
     [[noreturn]] void fail(const std::string& what) const;
-    void warn(const std::string& what);
+    /// As fail(), for what a value's reader has thrown.
+    [[noreturn]] void fail(const json::Error& error) const;
+    /// The part's name comes in front: "mesh 2, primitive 0: points and lines are left out".
+    void warn(const json::Value& part, std::string_view what);
     /// Warns, or throws MissingResource, as the caller's policy for that kind says. `what` says it in words.
     void missing(MissingKind kind, const std::string& resource, const std::string& what);
+    /// missing() for texture coordinates; the resource is the primitive's name.
+    void missing_coordinates(const json::Value& primitive, const std::string& what);
 
-    MissingAction action(MissingKind kind) const;
-
-    /// fail() unless `count` elements of `size` bytes are still within the budget. Called before allocating.
-    void take_decoded(std::uint64_t count, std::uint64_t size, const std::string& who);
-    void take_pixels(std::uint64_t count, const std::string& who);
-    /// The index if it is below `count` or -1 ("none"), else fail(): "texture 3: there is no image 7".
-    int optional_index(int index, std::size_t count, const char* what, const std::string& who) const;
-    /// As optional_index(), but -1 fails too.
-    std::size_t index(int index, std::size_t count, const char* what, const std::string& who) const;
-    /// fail() unless the value lies in the range; a NaN does not.
-    float number(double value, double low, double high, const std::string& who) const;
-
-    void note_read(std::uint64_t bytes) { m_budget.bytes_read += bytes; }
+    /// Refuses the scene unless the load may hold so many bytes more. Called before allocating; `user` is what
+    /// needs them.
+    void take(std::uint64_t bytes, const json::Value& user);
+    /// Of an array, with what its allocation takes besides.
+    void take(std::uint64_t count, std::uint64_t size, const json::Value& user);
+    /// As take(), for the file as a whole.
+    void take_all(std::uint64_t bytes);
+    /// Without asking: of what is as large as a file that was read.
+    void hold(std::uint64_t bytes) { m_state.bytes_held += bytes; }
+    void release(std::uint64_t bytes) { m_state.bytes_held -= bytes; }
+    void take_pixels(std::uint64_t count, const json::Value& user);
+    void note_read(std::uint64_t bytes) { m_state.bytes_read += bytes; }
 
 private:
+    MissingAction action(MissingKind kind) const;
+    /// Whether there is room for a warning. To name a part takes time in proportion to the file, so this is asked
+    /// first.
+    bool may_warn();
+    void add_warning(const std::string& what);
+    std::uint64_t left() const;
+
     BoundedFile m_place;
     const LoadOptions& m_options;
-    LoadBudget& m_budget;
-    std::vector<std::string>& m_warnings;
+    LoadState& m_state;
 };
-
-/// "mesh 2": how messages name the parts of a file.
-std::string numbered(const char* what, std::size_t number);
 
 }  // namespace corrivane::host

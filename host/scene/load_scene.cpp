@@ -1,11 +1,10 @@
 #include "scene/load_scene.h"
 
-#include "scene/accessor_reader.h"
-#include "scene/external_files.h"
-#include "scene/gltf_document.h"
+#include "json/shortened.h"
+#include "scene/animation_reader.h"
 #include "scene/limits.h"
 #include "scene/merge_scene.h"
-#include "scene/part_readers.h"
+#include "scene/node_reader.h"
 
 #include <nlohmann/json.hpp>
 
@@ -13,6 +12,7 @@
 #include <cctype>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <set>
 #include <system_error>
 
@@ -23,13 +23,16 @@ namespace {
 namespace fs = std::filesystem;
 
 Scene read_one_file(LoadContext& context) {
-    const GltfDocument document = read_document(context);
-    AccessorReader accessors(context, document);
+    const GltfDocument document(context);
+    ExternalFiles files(context);
+    Buffers buffers(context, document, files);
+    AccessorReader accessors(context, document, buffers);
     Scene scene;
-    read_materials(context, document, accessors, scene);
-    read_meshes(context, document, accessors, scene);
-    const std::vector<int> node_indices = read_nodes(context, document, scene);
-    read_animations(context, document, accessors, node_indices, scene);
+    TextureReader textures(context, document, files, buffers, scene);
+    MaterialReader materials(document, textures, scene);
+    MeshReader meshes(context, document, accessors, materials, scene);
+    const std::vector<int> node_indices = NodeReader(context, document, meshes, scene).read_all();
+    AnimationReader(context, document, accessors, node_indices, scene).read_all();
     return scene;
 }
 
@@ -50,25 +53,44 @@ public:
         Scene scene = read({file, m_options.root});
         // The list grows while it is walked.
         for (std::size_t i = 0; i < m_xrefs.size(); ++i)
-            merge_scene(read(m_xrefs[i]), scene);
-        scene.warnings = std::move(m_warnings);
+            merge(m_xrefs[i], scene);
+        scene.warnings = std::move(m_state.warnings);
+        if (m_state.warnings_left_out > 0) {
+            scene.warnings.push_back(file.filename().string() + ": and " +
+                                     std::to_string(m_state.warnings_left_out) + " more warnings");
+        }
         return scene;
     }
 
 private:
     Scene read(BoundedFile place) {
-        LoadContext context(std::move(place), m_options, m_budget, m_warnings);
-        Scene scene = read_one_file(context);
-        for (const std::string& name : scene.settings.xrefs)
-            add_xref(name, context);
-        return scene;
+        LoadContext context(std::move(place), m_options, m_state);
+        try {
+            Scene scene = read_one_file(context);
+            for (const std::string& name : scene.settings.xrefs)
+                add_xref(name, context);
+            return scene;
+        } catch (const json::Error& error) {
+            context.fail(error);
+        }
+    }
+
+    /// By value: reading may find more xrefs.
+    void merge(BoundedFile place, Scene& scene) {
+        Scene part = read(place);
+        // The nodes of both lie in memory twice while their list grows.
+        const std::uint64_t bytes = (scene.nodes.size() + part.nodes.size()) * sizeof(SceneNode);
+        LoadContext context(std::move(place), m_options, m_state);
+        context.take_all(bytes);
+        merge_scene(std::move(part), scene);
+        context.release(bytes);
     }
 
     void add_xref(const std::string& name, LoadContext& context) {
         BoundedFile place = locate(name, context);
         std::error_code error;
         if (place.file.empty() || !fs::is_regular_file(place.file, error)) {
-            context.missing(MissingKind::xref, name, name + " is not there");
+            context.missing(MissingKind::xref, name, json::shortened(name, 200) + " is not there");
             return;
         }
         if (!note(place.file)) return;
@@ -90,8 +112,7 @@ private:
     }
 
     const LoadOptions& m_options;
-    LoadBudget m_budget;
-    std::vector<std::string> m_warnings;
+    LoadState m_state;
     std::vector<BoundedFile> m_xrefs;
     std::set<fs::path> m_noted;
 };
@@ -156,21 +177,33 @@ bool is_version_2_document(std::istream& stream) {
 
 }  // namespace
 
+// What a file asks for beyond the limits is refused by name. Where the machine has less than they allow, or what
+// somebody holds already is in the way, that is an error like any other.
 std::shared_ptr<const Scene> load_scene(const fs::path& file, const LoadOptions& options) {
-    return std::make_shared<const Scene>(SceneLoader(options).load(file));
+    try {
+        return std::make_shared<const Scene>(SceneLoader(options).load(file));
+    } catch (const std::bad_alloc&) {
+        throw SceneError(file.filename().string() + ": not enough memory");
+    } catch (const std::length_error&) {
+        throw SceneError(file.filename().string() + ": not enough memory");
+    }
 }
 
 bool is_scene_file(const fs::path& file, std::string* why) {
     std::string ignored;
     std::string& fault = why != nullptr ? *why : ignored;
     if (!is_regular_file(file, fault)) return false;
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) {
-        fault = "cannot be read";
-        return false;
+    try {
+        std::ifstream stream(file, std::ios::binary);
+        if (!stream) {
+            fault = "cannot be read";
+            return false;
+        }
+        if (is_version_2_document(stream)) return true;
+        fault = stream.bad() ? "cannot be read" : "not a glTF 2 document";
+    } catch (const std::bad_alloc&) {
+        fault = "not enough memory";
     }
-    if (is_version_2_document(stream)) return true;
-    fault = stream.bad() ? "cannot be read" : "not a glTF 2 document";
     return false;
 }
 

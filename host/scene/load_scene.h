@@ -73,20 +73,17 @@ struct LoadOptions {
 
 /// Reads a glTF 2.0 scene (.gltf or .glb, told apart by their content) with everything that it refers to.
 ///
-/// Read: nodes, triangle meshes (list, strip, fan), cameras, base colour and emissive textures (PNG, JPEG; in
-/// files, data: URIs or buffers), node animations, sparse accessors, and the extensions KHR_lights_punctual,
-/// KHR_materials_unlit, KHR_materials_emissive_strength, KHR_texture_transform and KHR_mesh_quantization.
-/// Left out, with a warning: points and lines, skins (shown at rest), morph targets (the base shape is
-/// shown), compressed geometry. Normal, occlusion and metallic-roughness textures are ignored. The xrefs'
-/// nodes are added as further roots; every file is merged once, so circles of xrefs do no harm.
+/// docs/scenes.md says what is read, what is passed over, what is refused, and what a scene may cost. What the
+/// file's scene does not reach is not looked at. The xrefs' nodes are added as further roots; every file is merged
+/// once, so circles of xrefs do no harm.
 ///
 /// The file is not trusted: sizes, indices, ranges, numbers and nesting are checked before use, memory stays
-/// within a fixed bound (see limits.h), and what is wrong is named. Throws SceneError or MissingResource.
+/// within a fixed bound (see limits.h), and what is wrong is named. Throws SceneError or MissingResource; running
+/// out of memory is a SceneError too.
 std::shared_ptr<const Scene> load_scene(const std::filesystem::path& file, const LoadOptions& options = {});
 
 /// Whether the file is a glTF 2.0 document, as far as its header or its JSON's asset.version tell. False also
-/// when it is not there or cannot be read; `why`, if given, then says in words what is wrong. Throws nothing
-/// but std::bad_alloc.
+/// when it is not there or cannot be read; `why`, if given, then says in words what is wrong.
 bool is_scene_file(const std::filesystem::path& file, std::string* why = nullptr);
 
 }  // namespace corrivane::host

@@ -76,8 +76,10 @@ Imath::M44f matrix_of(const Transform& transform) {
     return matrix;
 }
 
-bool is_finite(const Imath::V3f& v) {
-    return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
+/// False of NaN too.
+bool is_shown(const Imath::V3f& v) {
+    return std::abs(v.x) <= farthest_shown && std::abs(v.y) <= farthest_shown &&
+           std::abs(v.z) <= farthest_shown;
 }
 
 }  // namespace
@@ -106,7 +108,7 @@ Imath::Box3f bounds_of(const Scene& scene, const Pose& pose) {
              scene.meshes[static_cast<std::size_t>(scene.nodes[i].mesh)].primitives) {
             for (const Imath::V3f& position : primitive.positions) {
                 const Imath::V3f point = position * pose[i];
-                if (is_finite(point)) box.extendBy(point);
+                if (is_shown(point)) box.extendBy(point);
             }
         }
     }

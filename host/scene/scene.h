@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -131,12 +132,14 @@ struct SceneNode {
     std::string name;  ///< an unnamed node is called after its camera, light or mesh; may still be empty
     int parent = -1;
     std::vector<int> children;
-    Transform transform;                ///< at rest; animation channels replace its parts
-    std::optional<Imath::M44f> matrix;  ///< in place of transform; such a node cannot be animated
+    Transform transform;  ///< at rest; animation channels replace its parts
+    /// In place of transform; such a node cannot be animated. Elsewhere, as the effect is: a scene may have
+    /// millions of nodes, and few have either.
+    std::shared_ptr<const Imath::M44f> matrix;
     int mesh = -1;
     int camera = -1;
     int light = -1;
-    std::optional<MultipassEffect> multipass;
+    std::shared_ptr<const MultipassEffect> multipass;
 };
 
 /// One animated property of one node. Before the first key and after the last, the value at that key holds.
@@ -178,8 +181,12 @@ using Pose = std::vector<Imath::M44f>;
 /// The scene's pose at a time in seconds (any finite value; animations hold their ends).
 Pose pose_at(const Scene& scene, double seconds);
 
+/// The farthest that anything is shown from the origin, along each axis, in its own space and in the world. Beyond,
+/// float's areas and volumes overflow, and with them the ray tracer's search trees.
+inline constexpr float farthest_shown = 1e15f;
+
 /// The box around all triangles in that pose; empty (isEmpty()) when there are none. A vertex that the pose
-/// sends to infinity is left out.
+/// sends beyond farthest_shown is left out.
 Imath::Box3f bounds_of(const Scene& scene, const Pose& pose);
 
 }  // namespace corrivane::host

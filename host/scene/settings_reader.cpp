@@ -1,6 +1,7 @@
 #include "scene/settings_reader.h"
 
-#include <nlohmann/json.hpp>
+#include "json/shortened.h"
+#include "scene/value_readers.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +12,7 @@ namespace corrivane::host {
 
 namespace {
 
-using Json = nlohmann::json;
+using json::Value;
 
 constexpr std::array<std::pair<std::string_view, ElementType>, 5> element_types{{
     {"depth", ElementType::depth},
@@ -21,135 +22,93 @@ constexpr std::array<std::pair<std::string_view, ElementType>, 5> element_types{
     {"ambientOcclusion", ElementType::ambient_occlusion},
 }};
 
-std::string decimal(double value) {
-    char text[32];
-    return {text, std::to_chars(text, text + sizeof text, value).ptr};
+void read(const Value& value, bool& result) {
+    result = value.boolean();
 }
 
-[[noreturn]] void refuse(const std::string& key, const std::string& expected) {
-    throw SettingsError(key + " should be " + expected);
+void read(const Value& value, std::string& result) {
+    const std::string_view text = value.text();
+    if (text.find('\0') != std::string_view::npos) value.refuse("a string without NUL characters");
+    result = text;
 }
 
-void convert(const Json& value, const std::string& key, bool& result) {
-    if (!value.is_boolean()) refuse(key, "true or false");
-    result = value.get<bool>();
+void read(const Value& value, int& result) {
+    result = static_cast<int>(value.whole(0, 1'000'000));
 }
 
-void convert(const Json& value, const std::string& key, std::string& result) {
-    if (!value.is_string()) refuse(key, "a string");
-    result = value.get<std::string>();
-    if (result.find('\0') != std::string::npos) refuse(key, "a string without NUL characters");
-}
+void read(const Value& value, RenderElementSettings& result);
 
-void convert(const Json& value, const std::string& key, int& result) {
-    if (!value.is_number_integer() || value < 0 || value > 1'000'000)
-        refuse(key, "a whole number from 0 to 1000000");
-    result = value.get<int>();
-}
-
-void convert(const Json& value, const std::string& key, RenderElementSettings& result);
-
-/// A JSON array, each of whose elements is converted by the overload for its type.
+/// An array, each of whose elements is read by the overload for its type.
 template <typename T>
-void convert(const Json& value, const std::string& key, std::vector<T>& result) {
-    if (!value.is_array()) refuse(key, "an array");
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        T element{};
-        convert(value[i], key + "[" + std::to_string(i) + "]", element);
-        result.push_back(std::move(element));
-    }
+void read(const Value& value, std::vector<T>& result) {
+    for (const Value element : value.elements())
+        read(element, result.emplace_back());
 }
 
 /// A word of a class identifier: a number, or a string in decimal or with 0x in front.
-std::uint32_t class_id_word(const Json& value, const std::string& key) {
-    if (value.is_number_unsigned() && value.get<std::uint64_t>() <= 0xffffffffu)
-        return value.get<std::uint32_t>();
-    if (!value.is_string()) refuse(key, "a 32-bit number or a string such as \"0x52ad1c02\"");
-    std::string_view digits = value.get_ref<const std::string&>();
+std::uint32_t class_id_word(const Value& value) {
+    const char* const expected = "a 32-bit number or a string such as \"0x52ad1c02\"";
+    if (value.is_number()) {
+        if (!(value.number() >= 0 && value.number() <= 0xffffffffu)) value.refuse(expected);
+        return static_cast<std::uint32_t>(value.whole(0, 0xffffffffu));
+    }
+    if (!value.is_string()) value.refuse(expected);
+    std::string_view digits = value.text();
     const bool hexadecimal = digits.starts_with("0x") || digits.starts_with("0X");
     if (hexadecimal) digits.remove_prefix(2);
     std::uint32_t word = 0;
     const char* end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, word, hexadecimal ? 16 : 10);
-    if (error != std::errc() || stop != end)
-        refuse(key, "a 32-bit number or a string such as \"0x52ad1c02\"");
+    if (error != std::errc() || stop != end) value.refuse(expected);
     return word;
 }
 
-void convert(const Json& value, const std::string& key, std::optional<ClassId>& result) {
-    if (!value.is_array() || value.size() != 2) refuse(key, "an array of two 32-bit numbers");
-    result = ClassId{class_id_word(value[0], key + "[0]"), class_id_word(value[1], key + "[1]")};
+void read(const Value& value, std::optional<ClassId>& result) {
+    if (!value.is_array() || value.count() != 2) value.refuse("an array of two 32-bit numbers");
+    ClassId words{};
+    std::size_t i = 0;
+    for (const Value word : value.elements())
+        words[i++] = class_id_word(word);
+    result = words;
 }
 
-/// A JSON object whose keys are looked up by name; messages carry the path that led to it.
-class Fields {
-public:
-    Fields(const Json& object, std::string path) : m_object(object), m_path(std::move(path)) {
-        if (!object.is_object()) refuse(m_path, "an object");
-    }
+/// Leaves `result` alone when the key is not there.
+template <typename T>
+void read_member(const Value& object, std::string_view key, T& result) {
+    if (const auto value = object.find(key)) read(*value, result);
+}
 
-    /// Nothing when the key is not there.
-    const Json* find(const char* key) const {
-        const auto found = m_object.find(key);
-        return found == m_object.end() ? nullptr : &*found;
-    }
-    std::string path(const char* key) const { return m_path + "." + key; }
+void read_whole(const Value& object, std::string_view key, int low, int high, int& result) {
+    result = whole_or(object, key, low, high, result);
+}
 
-    /// Leaves `result` alone when the key is not there. True when it is.
-    template <typename T>
-    bool read(const char* key, T& result) const {
-        const Json* value = find(key);
-        if (value != nullptr) convert(*value, path(key), result);
-        return value != nullptr;
-    }
-    void read_whole(const char* key, int low, int high, int& result) const {
-        const Json* value = find(key);
-        if (value == nullptr) return;
-        if (!value->is_number_integer() || *value < low || *value > high) {
-            refuse(path(key), "a whole number from " + std::to_string(low) + " to " + std::to_string(high));
-        }
-        result = value->get<int>();
-    }
-    void read_number(const char* key, double low, double high, float& result) const {
-        const Json* value = find(key);
-        if (value == nullptr) return;
-        if (!value->is_number() || value->get<double>() < low || value->get<double>() > high) {
-            refuse(path(key), "a number from " + decimal(low) + " to " + decimal(high));
-        }
-        result = value->get<float>();
-    }
+void read_number(const Value& object, std::string_view key, double low, double high, float& result) {
+    result = number_or(object, key, {low, high}, result);
+}
 
-private:
-    const Json& m_object;
-    std::string m_path;
-};
-
-void convert(const Json& value, const std::string& key, RenderElementSettings& result) {
-    const Fields fields(value, key);
-    std::string type;
-    if (!fields.read("type", type)) refuse(fields.path("type"), "there");
-    const auto found = std::find_if(element_types.begin(), element_types.end(),
-                                    [&](const auto& entry) { return entry.first == type; });
+void read(const Value& value, RenderElementSettings& result) {
+    const Value type = value.at("type");
+    const auto found =
+        std::ranges::find(element_types, type.text(), [](const auto& entry) { return entry.first; });
     if (found == element_types.end()) {
-        refuse(fields.path("type"), "depth, normal, albedo, alpha or ambientOcclusion, not \"" + type + "\"");
+        type.refuse("depth, normal, albedo, alpha or ambientOcclusion, not \"" +
+                    json::shortened(type.text()) + "\"");
     }
     result.type = found->second;
-    fields.read("output", result.output);
+    read_member(value, "output", result.output);
 }
 
-/// The named object of the extras, null when it is not there.
-Json object_of(const std::string& extras_json, const char* name) {
-    if (extras_json.empty()) return nullptr;
-    const Json extras = Json::parse(extras_json, nullptr, false);
-    return extras.is_object() ? extras.value(name, Json()) : Json();
+/// The named object of the extras.
+std::optional<Value> object_of(const std::optional<Value>& extras, std::string_view name) {
+    if (!extras || !extras->is_object()) return std::nullopt;
+    const auto object = extras->find(name);
+    return object && !object->is_null() ? object : std::nullopt;
 }
 
-MultipassEffect::Kind read_effect(const Fields& fields) {
-    std::string effect;
-    fields.read("effect", effect);
-    if (effect == "depthOfField") return MultipassEffect::Kind::depth_of_field;
-    if (effect == "motionBlur") return MultipassEffect::Kind::motion_blur;
-    refuse(fields.path("effect"), "depthOfField or motionBlur, not \"" + effect + "\"");
+MultipassEffect::Kind read_effect(const Value& effect) {
+    if (effect.text() == "depthOfField") return MultipassEffect::Kind::depth_of_field;
+    if (effect.text() == "motionBlur") return MultipassEffect::Kind::motion_blur;
+    effect.refuse("depthOfField or motionBlur, not \"" + json::shortened(effect.text()) + "\"");
 }
 
 }  // namespace
@@ -161,43 +120,39 @@ std::string_view element_type_name(ElementType type) {
     return {};
 }
 
-RenderSettings read_render_settings(const std::string& extras_json) {
+RenderSettings read_render_settings(const std::optional<Value>& extras) {
     RenderSettings settings;
-    const Json object = object_of(extras_json, "render");
-    if (object.is_null()) return settings;
-    const Fields fields(object, "render");
-    fields.read_whole("width", 1, 32768, settings.width);
-    fields.read_whole("height", 1, 32768, settings.height);
-    fields.read_number("pixelAspect", 0.01, 100, settings.pixel_aspect);
-    fields.read_whole("frameRate", 1, 4800, settings.frame_rate);
-    fields.read_whole("samples", 1, 4096, settings.samples);
-    fields.read("output", settings.output);
-    fields.read("saveFile", settings.save_file);
-    fields.read("skipExistingFrames", settings.skip_existing_frames);
-    fields.read("activeView", settings.active_view);
-    fields.read("rendererClassId", settings.renderer_class_id);
-    fields.read("rendererRequirements", settings.renderer_requirements);
-    fields.read("elementsActive", settings.elements_active);
-    fields.read("elements", settings.elements);
-    fields.read("xrefs", settings.xrefs);
-    if (const Json* tga = fields.find("tga")) {
-        Fields(*tga, fields.path("tga")).read("alphaSplit", settings.tga_alpha_split);
-    }
+    const auto render = object_of(extras, "render");
+    if (!render) return settings;
+    read_whole(*render, "width", 1, 32768, settings.width);
+    read_whole(*render, "height", 1, 32768, settings.height);
+    read_number(*render, "pixelAspect", 0.01, 100, settings.pixel_aspect);
+    read_whole(*render, "frameRate", 1, 4800, settings.frame_rate);
+    read_whole(*render, "samples", 1, 4096, settings.samples);
+    read_member(*render, "output", settings.output);
+    read_member(*render, "saveFile", settings.save_file);
+    read_member(*render, "skipExistingFrames", settings.skip_existing_frames);
+    read_member(*render, "activeView", settings.active_view);
+    read_member(*render, "rendererClassId", settings.renderer_class_id);
+    read_member(*render, "rendererRequirements", settings.renderer_requirements);
+    read_member(*render, "elementsActive", settings.elements_active);
+    read_member(*render, "elements", settings.elements);
+    read_member(*render, "xrefs", settings.xrefs);
+    if (const auto tga = render->find("tga")) read_member(*tga, "alphaSplit", settings.tga_alpha_split);
     return settings;
 }
 
-std::optional<MultipassEffect> read_multipass(const std::string& extras_json) {
-    const Json object = object_of(extras_json, "multipass");
-    if (object.is_null()) return std::nullopt;
-    const Fields fields(object, "multipass");
+std::optional<MultipassEffect> read_multipass(const std::optional<Value>& extras) {
+    const auto multipass = object_of(extras, "multipass");
+    if (!multipass) return std::nullopt;
     MultipassEffect effect;
-    effect.kind = read_effect(fields);
-    fields.read_whole("passes", 1, 1000, effect.passes);
-    fields.read("enabled", effect.enabled);
-    fields.read_number("radius", 0, 1e6, effect.radius);
-    fields.read_number("focusDistance", 1e-6, 1e9, effect.focus_distance);
-    fields.read_number("duration", 0, 1000, effect.duration_frames);
-    fields.read("classId", effect.class_id);
+    effect.kind = read_effect(multipass->at("effect"));
+    read_whole(*multipass, "passes", 1, 1000, effect.passes);
+    read_member(*multipass, "enabled", effect.enabled);
+    read_number(*multipass, "radius", 0, 1e6, effect.radius);
+    read_number(*multipass, "focusDistance", 1e-6, 1e9, effect.focus_distance);
+    read_number(*multipass, "duration", 0, 1000, effect.duration_frames);
+    read_member(*multipass, "classId", effect.class_id);
     return effect;
 }
 

@@ -171,7 +171,7 @@ TEST(JobSettings, WrongCommandLinesAreExplained) {
         {"render a --frames 1 --output \"\"", "--output: is empty"},
         {"render a --frames 1-2 --remove-padding", "one frame"},
         {"run /nowhere/job.json", "/nowhere/job.json"},
-        {"run /", "/: is not a regular file"},
+        {"run /", "/: it is not a file"},
         {"script", "file"},
         {"script a.ms --frames 1", "--frames"},
     };

@@ -113,14 +113,12 @@ TEST_F(CoreSceneTest, ASceneThatCannotBeLoadedSaysWhyAndLeavesTheOpenOne) {
 }
 
 TEST_F(CoreSceneTest, DefaultActionsDecideAboutEachKindOfMissingResource) {
-    json no_image = triangle_scene();
-    no_image["images"] = {{{"uri", "none.png"}}};
-    no_image["textures"] = {{{"source", 0}}};
     json no_coordinates = triangle_scene();
     no_coordinates["materials"] = {{{"pbrMetallicRoughness", {{"baseColorTexture", {{"index", 0}}}}}}};
     no_coordinates["textures"] = {{{"source", 0}}};
     no_coordinates["images"] = {{{"uri", "none.png"}}};
     no_coordinates["meshes"][0]["primitives"][0]["material"] = 0;
+    const json& no_image = no_coordinates;
     json no_plugin = triangle_scene();
     no_plugin["extensionsUsed"] = no_plugin["extensionsRequired"] = {"NONE_such"};
     json no_xref = triangle_scene();

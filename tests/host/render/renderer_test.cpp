@@ -5,11 +5,9 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <cmath>
 #include <limits>
 #include <set>
-#include <thread>
 
 namespace corrivane::host::test {
 namespace {
@@ -245,6 +243,36 @@ TEST(Renderer, ShowsNothingWhereThereIsNothing) {
     }
 }
 
+TEST(Renderer, SurvivesPlacesBeyondWhatItCanTrace) {
+    struct Case {
+        Imath::V3f camera;
+        float half_height;  ///< of an orthographic view; 0: perspective
+        Imath::V3f scale;   ///< of the square
+        float corner;       ///< the square's first x
+    };
+    for (const Case& c :
+         {Case{{0, 0, 2e18f}, 0, Imath::V3f(1), -1}, Case{{0, 0, 1e38f}, 0, Imath::V3f(1), -1},
+          Case{{0, 0, 10}, 9e17f, Imath::V3f(1), -1}, Case{{0, 0, 10}, 0, {1e15f, 1e-8f, 1e-7f}, -1},
+          Case{{0, 0, 10}, 0, {1e17f, 1, 1}, -1}, Case{{0, 0, 10}, 0, Imath::V3f(1), 1e17f},
+          Case{{1e15f, 0, 10}, 0, {1, 1, 1e-8f}, -1}}) {
+        RenderScene scene;
+        const int square = scene.add_square(2, {0, 0, 0}, Material{});
+        scene.scene.meshes[0].primitives[0].positions[0].x = c.corner;
+        scene.scene.nodes[static_cast<std::size_t>(square)].transform.scale = c.scale;
+        scene.scene.nodes[0].transform.translation = c.camera;
+        Projection& projection = scene.scene.cameras[0].projection;
+        if (c.half_height > 0) projection = {Projection::Kind::orthographic, 0.8f, c.half_height};
+        Light light;
+        scene.add_light(light, {1e38f, 1e38f, 1e38f});
+        Renderer renderer(scene.share());
+        RenderRequest request = request_of(scene, 8, 8);
+        for (const int camera : {scene.camera, -1}) {
+            request.camera_node = camera;
+            EXPECT_THAT(render(renderer, request)[0].rgba, Each(testing::Ge(0)));
+        }
+    }
+}
+
 TEST(Renderer, NamesWhatIsWrongWithARequest) {
     RenderScene scene;
     scene.add_square(1, {0, 0, 0}, flat_color(1, 1, 1));
@@ -323,36 +351,6 @@ TEST(RenderProgress, StopsTheRenderWhereverItSaysNo) {
         std::vector<float> small(32 * 32 * 4);
         EXPECT_EQ(renderer.render(request_of(scene, 32, 32, 1), {small, {}}), RenderResult::complete);
     }
-}
-
-TEST(RenderProgress, ComesFromSeveralThreadsAtOnce) {
-    // Each waits, up to a limit, for a second one to be inside: that only happens when the calls are
-    // not serialized.
-    class Meeting : public RenderProgress {
-    public:
-        void set_title(const char*) override {}
-        bool progress(int done, int total) override {
-            if (done == 0 || done == total) return true;
-            ++m_inside;
-            const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-            while (!m_met && m_inside < 2 && std::chrono::steady_clock::now() < limit)
-                std::this_thread::yield();
-            if (m_inside >= 2) m_met = true;
-            --m_inside;
-            return true;
-        }
-        bool met() const { return m_met; }
-
-    private:
-        std::atomic<int> m_inside{0};
-        std::atomic<bool> m_met{false};
-    };
-    RenderScene scene;
-    Renderer renderer(scene.share(), {.threads = 2});
-    std::vector<float> pixels(96 * 96 * 4);
-    Meeting meeting;
-    renderer.render(request_of(scene, 96, 96, 1), {pixels, {}}, &meeting);
-    EXPECT_TRUE(meeting.met());
 }
 
 }  // namespace

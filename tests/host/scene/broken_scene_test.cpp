@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <random>
-
 namespace corrivane::host::test {
 namespace {
 
@@ -22,8 +20,8 @@ constexpr Fault faults[] = {
     {"/asset/version", R"("1.0")", "asset.version \"1.0\" is not glTF 2"},
     {"-/asset", "", "asset"},
     {"/scene", "5", "scene: there is no scene 5"},
-    {"/scenes/0/nodes", "[0, 9]", "scene: there is no node 9"},
-    {"/scenes/0/nodes", "[-1]", "scene: there is no node -1"},
+    {"/scenes/0/nodes", "[0, 9]", "scene 0: there is no node 9"},
+    {"/scenes/0/nodes", "[-1]", "scene 0: there is no node -1"},
     {"/scenes/0/nodes", "[0, 0]", "node 0 is reached twice"},
     {"/nodes/2/children", "[0]", "node 0 is reached twice"},
     {"/nodes/1/children", "[2]", "node 2 is reached twice"},
@@ -36,11 +34,10 @@ constexpr Fault faults[] = {
     {"/nodes/0/matrix", "[1, 2, 3]", "node 0: matrix should be 16 numbers, not 3"},
     {"/nodes/0/matrix", "[1,0,0,1, 0,1,0,0, 0,0,1,0, 0,0,0,1]", "node 0: matrix does not end in 0, 0, 0, 1"},
     {"/nodes/0/translation", "[1, 2]", "node 0: translation should be 3 numbers, not 2"},
-    {"/nodes/0/translation", "[1, 2, 1e300]", "node 0: translation: "},
+    {"/nodes/0/translation", "[1, 2, 1e300]", "node 0: translation[2] should be a number from"},
     {"/nodes/0/rotation", "[0, 0, 0, 0]", "node 0: rotation has no length"},
     {"/nodes/2/matrix", "[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]", "node 2 has a matrix and cannot be animated"},
     {"/cameras/0/perspective/yfov", "0", "camera 0: yfov"},
-    {"/cameras/0/perspective/yfov", "3.2", "camera 0: yfov"},
     {"/cameras/0/perspective/znear", "-1", "camera 0: znear"},
     {"/cameras/0/perspective/zfar", "0.05", "camera 0: zfar is not beyond znear"},
     {"/cameras/0/type", R"("fisheye")", "fisheye"},
@@ -59,9 +56,8 @@ constexpr Fault faults[] = {
     {"/accessors/0/count", "4000000000000000000", "reaches past its buffer view"},
     {"/accessors/0/count", "-2", "count"},
     {"/accessors/0/byteOffset", "18446744073709551615", "reaches past its buffer view"},
-    {"/accessors/0/bufferView", "31", "POSITION accessor 0: there is no buffer view 31"},
-    {"/accessors/0/componentType", "5130", "POSITION accessor 0: no component type 5130"},
-    {"/accessors/0/componentType", "17", "componentType"},
+    {"/accessors/0/bufferView", "31", "accessor 0: there is no buffer view 31"},
+    {"/accessors/0/componentType", "17", "accessor 0: no component type 17"},
     {"/accessors/0/type", R"("VEC9")", "VEC9"},
     {"/accessors/0/sparse", R"({"count": 9, "indices": {"bufferView": 2, "componentType": 5123},
         "values": {"bufferView": 0}})",
@@ -76,22 +72,23 @@ constexpr Fault faults[] = {
     {"/accessors/0/sparse", R"({"count": 3, "indices": {"bufferView": 2, "componentType": 5123},
         "values": {"bufferView": 1}})",
      "sparse.values reaches past its buffer view"},
-    {"/accessors/2/count", "2", "2 corners make no whole triangles"},
     {"/bufferViews/2/byteOffset", "10", "indices accessor 2: element 2 (16384) is past the 3 there are"},
     {"/bufferViews/0/byteLength", "400", "buffer view 0 reaches past its buffer"},
     {"/bufferViews/0/byteOffset", "18446744073709551615", "buffer view 0 reaches past its buffer"},
     {"/bufferViews/0/buffer", "6", "buffer view 0: there is no buffer 6"},
     {"/bufferViews/0/byteStride", "4", "stride is less than an element"},
-    {"/buffers/0/byteLength", "5000000000", "Buffer"},
+    {"/buffers/0/byteLength", "5000000000", "buffer 0 should have 5000000000 bytes, and there are 100"},
     {"/textures/0/source", "8", "texture 0: there is no image 8"},
     {"/textures/0/sampler", "8", "texture 0: there is no sampler 8"},
     {"/samplers/0/wrapS", "1", "texture 0: no wrap mode 1"},
     {"/images/0/uri", R"("data:image/png;base64,AAAAAAAA")", "image 0 is neither PNG nor JPEG"},
+    {"/images/0/uri", R"("data:;base64,/9j/4AAQSkZJRgABAQAAAQABAAD/2Q==")", "image 0 cannot be decoded: "},
+    {"/images/0/uri", R"("data:;base64,iVBORw0KGgo=")", "image 0 cannot be decoded: the data ends early"},
+    {"/images/0/uri", R"("data:;base64,?")", "image 0: uri: no base64: "},
     {"/images/0", R"({"bufferView": 0, "mimeType": "image/png"})", "image 0 is neither PNG nor JPEG"},
-    {"/images/0", R"({"bufferView": 60, "mimeType": "image/png"})", "bufferView"},
+    {"/images/0", R"({"bufferView": 60, "mimeType": "image/png"})", "image 0: there is no buffer view 60"},
     {"/materials/0/pbrMetallicRoughness/baseColorTexture/index", "3",
      "baseColorTexture: there is no texture 3"},
-    {"/materials/0/pbrMetallicRoughness/baseColorTexture/texCoord", "2", "only texCoord 0 and 1"},
     {"/materials/0/pbrMetallicRoughness/baseColorFactor", "[1, 1, 1]", "baseColorFactor"},
     {"/materials/0/pbrMetallicRoughness/roughnessFactor", "3", "material 0: roughnessFactor"},
     {"/materials/0/alphaMode", R"("DITHER")", "material 0: no alphaMode \"DITHER\""},
@@ -128,17 +125,17 @@ TEST(BrokenScene, IsRefusedWhenItIsNoDocumentAtAll) {
     const std::pair<std::string, const char*> contents[] = {
         {"", "scene.gltf: "},
         {"{}", "scene.gltf: "},
-        {"[1, 2]", "Root element is not a JSON object"},
+        {"[1, 2]", "the document should be an object"},
         {json.substr(0, json.size() / 2), "parse error"},
         {json + "}", "parse error"},
         {std::string(200, '['), "nested more than 100 deep"},
         {R"({"asset": {"version": "2.0"}, "extras": )" + std::string(50'000, '[') + "}",
          "nested more than 100 deep"},
         {R"({"asset": {"version": "2.0"}, "nodes": [{"translation": [1e999, 0, 0]}]})", "number overflow"},
-        {binary.substr(0, 16), "Too short"},
-        {binary.substr(0, binary.size() - 1), "Invalid glTF binary"},
+        {binary.substr(0, 16), "shorter than its header"},
+        {binary.substr(0, binary.size() - 1), "ends before its length"},
         {binary.substr(0, 12) + std::string("\xff\xff\xff\xff", 4) + binary.substr(16),
-         "Invalid glTF binary"},
+         "a chunk that reaches past its end"},
     };
     for (const auto& [content, expected] : contents) {
         file.write("scene.gltf", content);
@@ -189,31 +186,14 @@ TEST(BrokenScene, SurvivesDeepAndWideNodeTrees) {
     EXPECT_EQ(pose_at(*scene, 0).size(), count + 1u);
 }
 
-/// Loads, and poses what loads; anything but a SceneError escapes.
-void try_to_load(const SceneFile& file, const std::string& content) {
-    file.write("scene.glb", content);
-    try {
-        const auto scene = load_scene(file.path("scene.glb"));
-        pose_at(*scene, 0.5);
-    } catch (const SceneError&) {
-    }
-}
-
-TEST(BrokenScene, ChangedBytesNeverDoHarm) {
+TEST(BrokenScene, IsToldInOneShortLine) {
     SceneFile file;
-    const std::vector<std::uint8_t> glb = file.glb();
-    std::mt19937 random(20240611);
-    const auto below = [&](std::size_t limit) { return random() % limit; };
-    for (int round = 0; round < 1000; ++round) {
-        std::string content(glb.begin(), glb.end());
-        for (std::size_t changes = 1 + below(4); changes > 0; --changes) {
-            // Mostly digits and punctuation of the JSON, which reach further than arbitrary bytes.
-            static constexpr std::string_view alphabet = "0123456789-.,[]{}\":e";
-            const std::size_t at = 12 + below(content.size() - 12);
-            content[at] = below(3) != 0 ? alphabet[below(alphabet.size())] : static_cast<char>(below(256));
-        }
-        if (below(10) == 0) content.resize(below(content.size()));
-        try_to_load(file, content);
+    const std::string text(100'000, 'x');
+    for (Json* name :
+         {&file.json["materials"][0]["alphaMode"], &file.json["animations"][0]["samplers"][0][text],
+          &file.json["images"][0]["uri"], &file.json["asset"]["version"]}) {
+        *name = "data:" + text;
+        EXPECT_THAT(message_of([&] { file.load(); }), testing::SizeIs(testing::Lt(300u)));
     }
 }
 

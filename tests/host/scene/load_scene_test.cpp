@@ -194,6 +194,24 @@ TEST(LoadScene, LeavesOutWhatItCannotShow) {
     }
 }
 
+TEST(LoadScene, DoesNotMindWhatNothingNeeds) {
+    for (const char* patch : {
+             R"([{"op": "add", "path": "/buffers/-", "value": {"byteLength": 9}}])",
+             R"([{"op": "add", "path": "/images/-", "value": {"uri": "http://a.invalid/b.png"}}])",
+             R"([{"op": "add", "path": "/accessors/-", "value": {"bufferView": 99}}])",
+             R"([{"op": "add", "path": "/materials/-", "value": {"alphaMode": 7}}])",
+             R"([{"op": "add", "path": "/skins", "value": [{"joints": [0]}]}])",
+             R"([{"op": "remove", "path": "/animations/0/channels/0/target/node"}])",
+             R"([{"op": "replace", "path": "/images/0/uri", "value":
+                  "data:image/png,%89PNG%0D%0A%1A%0A%00%00%00%0DIHDR%00%00%00%01%00%00%00%01%08%00%00%00%00%3A%7E%9BU%00%00%00%0AIDATx%DAc%60%00%00%00%02%00%01%E5%27%DE%FC%00%00%00%00IEND%AEB%60%82"}])",
+         }) {
+        SceneFile file;
+        file.json = file.json.patch(Json::parse(patch));
+        EXPECT_THAT(file.load({.external_files = MissingAction::fail})->warnings, testing::IsEmpty())
+            << patch;
+    }
+}
+
 TEST(IsSceneFile, TellsGltf2FromAnythingElse) {
     SceneFile file;
     file.write("binary", file.glb());

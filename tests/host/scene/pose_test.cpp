@@ -79,7 +79,8 @@ TEST(Pose, CombinesScaleRotationTranslationAndParents) {
     scene.nodes[1].parent = 0;
     scene.nodes[1].transform.translation = {3, 0, 0};
     scene.nodes[2].parent = 1;
-    scene.nodes[2].matrix = Imath::M44f(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 5, 1);
+    scene.nodes[2].matrix =
+        std::make_shared<const Imath::M44f>(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 5, 1);
     const Pose pose = pose_at(scene, 0);
     // A quarter turn about z takes x to y.
     expect_near(pose[1].translation(), {1, 6, 0}, "child");

@@ -1,6 +1,6 @@
 #include "host/scene/scene_file.h"
 
-#include <tiny_gltf.h>
+#include <png.h>
 
 #include <cstring>
 #include <fstream>
@@ -89,25 +89,16 @@ std::string data_uri(const std::vector<std::uint8_t>& bytes) {
 }
 
 std::vector<std::uint8_t> png(int width, int height) {
-    tinygltf::Image image;
-    image.width = width;
-    image.height = height;
-    image.component = 4;
-    image.bits = 8;
-    image.pixel_type = TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE;
-    image.image.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4, 128);
-    std::vector<std::uint8_t> bytes;
-    tinygltf::FsCallbacks callbacks{};
-    callbacks.user_data = &bytes;
-    callbacks.WriteWholeFile = [](std::string*, const std::string&, const std::vector<unsigned char>& content,
-                                  void* result) {
-        *static_cast<std::vector<std::uint8_t>*>(result) = content;
-        return true;
-    };
-    std::string uri;
-    const std::string folder;
-    const std::string name = "image.png";
-    tinygltf::WriteImageData(&folder, &name, &image, false, &uri, &callbacks);
+    const std::vector<std::uint8_t> rgba(static_cast<std::size_t>(width * height) * 4, 128);
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(width);
+    image.height = static_cast<png_uint_32>(height);
+    image.format = PNG_FORMAT_RGBA;
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::vector<std::uint8_t> bytes(size);
+    png_image_write_to_memory(&image, bytes.data(), &size, 0, rgba.data(), 0, nullptr);
+    bytes.resize(size);
     return bytes;
 }
 

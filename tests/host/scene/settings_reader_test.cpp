@@ -10,8 +10,16 @@ namespace {
 using corrivane::test::message_of;
 using testing::ElementsAre;
 
+RenderSettings render_settings(std::string_view extras) {
+    return read_render_settings(json::Document(extras).root());
+}
+
+std::optional<MultipassEffect> multipass(std::string_view extras) {
+    return read_multipass(json::Document(extras).root());
+}
+
 TEST(RenderSettings, ReadsEveryKey) {
-    const RenderSettings settings = read_render_settings(R"({"render": {
+    const RenderSettings settings = render_settings(R"({"render": {
         "width": 1920, "height": 1080, "pixelAspect": 1.5, "frameRate": 25, "samples": 16,
         "output": "C:\\out\\beauty.png", "saveFile": false, "skipExistingFrames": true,
         "activeView": "Camera01", "rendererClassId": ["0x52ad1c02", 287125436], "rendererRequirements": [2, 3],
@@ -39,8 +47,8 @@ TEST(RenderSettings, ReadsEveryKey) {
 }
 
 TEST(RenderSettings, AreOptional) {
-    for (const char* extras : {"", "{}", "null", "7", R"({"render": {}})", R"({"render": null})", R"([1])"}) {
-        const RenderSettings settings = read_render_settings(extras);
+    for (const char* extras : {"{}", "null", "7", R"({"render": {}})", R"({"render": null})", R"([1])"}) {
+        const RenderSettings settings = render_settings(extras);
         EXPECT_EQ(settings.width, 640) << extras;
         EXPECT_EQ(settings.samples, 4) << extras;
         EXPECT_TRUE(settings.save_file) << extras;
@@ -70,7 +78,7 @@ TEST(RenderSettings, OfTheWrongTypeOrRangeAreNamed) {
         {R"({"rendererRequirements": [2, "3"]})",
          "render.rendererRequirements[1] should be a whole number from 0 to 1000000"},
         {R"({"elements": {}})", "render.elements should be an array"},
-        {R"({"elements": [{}]})", "render.elements[0].type should be there"},
+        {R"({"elements": [{}]})", "render.elements[0] lacks \"type\""},
         {R"({"elements": [{"type": "shadow"}]})",
          "render.elements[0].type should be depth, normal, albedo, alpha or ambientOcclusion, not "
          "\"shadow\""},
@@ -82,15 +90,13 @@ TEST(RenderSettings, OfTheWrongTypeOrRangeAreNamed) {
     };
     for (const auto& [render, expected] : cases) {
         const std::string extras = std::string(R"({"render": )") + render + "}";
-        EXPECT_EQ(message_of([&] { read_render_settings(extras); }), expected) << render;
+        EXPECT_EQ(message_of([&] { render_settings(extras); }), expected) << render;
     }
 }
 
 TEST(Multipass, ReadsBothEffects) {
-    EXPECT_FALSE(read_multipass("").has_value());
-    EXPECT_FALSE(read_multipass("{}").has_value());
-    const auto depth =
-        read_multipass(R"({"multipass": {"effect": "depthOfField", "passes": 12, "enabled": false,
+    EXPECT_FALSE(multipass("{}").has_value());
+    const auto depth = multipass(R"({"multipass": {"effect": "depthOfField", "passes": 12, "enabled": false,
         "radius": 0.25, "focusDistance": 3, "classId": ["0x1", 2]}})");
     ASSERT_TRUE(depth.has_value());
     EXPECT_EQ(depth->kind, MultipassEffect::Kind::depth_of_field);
@@ -99,7 +105,7 @@ TEST(Multipass, ReadsBothEffects) {
     EXPECT_EQ(depth->radius, 0.25f);
     EXPECT_EQ(depth->focus_distance, 3);
     EXPECT_EQ(depth->class_id, (ClassId{1, 2}));
-    const auto blur = read_multipass(R"({"multipass": {"effect": "motionBlur", "duration": 0.75}})");
+    const auto blur = multipass(R"({"multipass": {"effect": "motionBlur", "duration": 0.75}})");
     ASSERT_TRUE(blur.has_value());
     EXPECT_EQ(blur->kind, MultipassEffect::Kind::motion_blur);
     EXPECT_TRUE(blur->enabled);
@@ -109,7 +115,7 @@ TEST(Multipass, ReadsBothEffects) {
 TEST(Multipass, NamesWhatIsWrong) {
     const std::pair<const char*, const char*> cases[] = {
         {"true", "multipass should be an object"},
-        {"{}", "multipass.effect should be depthOfField or motionBlur, not \"\""},
+        {"{}", "multipass lacks \"effect\""},
         {R"({"effect": "bloom"})", "multipass.effect should be depthOfField or motionBlur, not \"bloom\""},
         {R"({"effect": "motionBlur", "passes": 0})",
          "multipass.passes should be a whole number from 1 to 1000"},
@@ -120,7 +126,7 @@ TEST(Multipass, NamesWhatIsWrong) {
     };
     for (const auto& [effect, expected] : cases) {
         const std::string extras = std::string(R"({"multipass": )") + effect + "}";
-        EXPECT_EQ(message_of([&] { read_multipass(extras); }), expected) << effect;
+        EXPECT_EQ(message_of([&] { multipass(extras); }), expected) << effect;
     }
 }
 
