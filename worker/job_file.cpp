@@ -1,9 +1,9 @@
 #include "worker/job_file.h"
 
+#include "json/value.h"
 #include "worker/file_descriptor.h"
 
 #include <fcntl.h>
-#include <nlohmann/json.hpp>
 #include <plain_files.h>
 
 #include <algorithm>
@@ -32,33 +32,47 @@ std::string read_text(const std::string& path) {
     }
 }
 
-/// Reads the members of the job, or of an object in it that only groups settings. Collects the keys that
-/// were there, each with the way to it.
-void read_members(const JobValue& object, JobSettings& settings, std::set<std::string>& seen) {
+/// Of two members with one key the last would count; a job file with both has a mistake in it.
+void refuse_repeated_keys(const json::Value& value) {
+    if (value.is_array()) {
+        for (const json::Value element : value.elements())
+            refuse_repeated_keys(element);
+    }
+    if (!value.is_object()) return;
+    std::set<std::string_view> keys;
+    for (const auto& [key, member] : value.members()) {
+        if (!keys.insert(key).second) member.fail("is there twice");
+        refuse_repeated_keys(member);
+    }
+}
+
+/// Reads the members of the job, or of an object in it that only groups settings. `group` is empty, or the way
+/// to that object with a dot behind it. Collects the keys that were there, with the way to them.
+void read_members(const json::Value& object, const std::string& group, JobSettings& settings,
+                  std::set<std::string>& seen) {
     const auto& table = job_setting_table();
     for (const auto& [name, member] : object.members()) {
-        const std::string& key = member.path();
-        if (name.find('.') != std::string::npos) member.refuse("is not a key that is known here");
+        const std::string key = group + std::string(name);
         const auto row = std::ranges::find(table, key, &JobSetting::key);
         const bool is_group = std::ranges::any_of(
             table, [&key](const JobSetting& setting) { return setting.key.starts_with(key + '.'); });
-        if (row != table.end() && row->read)
+        if (name.find('.') == std::string_view::npos && row != table.end() && row->read)
             row->read(member, settings);
         else if (is_group)
-            read_members(member, settings, seen);
+            read_members(member, key + '.', settings, seen);
         else
-            member.refuse("is not a key that is known here");
+            member.fail("is not a key that is known here");
         seen.insert(key);
     }
 }
 
-JobSettings read_settings(const nlohmann::json& document) {
-    const JobValue job(document, "");
+JobSettings read_settings(const json::Value& job) {
+    refuse_repeated_keys(job);
     JobSettings settings;
     std::set<std::string> seen;
-    read_members(job, settings, seen);
+    read_members(job, "", settings, seen);
     for (const JobSetting& setting : job_setting_table())
-        if (setting.is_required && !seen.contains(setting.key)) job.refuse("lacks \"" + setting.key + '"');
+        if (setting.is_required && !seen.contains(setting.key)) job.at(setting.key);
     return settings;
 }
 
@@ -66,8 +80,8 @@ JobSettings read_settings(const nlohmann::json& document) {
 
 JobSettings parse_job(std::string_view text, const std::string& name) {
     try {
-        return read_settings(parse_json(text));
-    } catch (const JobFileError& error) {
+        return read_settings(json::Document(text).root());
+    } catch (const json::Error& error) {
         throw JobFileError(name + ": " + error.what());
     }
 }

@@ -2,10 +2,17 @@
 
 #include "worker/job_settings.h"
 
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace corrivane::worker {
+
+/// What is wrong with a job file: the file, the key and the reason.
+class JobFileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 /// Reads a job from JSON text, an object with the keys of job_setting_table:
 ///

@@ -66,11 +66,11 @@ JobSetting setting(const char* key, const char* flag, const char* form, const ch
         read_value(source, value);
         if (check) check(value);
     };
-    row.read = [read](const JobValue& source, JobSettings& settings) {
+    row.read = [read](const json::Value& source, JobSettings& settings) {
         try {
             read(source, settings);
         } catch (const std::invalid_argument& error) {
-            source.refuse(error.what());
+            source.fail(error.what());
         }
     };
     row.read_option = read;

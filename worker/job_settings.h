@@ -34,7 +34,7 @@ struct JobSetting {
     Scope scope = Scope::Job;
 
     /// Null for a key inside an object that is another setting's value, and read with it.
-    std::function<void(const JobValue&, JobSettings&)> read = nullptr;
+    std::function<void(const json::Value&, JobSettings&)> read = nullptr;
     /// Throws std::invalid_argument with the reason and without the option's name.
     std::function<void(const OptionTexts&, JobSettings&)> read_option = nullptr;
     /// Adds the commands that tell the plug-in; null when there are none.

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <limits>
 #include <set>
 #include <stdexcept>
 #include <string_view>
@@ -40,17 +41,36 @@ std::pair<std::string, std::string> read_pair(const std::string& text, const cha
     return {text.substr(0, sign), text.substr(sign + 1)};
 }
 
+/// What goes on as a zero-terminated text.
+std::string text_of(const json::Value& value) {
+    const std::string text(value.text());
+    if (text.find('\0') != std::string::npos) value.fail("holds a NUL character");
+    return text;
+}
+
+/// A text, or a number or boolean as JSON writes it.
+std::string scalar_of(const json::Value& value) {
+    if (value.is_string()) return text_of(value);
+    if (value.is_number()) return value.number_text();
+    if (!value.is_boolean()) value.refuse("a string, a number or a boolean");
+    return value.boolean() ? "true" : "false";
+}
+
+int integer_of(const json::Value& value) {
+    return static_cast<int>(value.whole(std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
 /// Reads an object whose keys are known: `read` returns false for a key that is not. `required` must
 /// be there.
 template <typename Read>
-void read_object(const JobValue& object, const std::vector<const char*>& required, const Read& read) {
+void read_object(const json::Value& object, const std::vector<const char*>& required, const Read& read) {
     std::set<std::string> seen;
     for (const auto& [key, member] : object.members()) {
-        if (!read(key, member)) member.refuse("is not a key that is known here");
-        seen.insert(key);
+        if (!read(key, member)) member.fail("is not a key that is known here");
+        seen.insert(std::string(key));
     }
     for (const char* key : required)
-        if (!seen.contains(key)) object.refuse(std::string("lacks \"") + key + "\"");
+        if (!seen.contains(key)) object.at(key);
 }
 
 struct MissingKind {
@@ -96,7 +116,7 @@ std::chrono::milliseconds time_limit(int seconds) {
 
 }  // namespace
 
-void read_value(const JobValue& source, bool& value) {
+void read_value(const json::Value& source, bool& value) {
     value = source.boolean();
 }
 
@@ -106,24 +126,24 @@ void read_value(const OptionTexts& texts, bool& value) {
     value = texts.front() == "true";
 }
 
-void read_value(const JobValue& source, int& value) {
-    value = source.integer();
+void read_value(const json::Value& source, int& value) {
+    value = integer_of(source);
 }
 
 void read_value(const OptionTexts& texts, int& value) {
     read_numbers(texts.front(), "N, an integer of 32 bits", value);
 }
 
-void read_value(const JobValue& source, std::string& value) {
-    value = source.text();
+void read_value(const json::Value& source, std::string& value) {
+    value = text_of(source);
 }
 
 void read_value(const OptionTexts& texts, std::string& value) {
     value = texts.front();
 }
 
-void read_value(const JobValue& source, std::chrono::milliseconds& value) {
-    value = time_limit(source.integer());
+void read_value(const json::Value& source, std::chrono::milliseconds& value) {
+    value = time_limit(integer_of(source));
 }
 
 void read_value(const OptionTexts& texts, std::chrono::milliseconds& value) {
@@ -132,16 +152,16 @@ void read_value(const OptionTexts& texts, std::chrono::milliseconds& value) {
     value = time_limit(seconds);
 }
 
-void read_value(const JobValue& source, std::vector<int>& value) {
+void read_value(const json::Value& source, std::vector<int>& value) {
     // Numbers become a list of frames too, so that the limit and the handling of repeats are the same.
     std::string list;
     if (source.is_string()) {
-        list = source.text();
+        list = text_of(source);
     } else if (source.is_array()) {
-        for (const JobValue& element : source.elements())
-            list += (list.empty() ? "" : ",") + std::to_string(element.integer());
+        for (const json::Value element : source.elements())
+            list += (list.empty() ? "" : ",") + std::to_string(integer_of(element));
     } else {
-        list = std::to_string(source.integer());
+        list = std::to_string(integer_of(source));
     }
     value = parse_frame_list(list);
 }
@@ -150,19 +170,19 @@ void read_value(const OptionTexts& texts, std::vector<int>& value) {
     value = parse_frame_list(texts.front());
 }
 
-void read_value(const JobValue& source, std::vector<std::string>& value) {
+void read_value(const json::Value& source, std::vector<std::string>& value) {
     value.clear();
-    for (const JobValue& element : source.elements())
-        value.push_back(element.text());
+    for (const json::Value element : source.elements())
+        value.push_back(text_of(element));
 }
 
 void read_value(const OptionTexts& texts, std::vector<std::string>& value) {
     value = texts;
 }
 
-void read_value(const JobValue& source, std::map<std::string, std::string>& value) {
+void read_value(const json::Value& source, std::map<std::string, std::string>& value) {
     for (const auto& [key, entry] : source.members())
-        value[key] = entry.scalar();
+        value[std::string(key)] = scalar_of(entry);
 }
 
 void read_value(const OptionTexts& texts, std::map<std::string, std::string>& value) {
@@ -172,12 +192,16 @@ void read_value(const OptionTexts& texts, std::map<std::string, std::string>& va
     }
 }
 
-void read_value(const JobValue& source, std::map<std::string, std::vector<std::string>>& value) {
+void read_value(const json::Value& source, std::map<std::string, std::vector<std::string>>& value) {
     for (const auto& [key, entry] : source.members()) {
         std::vector<std::string> elements;
-        for (const JobValue& element : entry.is_array() ? entry.elements() : std::vector{entry})
-            elements.push_back(element.scalar());
-        value[key] = std::move(elements);
+        if (entry.is_array()) {
+            for (const json::Value element : entry.elements())
+                elements.push_back(scalar_of(element));
+        } else {
+            elements.push_back(scalar_of(entry));
+        }
+        value[std::string(key)] = std::move(elements);
     }
 }
 
@@ -190,10 +214,10 @@ void read_value(const OptionTexts& texts, std::map<std::string, std::vector<std:
     replace_entries(value, std::move(entries));
 }
 
-void read_value(const JobValue& source, std::map<char, std::string>& value) {
+void read_value(const json::Value& source, std::map<char, std::string>& value) {
     std::map<char, std::string> drives;
     for (const auto& [letter, folder] : source.members())
-        add_drive(drives, letter, folder.text());
+        add_drive(drives, std::string(letter), text_of(folder));
     replace_entries(value, std::move(drives));
 }
 
@@ -206,7 +230,7 @@ void read_value(const OptionTexts& texts, std::map<char, std::string>& value) {
     replace_entries(value, std::move(drives));
 }
 
-void read_value(const JobValue& source, Region& value) {
+void read_value(const json::Value& source, Region& value) {
     static const std::map<std::string_view, int Region::*> sides = {{"left", &Region::left},
                                                                     {"top", &Region::top},
                                                                     {"right", &Region::right},
@@ -214,9 +238,9 @@ void read_value(const JobValue& source, Region& value) {
                                                                     {"padding", &Region::padding}};
     value = {};
     read_object(source, {"left", "top", "right", "bottom"},
-                [&](std::string_view key, const JobValue& member) {
+                [&](std::string_view key, const json::Value& member) {
                     const auto side = sides.find(key);
-                    if (side != sides.end()) value.*side->second = member.integer();
+                    if (side != sides.end()) value.*side->second = integer_of(member);
                     return side != sides.end();
                 });
 }
@@ -226,12 +250,12 @@ void read_value(const OptionTexts& texts, Region& value) {
     read_numbers(texts.front(), "L,T,R,B", value.left, value.top, value.right, value.bottom);
 }
 
-void read_value(const JobValue& source, BlackFrameCheck& value) {
-    read_object(source, {"percentage", "threshold"}, [&](std::string_view key, const JobValue& member) {
+void read_value(const json::Value& source, BlackFrameCheck& value) {
+    read_object(source, {"percentage", "threshold"}, [&](std::string_view key, const json::Value& member) {
         if (key == "percentage")
-            value.percentage = member.integer();
+            value.percentage = integer_of(member);
         else if (key == "threshold")
-            value.threshold = member.number();
+            value.threshold = static_cast<float>(member.number());
         else
             return false;
         return true;
@@ -242,10 +266,10 @@ void read_value(const OptionTexts& texts, BlackFrameCheck& value) {
     read_numbers(texts.front(), "PERCENT,THRESHOLD", value.percentage, value.threshold);
 }
 
-void read_value(const JobValue& source, IgnoreMissing& value) {
+void read_value(const json::Value& source, IgnoreMissing& value) {
     value = {};
-    for (const JobValue& element : source.elements())
-        if (!set_ignore_missing(value, element.text())) element.refuse("is none of files, uvws, dlls, xrefs");
+    for (const json::Value element : source.elements())
+        if (!set_ignore_missing(value, text_of(element))) element.fail("is none of files, uvws, dlls, xrefs");
 }
 
 void read_value(const OptionTexts& texts, IgnoreMissing& value) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "json/value.h"
 #include "worker/job.h"
-#include "worker/job_value.h"
 
 #include <chrono>
 #include <map>
@@ -19,50 +19,50 @@ namespace corrivane::worker {
 using OptionTexts = std::vector<std::string>;
 
 /// Reading replaces the value; of a map it replaces the entries that it names. From a job file it throws
-/// JobFileError, and std::invalid_argument for what is of the right type and yet no such value. From texts it
+/// json::Error, and std::invalid_argument for what is of the right type and yet no such value. From texts it
 /// throws std::invalid_argument. Neither says which setting it was in std::invalid_argument.
-void read_value(const JobValue& source, bool& value);
+void read_value(const json::Value& source, bool& value);
 void read_value(const OptionTexts& texts, bool& value);
 
-void read_value(const JobValue& source, int& value);
+void read_value(const json::Value& source, int& value);
 void read_value(const OptionTexts& texts, int& value);
 
-void read_value(const JobValue& source, std::string& value);
+void read_value(const json::Value& source, std::string& value);
 void read_value(const OptionTexts& texts, std::string& value);
 
 /// Whole seconds; 0 stands for no limit.
-void read_value(const JobValue& source, std::chrono::milliseconds& value);
+void read_value(const json::Value& source, std::chrono::milliseconds& value);
 void read_value(const OptionTexts& texts, std::chrono::milliseconds& value);
 
 /// A list of frames as parse_frame_list reads it; in a job file also a number or a list of numbers.
-void read_value(const JobValue& source, std::vector<int>& value);
+void read_value(const json::Value& source, std::vector<int>& value);
 void read_value(const OptionTexts& texts, std::vector<int>& value);
 
-void read_value(const JobValue& source, std::vector<std::string>& value);
+void read_value(const json::Value& source, std::vector<std::string>& value);
 void read_value(const OptionTexts& texts, std::vector<std::string>& value);
 
 /// An object of texts, numbers and booleans; KEY=VALUE.
-void read_value(const JobValue& source, std::map<std::string, std::string>& value);
+void read_value(const json::Value& source, std::map<std::string, std::string>& value);
 void read_value(const OptionTexts& texts, std::map<std::string, std::string>& value);
 
 /// The same, and lists of these; KEY=VALUE, where a key that is given again adds to its list.
-void read_value(const JobValue& source, std::map<std::string, std::vector<std::string>>& value);
+void read_value(const json::Value& source, std::map<std::string, std::vector<std::string>>& value);
 void read_value(const OptionTexts& texts, std::map<std::string, std::vector<std::string>>& value);
 
 /// Folders by drive letter, which becomes upper case: {"C": "DIR"}; LETTER=DIR.
-void read_value(const JobValue& source, std::map<char, std::string>& value);
+void read_value(const json::Value& source, std::map<char, std::string>& value);
 void read_value(const OptionTexts& texts, std::map<char, std::string>& value);
 
 /// {"left": 0, "top": 0, "right": 320, "bottom": 240, "padding": 8}; L,T,R,B.
-void read_value(const JobValue& source, Region& value);
+void read_value(const json::Value& source, Region& value);
 void read_value(const OptionTexts& texts, Region& value);
 
 /// {"percentage": 95, "threshold": 0.02}; PERCENT,THRESHOLD.
-void read_value(const JobValue& source, BlackFrameCheck& value);
+void read_value(const json::Value& source, BlackFrameCheck& value);
 void read_value(const OptionTexts& texts, BlackFrameCheck& value);
 
 /// A list of files, uvws, dlls, xrefs; with commas between them.
-void read_value(const JobValue& source, IgnoreMissing& value);
+void read_value(const json::Value& source, IgnoreMissing& value);
 void read_value(const OptionTexts& texts, IgnoreMissing& value);
 
 template <typename Source, typename Value>

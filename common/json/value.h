@@ -19,6 +19,7 @@ class Value {
 public:
     bool is_null() const { return kind() == Kind::null; }
     bool is_string() const { return kind() == Kind::string; }
+    bool is_boolean() const { return kind() == Kind::boolean; }
     bool is_number() const { return kind() >= Kind::negative && kind() <= Kind::real; }
     bool is_array() const { return kind() == Kind::array; }
     bool is_object() const { return kind() == Kind::object; }
