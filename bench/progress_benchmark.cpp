@@ -5,7 +5,7 @@
 #include "support/temporary_folder.h"
 #include "support/wire_peer.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 #include <max/bitmap.h>
 
 #include <benchmark/benchmark.h>

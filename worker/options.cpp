@@ -3,7 +3,7 @@
 #include "worker/frame_list.h"
 #include "worker/job_file.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <CLI/CLI.hpp>
 

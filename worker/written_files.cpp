@@ -1,6 +1,6 @@
 #include "worker/written_files.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -4,7 +4,7 @@
 #include "core/core.h"
 #include "maxscript/runtime.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <csignal>
 #include <cstdio>

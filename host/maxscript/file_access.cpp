@@ -2,7 +2,7 @@
 
 #include "maxscript/errors.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>

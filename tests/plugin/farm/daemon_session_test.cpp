@@ -9,7 +9,7 @@
 #include <max/exceptions.h>
 #include <windows.h>
 
-#include <message_window.h>
+#include <system/message_window.h>
 
 #include <chrono>
 #include <functional>

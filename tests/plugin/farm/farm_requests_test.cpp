@@ -6,7 +6,7 @@
 #include <max/maxscript/exceptions.h>
 #include <windows.h>
 
-#include <message_window.h>
+#include <system/message_window.h>
 
 #include <chrono>
 #include <functional>
