@@ -208,11 +208,13 @@ BOOL CloseHandle(HANDLE handle);
 
 enum GET_FILEEX_INFO_LEVELS { GetFileExInfoStandard };
 
-// Windows' record says more: times and size, and a found entry's name.
+// Windows' records say more: times and size, and a found entry's name.
 struct WIN32_FILE_ATTRIBUTE_DATA {
     DWORD dwFileAttributes;  // FILE_ATTRIBUTE_DIRECTORY or FILE_ATTRIBUTE_NORMAL
 };
-using WIN32_FIND_DATAA = WIN32_FILE_ATTRIBUTE_DATA;
+struct WIN32_FIND_DATAA {
+    DWORD dwFileAttributes;
+};
 
 // Fills a WIN32_FILE_ATTRIBUTE_DATA. Last error on failure: ERROR_FILE_NOT_FOUND for a missing name in an
 // existing folder, ERROR_PATH_NOT_FOUND for a missing folder or drive, ERROR_BAD_NETPATH for a missing server

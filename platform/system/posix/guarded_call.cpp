@@ -4,9 +4,10 @@
 #include "system/posix/guard_chain.h"
 #include "system/posix/utc_offset.h"
 
+#include <system/guarded_call.h>
+
 #include <cxxabi.h>
 #include <pthread.h>
-#include <system/guarded_call.h>
 #include <xmmintrin.h>
 
 #include <csetjmp>

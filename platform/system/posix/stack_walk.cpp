@@ -1,9 +1,10 @@
 #include "system/posix/executable_path.h"
 #include "system/posix/safe_memory.h"
 
+#include <system/stack_walk.h>
+
 #include <dlfcn.h>
 #include <link.h>
-#include <system/stack_walk.h>
 #include <unistd.h>
 
 #include <algorithm>

@@ -1,7 +1,8 @@
 #include "support/temporary_folder.h"
 
-#include <gtest/gtest.h>
 #include <system/drive_map.h>
+
+#include <gtest/gtest.h>
 
 #include <climits>
 #include <filesystem>

@@ -2,8 +2,9 @@
 #include "faults.h"
 #include "support/sanitizers.h"
 
-#include <gtest/gtest.h>
 #include <system/stack_walk.h>
+
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <csignal>

@@ -1,8 +1,9 @@
 // Exceptions that are no processor faults: those of C++, and those that are raised in software.
 #include "faults.h"
 
-#include <gtest/gtest.h>
 #include <system/stack_walk.h>
+
+#include <gtest/gtest.h>
 
 #include <exception>
 #include <stdexcept>

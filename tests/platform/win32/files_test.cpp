@@ -1,11 +1,11 @@
 #include "support/temporary_folder.h"
 
+#include <system/drive_map.h>
 #include <windows.h>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <system/drive_map.h>
 
 #include <cstring>
 #include <ctime>

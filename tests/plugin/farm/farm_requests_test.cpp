@@ -4,9 +4,8 @@
 #include "support/message_pump.h"
 
 #include <max/maxscript/exceptions.h>
-#include <windows.h>
-
 #include <system/message_window.h>
+#include <windows.h>
 
 #include <chrono>
 #include <functional>
