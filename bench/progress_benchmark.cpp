@@ -5,8 +5,8 @@
 #include "support/temporary_folder.h"
 #include "support/wire_peer.h"
 
-#include <drive_map.h>
 #include <max/bitmap.h>
+#include <system/drive_map.h>
 
 #include <benchmark/benchmark.h>
 

@@ -3,8 +3,9 @@
 #include "json/value.h"
 #include "worker/file_descriptor.h"
 
+#include <system/plain_files.h>
+
 #include <fcntl.h>
-#include <plain_files.h>
 
 #include <algorithm>
 #include <cerrno>

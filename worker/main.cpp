@@ -2,7 +2,8 @@
 #include "worker/options.h"
 #include "worker/signal_watch.h"
 
-#include <plain_files.h>
+#include <system/plain_files.h>
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 

@@ -3,7 +3,7 @@
 #include "worker/job_file.h"
 #include "worker/job_settings.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <CLI/CLI.hpp>
 #include <corrivane_version.h>

@@ -2,7 +2,7 @@
 
 #include "images/numbered_name.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <filesystem>
 

@@ -4,9 +4,8 @@
 #include "core/core.h"
 #include "maxscript/runtime.h"
 
-#include <drive_map.h>
-
-#include <plain_files.h>
+#include <system/drive_map.h>
+#include <system/plain_files.h>
 
 #include <csignal>
 #include <cstdio>

@@ -3,7 +3,7 @@
 #include "bitmap/output_codes.h"
 #include "bitmap/staged_file.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -5,8 +5,8 @@
 #include "bitmap/output_file.h"
 #include "core/fault_injection.h"
 
-#include <drive_map.h>
-#include <seh_guard.h>
+#include <system/drive_map.h>
+#include <system/guarded_call.h>
 
 #include <new>
 #include <stdexcept>

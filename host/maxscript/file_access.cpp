@@ -2,10 +2,10 @@
 
 #include "maxscript/errors.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
+#include <system/plain_files.h>
 
 #include <fcntl.h>
-#include <plain_files.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

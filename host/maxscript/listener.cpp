@@ -4,7 +4,7 @@
 #include "maxscript/file_access.h"
 #include "maxscript/values.h"
 
-#include <plain_files.h>
+#include <system/plain_files.h>
 
 #include <cerrno>
 #include <cstring>

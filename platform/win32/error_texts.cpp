@@ -42,8 +42,6 @@ constexpr ErrorText error_texts[] = {
     {998, "Invalid access to memory location."},
     {1117, "The request could not be performed because of an I/O device error."},
     {1400, "Invalid window handle."},
-    {1444, "Invalid thread identifier."},
-    {1816, "Not enough quota is available to process this command."},
     {1921, "The name of the file cannot be resolved by the system."},
     {10013, "An attempt was made to access a socket in a way forbidden by its access permissions."},
     {10014,

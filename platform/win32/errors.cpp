@@ -1,4 +1,3 @@
-#include "detail/mapped_path.h"
 #include "detail/system_error.h"
 
 #include <windows.h>
@@ -25,8 +24,8 @@ bool exists(const char* path) {
     return stat(path, &status) == 0;
 }
 
-bool parent_exists(const win32_detail::MappedPath& path) {
-    win32_detail::MappedPath parent = path;
+bool parent_exists(const system_detail::MappedPath& path) {
+    system_detail::MappedPath parent = path;
     while (parent.ends_in_separator())
         parent.text[--parent.length] = '\0';
     while (parent.length > 0 && !parent.ends_in_separator())
@@ -34,16 +33,16 @@ bool parent_exists(const win32_detail::MappedPath& path) {
     return is_directory(parent.length == 0 ? "." : parent.text);
 }
 
-bool root_exists(const win32_detail::MappedPath& path) {
-    win32_detail::MappedPath root = path;
+bool root_exists(const system_detail::MappedPath& path) {
+    system_detail::MappedPath root = path;
     root.text[path.root_length] = '\0';
     return is_directory(root.text);
 }
 
 // A file's name followed by a separator.
-bool is_file_named_as_folder(const win32_detail::MappedPath& path) {
+bool is_file_named_as_folder(const system_detail::MappedPath& path) {
     if (!path.ends_in_separator()) return false;
-    win32_detail::MappedPath file = path;
+    system_detail::MappedPath file = path;
     file.text[file.length - 1] = '\0';
     return exists(file.text);
 }
@@ -100,7 +99,8 @@ DWORD system_error(int error_number) {
     }
 }
 
-DWORD path_error(int error_number, const MappedPath& path) {
+DWORD path_error(int error_number, const system_detail::MappedPath& path) {
+    using system_detail::PathRoot;
     if (error_number != ENOENT && error_number != ENOTDIR) return system_error(error_number);
     if (path.root != PathRoot::None && !root_exists(path))
         return path.root == PathRoot::Share ? ERROR_BAD_NETPATH : ERROR_PATH_NOT_FOUND;
@@ -120,28 +120,28 @@ void SetLastError(DWORD error) {
 }
 
 DWORD FormatMessageA(DWORD flags, LPCVOID /*source*/, DWORD message, DWORD /*language*/, LPSTR buffer,
-                     DWORD size, va_list* /*arguments*/) {
-    constexpr std::string_view line_end = "\r\n";
-    const bool allocate = (flags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0;
-    if (allocate) *reinterpret_cast<LPSTR*>(buffer) = nullptr;
-    if ((flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0) {
+                     DWORD /*size*/, va_list* /*arguments*/) {
+    constexpr DWORD wanted = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ALLOCATE_BUFFER;
+    if ((flags & wanted) != wanted) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
+    char*& result = *reinterpret_cast<char**>(buffer);
+    result = nullptr;
     const std::string_view text = win32_detail::error_text(message);
     if (text.empty()) {
         SetLastError(ERROR_MR_MID_NOT_FOUND);
         return 0;
     }
+    constexpr std::string_view line_end = "\r\n";
     const std::size_t length = text.size() + line_end.size();
-    char* target = allocate ? static_cast<char*>(std::malloc(length + 1)) : buffer;
-    if (target == nullptr || (!allocate && size <= length)) {
-        SetLastError(allocate ? ERROR_NOT_ENOUGH_MEMORY : ERROR_INSUFFICIENT_BUFFER);
+    result = static_cast<char*>(std::malloc(length + 1));
+    if (result == nullptr) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return 0;
     }
-    std::copy(line_end.begin(), line_end.end(), std::copy(text.begin(), text.end(), target));
-    target[length] = '\0';
-    if (allocate) *reinterpret_cast<LPSTR*>(buffer) = target;
+    std::copy(line_end.begin(), line_end.end(), std::copy(text.begin(), text.end(), result));
+    result[length] = '\0';
     return static_cast<DWORD>(length);
 }
 

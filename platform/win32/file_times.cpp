@@ -1,8 +1,7 @@
 #include "detail/file_times.h"
 
-#include "detail/filter_state.h"
+#include "system/posix/utc_offset.h"
 
-#include <atomic>
 #include <cstdint>
 
 namespace {
@@ -10,8 +9,6 @@ namespace {
 constexpr std::uint64_t ticks_per_second = 10'000'000;
 constexpr std::int64_t seconds_from_1601_to_1970 = 11'644'473'600;
 constexpr std::uint64_t seconds_per_day = 86'400;
-
-std::atomic<std::int64_t> utc_offset_seconds{0};
 
 std::uint64_t ticks(const FILETIME& time) {
     return static_cast<std::uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
@@ -54,18 +51,11 @@ FILETIME to_file_time(const timespec& time) {
                       static_cast<std::uint64_t>(time.tv_nsec / 100));
 }
 
-void remember_utc_offset() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local;
-    if (localtime_r(&now, &local) != nullptr) utc_offset_seconds = local.tm_gmtoff;
-}
-
 }  // namespace win32_detail
 
 BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
-    if (!win32_detail::in_filter()) win32_detail::remember_utc_offset();
-    *local =
-        from_ticks(ticks(*utc) + static_cast<std::uint64_t>(utc_offset_seconds.load()) * ticks_per_second);
+    *local = from_ticks(ticks(*utc) +
+                        static_cast<std::uint64_t>(system_detail::utc_offset_seconds()) * ticks_per_second);
     return TRUE;
 }
 

@@ -1,23 +1,21 @@
 #include "detail/file_times.h"
-#include "detail/mapped_path.h"
 #include "detail/system_error.h"
+#include "system/posix/mapped_path.h"
 
+#include <system/plain_files.h>
 #include <windows.h>
 
 #include <fcntl.h>
-#include <plain_files.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstring>
-#include <string_view>
+#include <cstdint>
 
 namespace {
 
-using win32_detail::MappedPath;
+using system_detail::MappedPath;
 
 // A file's handle is its descriptor, counted from 1 and in steps of 4 as the kernel of Windows counts:
 // opening a file needs no memory, and neither null nor INVALID_HANDLE_VALUE is a file.
@@ -49,7 +47,7 @@ HANDLE fail_to_open(DWORD error) {
 
 // Fills `mapped` from what a caller passed, which may be null.
 DWORD map_argument(LPCSTR path, MappedPath& mapped) {
-    return path == nullptr ? ERROR_PATH_NOT_FOUND : win32_detail::map_path(path, mapped);
+    return path == nullptr ? ERROR_PATH_NOT_FOUND : system_detail::map_path(path, mapped);
 }
 
 DWORD query(const MappedPath& path, struct stat& status) {
@@ -57,23 +55,7 @@ DWORD query(const MappedPath& path, struct stat& status) {
 }
 
 DWORD attributes_of(const struct stat& status) {
-    constexpr mode_t any_write = S_IWUSR | S_IWGRP | S_IWOTH;
-    DWORD attributes = 0;
-    if (S_ISDIR(status.st_mode)) attributes |= FILE_ATTRIBUTE_DIRECTORY;
-    if ((status.st_mode & any_write) == 0) attributes |= FILE_ATTRIBUTE_READONLY;
-    return attributes == 0 ? FILE_ATTRIBUTE_NORMAL : attributes;
-}
-
-// The members that the two attribute records share.
-template <typename Record>
-void describe(const struct stat& status, Record& record) {
-    const auto size = static_cast<std::uint64_t>(S_ISDIR(status.st_mode) ? 0 : status.st_size);
-    record.dwFileAttributes = attributes_of(status);
-    record.ftCreationTime = win32_detail::to_file_time(status.st_ctim);
-    record.ftLastAccessTime = win32_detail::to_file_time(status.st_atim);
-    record.ftLastWriteTime = win32_detail::to_file_time(status.st_mtim);
-    record.nFileSizeHigh = static_cast<DWORD>(size >> 32);
-    record.nFileSizeLow = static_cast<DWORD>(size);
+    return S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
 }
 
 // The open flags, or -1 for a combination that is not offered.
@@ -83,8 +65,6 @@ int open_flags(DWORD access, DWORD disposition) {
     const bool appends = (access & FILE_APPEND_DATA) != 0;
     const int mode = appends ? O_WRONLY | O_APPEND : writes ? (reads ? O_RDWR : O_WRONLY) : O_RDONLY;
     switch (disposition) {
-        case CREATE_NEW:
-            return mode | O_CREAT | O_EXCL;
         case CREATE_ALWAYS:
             return mode | O_CREAT | O_TRUNC;
         case OPEN_EXISTING:
@@ -101,16 +81,10 @@ DWORD root_refusal(const MappedPath& root) {
     return error == ERROR_SUCCESS ? ERROR_ACCESS_DENIED : error;
 }
 
-std::string_view last_name(const MappedPath& path) {
-    const std::string_view text(path.text, path.length);
-    const std::size_t slash = text.rfind('/');
-    return slash == std::string_view::npos ? text : text.substr(slash + 1);
-}
-
 // Why a search does not find what it names although it is there, or ERROR_SUCCESS.
 DWORD search_refusal(const MappedPath& path, bool is_directory) {
     if (path.is_root())
-        return path.root == win32_detail::PathRoot::Share ? ERROR_BAD_NETPATH : ERROR_FILE_NOT_FOUND;
+        return path.root == system_detail::PathRoot::Share ? ERROR_BAD_NETPATH : ERROR_FILE_NOT_FOUND;
     if (path.ends_in_separator()) return is_directory ? ERROR_FILE_NOT_FOUND : ERROR_DIRECTORY;
     return ERROR_SUCCESS;
 }
@@ -127,7 +101,6 @@ HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD /*sharing*/, SECURITY_ATTRIB
     const int descriptor = open_plain_file(mapped.text, flags);
     if (descriptor < 0) {
         const int reason = errno;
-        if (reason == EEXIST) return fail_to_open(ERROR_FILE_EXISTS);
         return fail_to_open(reason == ENXIO ? ERROR_ACCESS_DENIED : win32_detail::path_error(reason, mapped));
     }
     return handle_of(descriptor);
@@ -169,7 +142,7 @@ BOOL GetFileAttributesExA(LPCSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID info
     if (const DWORD error = map_argument(path, mapped); error != ERROR_SUCCESS) return fail(error);
     struct stat status;
     if (const DWORD error = query(mapped, status); error != ERROR_SUCCESS) return fail(error);
-    describe(status, *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(information));
+    static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(information)->dwFileAttributes = attributes_of(status);
     return TRUE;
 }
 
@@ -180,10 +153,7 @@ HANDLE FindFirstFileA(LPCSTR path, WIN32_FIND_DATAA* data) {
     if (const DWORD error = query(mapped, status); error != ERROR_SUCCESS) return fail_to_open(error);
     const DWORD refusal = search_refusal(mapped, S_ISDIR(status.st_mode));
     if (refusal != ERROR_SUCCESS) return fail_to_open(refusal);
-    *data = {};
-    describe(status, *data);
-    const std::string_view name = last_name(mapped);
-    std::memcpy(data->cFileName, name.data(), std::min(name.size(), sizeof(data->cFileName) - 1));
+    data->dwFileAttributes = attributes_of(status);
     return search_handle();
 }
 
@@ -199,14 +169,4 @@ BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* /*security*/) {
     // A missing parent is a missing path, even though it is the last name that the system did not find.
     const DWORD error = win32_detail::path_error(errno, mapped);
     return fail(error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : error);
-}
-
-BOOL DeleteFileA(LPCSTR path) {
-    MappedPath mapped;
-    if (const DWORD error = map_argument(path, mapped); error != ERROR_SUCCESS) return fail(error);
-    struct stat status;
-    if (const DWORD error = query(mapped, status); error != ERROR_SUCCESS) return fail(error);
-    constexpr DWORD kept = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY;
-    if ((attributes_of(status) & kept) != 0) return fail(ERROR_ACCESS_DENIED);
-    return unlink(mapped.text) == 0 ? TRUE : fail(win32_detail::path_error(errno, mapped));
 }

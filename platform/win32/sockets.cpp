@@ -89,7 +89,7 @@ int winsock_error(int error_number) {
 }
 
 int fail(int error) {
-    WSASetLastError(error);
+    SetLastError(static_cast<DWORD>(error));
     return SOCKET_ERROR;
 }
 
@@ -142,15 +142,13 @@ std::optional<Clock::time_point> deadline_of(const timeval* limit) {
            std::chrono::microseconds(std::min<std::int64_t>(limit->tv_usec, longest_seconds));
 }
 
-// The sockets of select's three sets, as poll wants them.
+// The sockets of a set, as poll wants them.
 class PollList {
 public:
-    void add(const fd_set* set, short events) {
-        for (unsigned i = 0; set != nullptr && i < set->fd_count; ++i)
-            m_entries[m_count++] = {descriptor_of(set->fd_array[i]), events, 0};
+    explicit PollList(const fd_set& set) : m_count(set.fd_count) {
+        for (unsigned i = 0; i < m_count; ++i)
+            m_entries[i] = {descriptor_of(set.fd_array[i]), POLLIN, 0};
     }
-
-    bool empty() const { return m_count == 0; }
 
     // Waits; returns poll's result. A signal does not end the wait.
     int wait(std::optional<Clock::time_point> deadline) {
@@ -171,39 +169,25 @@ public:
         });
     }
 
-    // Leaves in the set those of its sockets that had one of the events. Call for the sets in the order
-    // of `add`.
-    unsigned keep_ready(fd_set* set, short events) {
-        if (set == nullptr) return 0;
+    // Leaves in the set those of its sockets at which something happened.
+    int keep_ready(fd_set& set) const {
         unsigned ready = 0;
-        for (unsigned i = 0; i < set->fd_count; ++i)
-            if ((m_entries[m_kept++].revents & events) != 0) set->fd_array[ready++] = set->fd_array[i];
-        set->fd_count = ready;
-        return ready;
+        for (unsigned i = 0; i < m_count; ++i)
+            if (m_entries[i].revents != 0) set.fd_array[ready++] = set.fd_array[i];
+        set.fd_count = ready;
+        return static_cast<int>(ready);
     }
 
 private:
-    std::array<pollfd, std::size_t{3} * FD_SETSIZE> m_entries{};
-    unsigned m_count = 0;
-    unsigned m_kept = 0;
+    std::array<pollfd, FD_SETSIZE> m_entries{};
+    const unsigned m_count;
 };
-
-bool is_valid_set(const fd_set* set) {
-    return set == nullptr || set->fd_count <= FD_SETSIZE;
-}
 
 }  // namespace
 
 int WSAStartup(WORD version, WSADATA* data) {
-    constexpr WORD highest = MAKEWORD(2, 2);
-    if (data == nullptr) return WSAEFAULT;
-    if (LOBYTE(version) == 0) return WSAVERNOTSUPPORTED;
-    const auto ordinal = [](WORD wanted) { return LOBYTE(wanted) << 8 | HIBYTE(wanted); };
-    *data = {};
-    data->wVersion = ordinal(version) < ordinal(highest) ? version : highest;
-    data->wHighVersion = highest;
-    lstrcpynA(data->szDescription, "Winsock over POSIX sockets", sizeof(data->szDescription));
-    lstrcpynA(data->szSystemStatus, "Running", sizeof(data->szSystemStatus));
+    if (version != MAKEWORD(2, 2)) return WSAVERNOTSUPPORTED;
+    *data = {version};
     ++startup_count;
     return 0;
 }
@@ -219,13 +203,9 @@ int WSAGetLastError() {
     return static_cast<int>(GetLastError());
 }
 
-void WSASetLastError(int error) {
-    SetLastError(static_cast<DWORD>(error));
-}
-
 SOCKET socket(int family, decltype(SOCK_STREAM) type, int protocol) {
     if (startup_count == 0) {
-        WSASetLastError(WSANOTINITIALISED);
+        fail(WSANOTINITIALISED);
         return INVALID_SOCKET;
     }
     return socket_of(::socket(family, static_cast<int>(type) | SOCK_CLOEXEC, protocol));
@@ -306,7 +286,6 @@ int setsockopt(SOCKET socket, int level, int name, const char* value, int size) 
 }
 
 int getsockname(SOCKET socket, sockaddr* address, int* size) {
-    if (size == nullptr) return fail(WSAEFAULT);
     auto length = static_cast<socklen_t>(*size);
     const int result = ::getsockname(descriptor_of(socket), address, &length);
     if (result == 0) *size = static_cast<int>(length);
@@ -318,33 +297,20 @@ void FD_ZERO(fd_set* set) {
 }
 
 void FD_SET(SOCKET socket, fd_set* set) {
-    if (FD_ISSET(socket, set) == 0 && set->fd_count < FD_SETSIZE) set->fd_array[set->fd_count++] = socket;
-}
-
-void FD_CLR(SOCKET socket, fd_set* set) {
     SOCKET* const end = set->fd_array + set->fd_count;
-    set->fd_count = static_cast<unsigned>(std::remove(set->fd_array, end, socket) - set->fd_array);
-}
-
-int FD_ISSET(SOCKET socket, const fd_set* set) {
-    const SOCKET* const end = set->fd_array + set->fd_count;
-    return std::find(set->fd_array, end, socket) != end ? 1 : 0;
+    if (set->fd_count < FD_SETSIZE && std::find(set->fd_array, end, socket) == end)
+        set->fd_array[set->fd_count++] = socket;
 }
 
 int select(int /*ignored*/, fd_set* readable, fd_set* writable, fd_set* exceptional, const timeval* limit) {
-    if (!is_valid_set(readable) || !is_valid_set(writable) || !is_valid_set(exceptional))
+    const bool has_sockets =
+        readable != nullptr && readable->fd_count > 0 && readable->fd_count <= FD_SETSIZE;
+    const bool has_past_limit = limit != nullptr && (limit->tv_sec < 0 || limit->tv_usec < 0);
+    if (!has_sockets || writable != nullptr || exceptional != nullptr || has_past_limit)
         return fail(WSAEINVAL);
-    if (limit != nullptr && (limit->tv_sec < 0 || limit->tv_usec < 0)) return fail(WSAEINVAL);
-    PollList list;
-    list.add(readable, POLLIN);
-    list.add(writable, POLLOUT);
-    list.add(exceptional, POLLPRI);
-    if (list.empty()) return fail(WSAEINVAL);
+    PollList list(*readable);
     if (list.has_invalid()) return fail(WSAENOTSOCK);
     if (list.wait(deadline_of(limit)) < 0) return fail_with_errno();
     if (list.has_invalid()) return fail(WSAENOTSOCK);
-    const unsigned ready = list.keep_ready(readable, POLLIN | POLLHUP | POLLERR) +
-                           list.keep_ready(writable, POLLOUT | POLLERR) +
-                           list.keep_ready(exceptional, POLLPRI);
-    return static_cast<int>(ready);
+    return list.keep_ready(*readable);
 }

@@ -1,5 +1,6 @@
 // The record that describes a loaded module. Walking a snapshot of all modules takes the loader's lock, which
-// the code that just faulted may hold; find_loaded_module (seh_guard.h) fills the same record without it.
+// the code that just faulted may hold; find_loaded_module (system/stack_walk.h) fills the same record
+// without it.
 #pragma once
 
 #include <windows.h>

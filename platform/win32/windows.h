@@ -4,11 +4,9 @@
 //
 // Three things hold everywhere:
 //  - A function that fails sets the calling thread's last error to a Win32 number, as Windows does.
-//  - Paths are Windows paths; drive_map.h says which folder of this machine they mean.
+//  - Paths are Windows paths; system/drive_map.h says which folder of this machine they mean.
 //  - Functions marked "filter-safe" neither allocate nor lock: a structured-exception filter may call them.
 #pragma once
-
-#include <pthread.h>
 
 #include <cstdarg>
 #include <cstddef>
@@ -21,20 +19,12 @@
 #define FALSE 0
 #endif
 
-// Calling conventions; x86-64 has one only.
-#define WINAPI
-#define CALLBACK
-
 using BOOL = int;
 using BYTE = std::uint8_t;
 using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
-using INT = int;
 using UINT = unsigned int;
 using LONG = std::int32_t;
-using ULONG = std::uint32_t;
-using SHORT = std::int16_t;
-using USHORT = std::uint16_t;
 using INT_PTR = std::intptr_t;
 using UINT_PTR = std::uintptr_t;
 using LONG_PTR = std::intptr_t;
@@ -52,20 +42,12 @@ using LPDWORD = DWORD*;
 using HANDLE = void*;
 using HLOCAL = HANDLE;
 using HMODULE = HANDLE;
-using HINSTANCE = HMODULE;
 using HWND = struct MessageWindow*;
 using FARPROC = INT_PTR (*)();
 
 inline constexpr int MAX_PATH = 260;  // characters, terminator included
-inline constexpr DWORD INFINITE = 0xFFFFFFFF;
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
 
-constexpr BYTE LOBYTE(WORD value) {
-    return static_cast<BYTE>(value & 0xFF);
-}
-constexpr BYTE HIBYTE(WORD value) {
-    return static_cast<BYTE>(value >> 8);
-}
 constexpr WORD MAKEWORD(BYTE low, BYTE high) {
     return static_cast<WORD>(low | high << 8);
 }
@@ -73,14 +55,10 @@ constexpr WORD MAKEWORD(BYTE low, BYTE high) {
 struct RECT {
     LONG left, top, right, bottom;
 };
-struct POINT {
-    LONG x, y;
-};
 
 // Error numbers
 
 inline constexpr DWORD ERROR_SUCCESS = 0;
-inline constexpr DWORD NO_ERROR = 0;
 inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
 inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
 inline constexpr DWORD ERROR_TOO_MANY_OPEN_FILES = 4;
@@ -107,8 +85,6 @@ inline constexpr DWORD ERROR_PARTIAL_COPY = 299;
 inline constexpr DWORD ERROR_NOACCESS = 998;
 inline constexpr DWORD ERROR_IO_DEVICE = 1117;
 inline constexpr DWORD ERROR_INVALID_WINDOW_HANDLE = 1400;
-inline constexpr DWORD ERROR_INVALID_THREAD_ID = 1444;
-inline constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
 inline constexpr DWORD ERROR_CANT_RESOLVE_FILENAME = 1921;
 
 // The calling thread's last error. Filter-safe.
@@ -118,17 +94,12 @@ void SetLastError(DWORD error);
 inline constexpr DWORD FORMAT_MESSAGE_ALLOCATE_BUFFER = 0x100;
 inline constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x200;
 inline constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
-inline constexpr WORD LANG_NEUTRAL = 0;
-inline constexpr WORD SUBLANG_DEFAULT = 1;
 
-constexpr DWORD MAKELANGID(WORD primary, WORD sub) {
-    return static_cast<DWORD>(sub) << 10 | primary;
-}
-
-// The system's English text for an error number, ending in "\r\n". Only FORMAT_MESSAGE_FROM_SYSTEM is known;
-// the language and the inserts are not looked at. With FORMAT_MESSAGE_ALLOCATE_BUFFER, `buffer` is the
-// address of a char* that receives a buffer to be released with LocalFree. Returns the text's length; 0 for a
-// number that has no text (ERROR_MR_MID_NOT_FOUND, buffer address set to null) or a buffer that is too small.
+// Puts the address of the system's English text for an error number, ending in "\r\n", where `buffer` points
+// (a char** that is passed as LPSTR); LocalFree releases it. The flags are FORMAT_MESSAGE_FROM_SYSTEM and
+// FORMAT_MESSAGE_ALLOCATE_BUFFER, or the call fails with ERROR_INVALID_PARAMETER; the language and the inserts
+// are not looked at. Returns the text's length; 0, and a null address, for a number that has no text
+// (ERROR_MR_MID_NOT_FOUND).
 DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD message, DWORD language, LPSTR buffer, DWORD size,
                      va_list* arguments);
 inline constexpr DWORD ERROR_MR_MID_NOT_FOUND = 317;
@@ -164,52 +135,33 @@ BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* parts);
 // The kernel's identifier of the calling thread. Filter-safe.
 DWORD GetCurrentThreadId();
 
-// A lock that its owner may enter again. Memory is the caller's; initialise before use, delete afterwards.
-struct CRITICAL_SECTION {
-    pthread_mutex_t mutex;
-};
-
-void InitializeCriticalSection(CRITICAL_SECTION* section);
-void EnterCriticalSection(CRITICAL_SECTION* section);
-void LeaveCriticalSection(CRITICAL_SECTION* section);
-void DeleteCriticalSection(CRITICAL_SECTION* section);
-
-// Thread-local slots: one value a thread for each index, null at first. There are TLS_MINIMUM_AVAILABLE
-// of them.
-inline constexpr DWORD TLS_MINIMUM_AVAILABLE = 64;
+// Thread-local slots: one value a thread for each index, null at first. There are 64 of them, and none is
+// ever free again.
 inline constexpr DWORD TLS_OUT_OF_INDEXES = 0xFFFFFFFF;
 
-// A free index, or TLS_OUT_OF_INDEXES (last error ERROR_NO_MORE_ITEMS).
+// An index, or TLS_OUT_OF_INDEXES (last error ERROR_NO_MORE_ITEMS).
 DWORD TlsAlloc();
-// Frees the index; values are forgotten, not freed. ERROR_INVALID_PARAMETER for an index that is
-// not allocated.
-BOOL TlsFree(DWORD index);
 // The calling thread's value; sets the last error to ERROR_SUCCESS, since null is a valid value. For an index
 // that is not allocated: null and ERROR_INVALID_PARAMETER.
 LPVOID TlsGetValue(DWORD index);
 BOOL TlsSetValue(DWORD index, LPVOID value);
 
-// Window messages: a queue for each thread. message_window.h makes windows.
+// Window messages: a queue for each thread. system/message_window.h makes windows.
 
-inline constexpr UINT WM_NULL = 0x0000;
-inline constexpr UINT WM_QUIT = 0x0012;
+using WNDPROC = LRESULT (*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
 inline constexpr UINT WM_USER = 0x0400;
-inline constexpr UINT WM_APP = 0x8000;
-inline constexpr UINT PM_NOREMOVE = 0;
 inline constexpr UINT PM_REMOVE = 1;
 
 struct MSG {
-    HWND hwnd;  // null for a message to the thread itself
+    HWND hwnd;
     UINT message;
     WPARAM wParam;
     LPARAM lParam;
-    DWORD time;  // GetTickCount when it was posted
-    POINT pt;    // always 0, 0: there is no pointer
 };
 
-// Copies the oldest fitting message of the calling thread's queue and, with PM_REMOVE, takes it off. A window
-// of null means every message; first = last = 0 means every number; WM_QUIT always fits. Returns FALSE when
-// none fits. The first call gives the thread its queue.
+// Takes the oldest message off the calling thread's queue; FALSE when it is empty. Only the whole queue is
+// known (a null window, numbers 0 to 0, PM_REMOVE): all else is FALSE with ERROR_INVALID_PARAMETER.
 BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, UINT remove);
 
 // There is no keyboard: always FALSE.
@@ -218,12 +170,9 @@ BOOL TranslateMessage(const MSG* message);
 // Runs the procedure of the message's window and returns its result; 0 for a message without a living window.
 LRESULT DispatchMessageA(const MSG* message);
 
-// Puts a message into the queue of the window's thread (null: the calling thread's). Fails with
-// ERROR_INVALID_WINDOW_HANDLE, or ERROR_NOT_ENOUGH_QUOTA when 10000 messages wait already.
+// Puts a message into the queue of a window of the calling thread; others fail with
+// ERROR_INVALID_WINDOW_HANDLE. The product posts none: its tests do, to see its queue being drained.
 BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-
-// The same for a thread; ERROR_INVALID_THREAD_ID when the thread has no queue (yet, or any more).
-BOOL PostThreadMessageA(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam);
 
 // Files
 
@@ -232,14 +181,10 @@ inline constexpr DWORD GENERIC_WRITE = 0x40000000;
 inline constexpr DWORD FILE_APPEND_DATA = 0x0004;
 inline constexpr DWORD FILE_SHARE_READ = 1;
 inline constexpr DWORD FILE_SHARE_WRITE = 2;
-inline constexpr DWORD FILE_SHARE_DELETE = 4;
-inline constexpr DWORD CREATE_NEW = 1;
 inline constexpr DWORD CREATE_ALWAYS = 2;
 inline constexpr DWORD OPEN_EXISTING = 3;
-inline constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x01;
 inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
-inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 
 struct SECURITY_ATTRIBUTES;  // always null here
 struct OVERLAPPED;           // always null here
@@ -262,25 +207,18 @@ BOOL CloseHandle(HANDLE handle);
 
 enum GET_FILEEX_INFO_LEVELS { GetFileExInfoStandard };
 
+// Windows' records say more: times and size, and a found entry's name.
 struct WIN32_FILE_ATTRIBUTE_DATA {
+    DWORD dwFileAttributes;  // FILE_ATTRIBUTE_DIRECTORY or FILE_ATTRIBUTE_NORMAL
+};
+struct WIN32_FIND_DATAA {
     DWORD dwFileAttributes;
-    FILETIME ftCreationTime, ftLastAccessTime, ftLastWriteTime;
-    DWORD nFileSizeHigh, nFileSizeLow;
 };
 
 // Fills a WIN32_FILE_ATTRIBUTE_DATA. Last error on failure: ERROR_FILE_NOT_FOUND for a missing name in an
 // existing folder, ERROR_PATH_NOT_FOUND for a missing folder or drive, ERROR_BAD_NETPATH for a missing server
 // or share, ERROR_INVALID_NAME for a name that Windows could not store, ERROR_ACCESS_DENIED.
 BOOL GetFileAttributesExA(LPCSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID information);
-
-struct WIN32_FIND_DATAA {
-    DWORD dwFileAttributes;
-    FILETIME ftCreationTime, ftLastAccessTime, ftLastWriteTime;
-    DWORD nFileSizeHigh, nFileSizeLow;
-    DWORD dwReserved0, dwReserved1;
-    char cFileName[MAX_PATH];
-    char cAlternateFileName[14];  // always empty
-};
 
 // Finds one entry by its exact name: wildcards match nothing here. As on Windows, a name that ends in a
 // separator, a drive's root and a share itself are not found. Returns INVALID_HANDLE_VALUE on failure, else a
@@ -292,9 +230,6 @@ BOOL FindClose(HANDLE search);
 // are never created.
 BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* security);
 
-// Removes a file's name. ERROR_ACCESS_DENIED for a directory and a read-only file.
-BOOL DeleteFileA(LPCSTR path);
-
 // Copies at most capacity - 1 characters and a terminator. Returns `to`, or null when it is
 // null. Filter-safe.
 LPSTR lstrcpynA(LPSTR to, LPCSTR from, int capacity);
@@ -304,8 +239,9 @@ LPSTR lstrcpynA(LPSTR to, LPCSTR from, int capacity);
 // The pseudo handle of this process.
 HANDLE GetCurrentProcess();
 
-// Path of the executable (null) or of the module loaded at that address, as this machine names it. Returns
-// its length, or `capacity` with ERROR_INSUFFICIENT_BUFFER when it was cut off; 0 on failure. Filter-safe.
+// Path of the executable, as this machine names it; a module other than null fails with ERROR_MOD_NOT_FOUND.
+// Returns its length, or `capacity` with ERROR_INSUFFICIENT_BUFFER when it was cut off; 0 on failure.
+// Filter-safe.
 DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD capacity);
 
 // TRUE when some of the bytes cannot be read. Never faults. Filter-safe.
@@ -318,7 +254,7 @@ BOOL IsBadCodePtr(FARPROC address);
 // faults. Filter-safe.
 BOOL ReadProcessMemory(HANDLE process, LPCVOID from, LPVOID to, SIZE_T count, SIZE_T* done);
 
-// Structured exceptions. seh_guard.h runs calls under a guard.
+// Structured exceptions. system/guarded_call.h runs calls under a guard.
 
 inline constexpr DWORD EXCEPTION_GUARD_PAGE = 0x80000001;
 inline constexpr DWORD EXCEPTION_DATATYPE_MISALIGNMENT = 0x80000002;

@@ -17,12 +17,9 @@
 #include <sys/time.h>
 
 using SOCKET = UINT_PTR;
-using SOCKADDR = sockaddr;
-using SOCKADDR_IN = sockaddr_in;
 
 inline constexpr SOCKET INVALID_SOCKET = ~SOCKET{0};
 inline constexpr int SOCKET_ERROR = -1;
-inline constexpr int SD_RECEIVE = SHUT_RD;
 inline constexpr int SD_SEND = SHUT_WR;
 inline constexpr int SD_BOTH = SHUT_RDWR;
 
@@ -31,7 +28,6 @@ inline constexpr int WSAEFAULT = 10014;
 inline constexpr int WSAEINVAL = 10022;
 inline constexpr int WSAEMFILE = 10024;
 inline constexpr int WSAEWOULDBLOCK = 10035;
-inline constexpr int WSAEINPROGRESS = 10036;
 inline constexpr int WSAEALREADY = 10037;
 inline constexpr int WSAENOTSOCK = 10038;
 inline constexpr int WSAEDESTADDRREQ = 10039;
@@ -60,21 +56,17 @@ inline constexpr int WSAVERNOTSUPPORTED = 10092;
 inline constexpr int WSANOTINITIALISED = 10093;
 
 struct WSADATA {
-    WORD wVersion;      // the version that will be used
-    WORD wHighVersion;  // the highest version that there is: 2.2
-    char szDescription[257];
-    char szSystemStatus[129];
+    WORD wVersion;
 };
 
-// Begins the use of Winsock; each success needs one WSACleanup. Returns 0, WSAVERNOTSUPPORTED for a version
-// below 1.0, or WSAEFAULT without `data`. Before it, `socket` fails with WSANOTINITIALISED.
+// Begins the use of Winsock; each success needs one WSACleanup. Returns 0, or WSAVERNOTSUPPORTED for another
+// version than 2.2. Before it, `socket` fails with WSANOTINITIALISED.
 int WSAStartup(WORD version, WSADATA* data);
 
 // Ends one use. Open sockets stay open. SOCKET_ERROR with WSANOTINITIALISED when there is none to end.
 int WSACleanup();
 
 int WSAGetLastError();
-void WSASetLastError(int error);
 
 // The type's enumeration tells this function from the POSIX one, which takes an int.
 SOCKET socket(int family, decltype(SOCK_STREAM) type, int protocol);
@@ -121,11 +113,10 @@ struct fd_set {
 void FD_ZERO(fd_set* set);
 // Adds a socket; as in Winsock, a full set stays as it is.
 void FD_SET(SOCKET socket, fd_set* set);
-void FD_CLR(SOCKET socket, fd_set* set);
-int FD_ISSET(SOCKET socket, const fd_set* set);
 
-// Waits until a socket of a set is ready or the time is over (null: without limit), and leaves only the ready
-// ones in the sets, each of which may be null. `ignored` is there for the looks, as in Winsock. Returns how
-// many sockets are ready, 0 when the time is over, or SOCKET_ERROR: WSAEINVAL without any socket or with a
-// negative time, WSAENOTSOCK for a closed one.
+// Waits until a socket of the set has something to read, or its peer has closed it, or the time is over
+// (null: without limit), and leaves only the ready ones in the set. `ignored` is there for the looks, as in
+// Winsock; sets to wait for anything else are not known here and have to be null. Returns how many sockets are
+// ready, 0 when the time is over, or SOCKET_ERROR: WSAEINVAL without any socket or with a negative time,
+// WSAENOTSOCK for a closed one.
 int select(int ignored, fd_set* readable, fd_set* writable, fd_set* exceptional, const timeval* limit);

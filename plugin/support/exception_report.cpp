@@ -1,6 +1,6 @@
 #include "support/exception_report.h"
 
-#include <seh_guard.h>
+#include <system/stack_walk.h>
 #include <windows.h>
 
 #include <algorithm>

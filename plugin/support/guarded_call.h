@@ -1,6 +1,6 @@
 #pragma once
 
-#include <seh_guard.h>
+#include <system/guarded_call.h>
 
 /// Runs call() under a structured-exception guard whose filter is owner.FilterSehException. Returns 0 when
 /// the call returned, the fault's code when the filter took one. Exceptions that the call throws pass

@@ -1,6 +1,6 @@
 #include "fakes/fake_max.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <algorithm>
 #include <cstdarg>

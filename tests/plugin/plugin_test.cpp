@@ -5,7 +5,7 @@
 #include "farm/daemon_session.h"
 #include "support/log.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <algorithm>
 #include <memory>

@@ -1,4 +1,3 @@
-// Conversions between this system's times and Windows'.
 #pragma once
 
 #include <windows.h>
@@ -7,10 +6,7 @@
 
 namespace win32_detail {
 
+// This system's time as Windows counts it; times before 1601 are its beginning.
 FILETIME to_file_time(const timespec& time);
-
-// Notes the offset from UTC that is in force now, for FileTimeToLocalFileTime inside a filter: finding it out
-// takes a lock of the C library.
-void remember_utc_offset();
 
 }  // namespace win32_detail

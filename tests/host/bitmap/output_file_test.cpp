@@ -4,7 +4,7 @@
 #include "bitmap/output_codes.h"
 #include "bitmap_test_support.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <gtest/gtest.h>
 #include <sched.h>

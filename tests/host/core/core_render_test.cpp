@@ -1,7 +1,7 @@
 #include "core_test_support.h"
 
 #include <max/maxscript/exceptions.h>
-#include <seh_guard.h>
+#include <system/guarded_call.h>
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 #include "core/class_ids.h"
 #include "core_test_support.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <gmock/gmock.h>
 

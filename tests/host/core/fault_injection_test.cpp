@@ -4,7 +4,7 @@
 #include "core_test_support.h"
 
 #include <max/exceptions.h>
-#include <seh_guard.h>
+#include <system/guarded_call.h>
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>

@@ -1,7 +1,7 @@
 #include "script_fixture.h"
 #include "support/temporary_folder.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 
 #include <fstream>
 

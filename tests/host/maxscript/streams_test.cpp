@@ -2,8 +2,8 @@
 #include "script_fixture.h"
 #include "support/temporary_folder.h"
 
-#include <drive_map.h>
 #include <max/maxscript/maxscript.h>
+#include <system/drive_map.h>
 
 #include <fcntl.h>
 #include <sys/resource.h>

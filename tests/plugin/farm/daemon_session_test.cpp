@@ -7,9 +7,8 @@
 #include "support/provoked_fault.h"
 
 #include <max/exceptions.h>
+#include <system/message_window.h>
 #include <windows.h>
-
-#include <message_window.h>
 
 #include <chrono>
 #include <functional>

@@ -4,9 +4,8 @@
 #include "support/message_pump.h"
 
 #include <max/maxscript/exceptions.h>
+#include <system/message_window.h>
 #include <windows.h>
-
-#include <message_window.h>
 
 #include <chrono>
 #include <functional>

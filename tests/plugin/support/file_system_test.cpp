@@ -3,7 +3,7 @@
 #include "plugin/plugin_test.h"
 #include "support/message_of.h"
 
-#include <drive_map.h>
+#include <system/drive_map.h>
 #include <windows.h>
 
 #include <fstream>
