@@ -1,15 +1,11 @@
 #include "script_examples.h"
 
 #include "end_to_end/host_session.h"
-#include "end_to_end/test_scene.h"
-
-#include <gtest/gtest.h>
+#include "support/scene_file.h"
+#include "support/test.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace corrivane::test {
 namespace {
@@ -37,11 +33,7 @@ void set_the_scene(const ScriptExample& example, const std::filesystem::path& dr
 std::string run_by_hand(const ScriptExample& example) {
     const TemporaryFolder folder;
     set_the_scene(example, folder.path());
-    RunningProgram host({(programs_folder() / "corrivane-host").string(), "--drive",
-                         "C=" + folder.path().string(), "C:\\scripts\\example.ms"},
-                        folder.path() / "output.txt");
-    host.wait();
-    return host.output();
+    return HostRun(folder.path(), {"C:\\scripts\\example.ms"}).output;
 }
 
 /// Plays the worker's part of a session as the document tells it, and listens for the plug-in's.
@@ -137,16 +129,6 @@ TEST(ScriptExamples, TalkToTheWorkerAsTheDocumentShows) {
         SCOPED_TRACE(where(example));
         Transcript(example).play();
     }
-}
-
-TEST(ScriptExamples, AreComparedTextForText) {
-    EXPECT_TRUE(matches_outline("abc", "abc"));
-    EXPECT_TRUE(matches_outline("abc", "a…"));
-    EXPECT_TRUE(matches_outline("a\nb\nc", "a…b…c"));
-    EXPECT_FALSE(matches_outline("abc", "ab"));
-    EXPECT_FALSE(matches_outline("abc", "b…"));
-    EXPECT_FALSE(matches_outline("abc", "a…b"));
-    EXPECT_FALSE(matches_outline("ab", "ab…b"));
 }
 
 }  // namespace

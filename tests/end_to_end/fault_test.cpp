@@ -1,9 +1,5 @@
 #include "job_session.h"
 #include "support/sanitizers.h"
-#include "test_scene.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <span>

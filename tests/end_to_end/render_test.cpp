@@ -1,10 +1,4 @@
 #include "job_session.h"
-#include "test_scene.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
 
 namespace corrivane::test {
 namespace {
@@ -85,13 +79,11 @@ TEST(RenderJob, FailsToStartWithAReason) {
     EXPECT_THAT(session.run(start_job(good)),
                 ElementsAre("ERROR: StartJob called when job was already running.", no_output));
     EXPECT_EQ(session.run("RenderTask,0"), rendered);
+    EXPECT_THAT(session.run("EndJob"), ElementsAre("SUCCESS"));
+    // A node that is no camera fails when the renderer opens. The description is the last frame's.
+    EXPECT_THAT(session.run(start_job(good, "Square")), ElementsAre(HasSubstr("[size] 64x48\n")));
+    EXPECT_EQ(session.run("RenderTask,0"), failed("Failed to open the max renderer."));
     EXPECT_EQ(session.finish(), 0);
-}
-
-TEST(RenderJob, RefusesANodeThatIsNoCameraWhenItOpens) {
-    JobSession job(small_scene(), "Square");
-    EXPECT_THAT(job.start_replies, ElementsAre(no_output));
-    EXPECT_EQ(job.render(0), failed("Failed to open the max renderer."));
 }
 
 TEST(RenderJob, FailsFramesThatCannotBeWrittenAndGoesOn) {
@@ -163,7 +155,9 @@ TEST(RenderJob, RendersARegionAsThatPartOfTheWholeImage) {
                                     std::to_string(region.left) + "," + std::to_string(region.top) + "," +
                                     std::to_string(region.right) + "," + std::to_string(region.bottom);
         job.session.send(command);
+        job.session.send("UseJpegOutput," + field("C:\\previews\\"));
         ASSERT_EQ(job.render(3), rendered) << command;
+        EXPECT_FALSE(std::filesystem::exists(job.session.drive_c() / "previews/beauty0003.jpg"));
         const auto expect_part = [&](const ImageFile& part, const ImageFile& of) {
             ASSERT_EQ(part.width, region.right - region.left) << command;
             ASSERT_EQ(part.height, region.bottom - region.top) << command;
@@ -252,6 +246,8 @@ TEST(RenderJob, WritesPreviewsAndAlphaCompanions) {
     EXPECT_EQ(job.render(0), rendered);
     EXPECT_EQ(job.image("beauty0000.tga").width, 64);
     EXPECT_EQ(job.image("A_beauty0000.tga").at(0, 0)[0], 0);
+    EXPECT_EQ(job.session.run("ExecuteStringScript,0," + field("QuillaneUtil.GetOutputFilename 1")).back(),
+              "SUCCESS: C:\\out\\A_beauty0000.tga");
     EXPECT_EQ(ImageFile(job.session.drive_c() / "previews/beauty0000.jpg").width, 64);
 
     render_settings(scene)["tga"] = {{"alphaSplit", false}};
@@ -260,22 +256,6 @@ TEST(RenderJob, WritesPreviewsAndAlphaCompanions) {
     EXPECT_EQ(without.render(0), failed("bm->Write() returned success, but the Alpha Split feature (tga) is "
                                         "enabled, and the output file, "
                                         "\"C:\\out\\A_beauty0000.tga\" did not exist."));
-}
-
-TEST(RenderJob, FollowsTheRenderersRequirements) {
-    json scene = small_scene();
-    render_settings(scene)["output"] = "C:\\out\\beauty.tif";
-    JobSession sixteen_bits(scene);
-    EXPECT_EQ(sixteen_bits.render(0), rendered);
-    EXPECT_EQ(sixteen_bits.image("beauty0000.tif").bits_per_channel, 16);
-    render_settings(scene)["rendererRequirements"] = {3};
-    JobSession floats(scene);
-    EXPECT_EQ(floats.render(0), rendered);
-    EXPECT_EQ(floats.image("beauty0000.tif").bits_per_channel, 32);
-    render_settings(scene)["rendererRequirements"] = {2};
-    JobSession saves_itself(scene);
-    EXPECT_EQ(saves_itself.render(0), rendered);
-    EXPECT_FALSE(std::filesystem::exists(saves_itself.output("beauty0000.tif")));
 }
 
 TEST(RenderJob, ObeysTheMissingFilePolicies) {
@@ -303,16 +283,6 @@ TEST(RenderJob, ObeysTheMissingFilePolicies) {
         EXPECT_THAT(session.run(start_job(file)), ElementsAre(no_output)) << switches[0];
         EXPECT_EQ(session.run("RenderTask,0"), rendered);
     }
-}
-
-TEST(RenderJob, RestartsTheRendererForEveryFrame) {
-    JobSession job(small_scene());
-    job.session.send("RestartRendererMode");
-    EXPECT_EQ(job.render(0), rendered);
-    EXPECT_EQ(job.render(1), rendered);
-    const auto lines = job.session.log_lines();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "Opening renderer"), 2);
-    EXPECT_THAT(job.session.run("EndJob"), ElementsAre("SUCCESS"));
 }
 
 TEST(RenderJob, ReportsProgressAndStopsAtTheWorkersWord) {
