@@ -24,10 +24,6 @@ void create_file(const std::string& windows_path) {
         std::ofstream(native_path(windows_path).path) << "image";
 }
 
-std::string alpha_name(std::string name) {
-    return name.insert(name.find_last_of('\\') + 1, "A_");
-}
-
 }  // namespace
 
 ViewParams* FakeEffect::Apply(INode*, Object*, int pass, TimeValue& time) {
@@ -71,8 +67,6 @@ BMMRES FakeBitmap::Write(const BitmapInfo& description, int frame) {
     max.call("Write", label + " " + description.Name() + " " + text(frame));
     if (max.write_result != BMMRES_SUCCESS) return max.write_result;
     create_file(description.Name());
-    if (max.splits_alpha) create_file(alpha_name(description.Name()));
-    max.written[description.Name()] = {Width(), Height(), pixels.empty() ? BMM_Color_fl{} : pixels.front()};
     return BMMRES_SUCCESS;
 }
 
@@ -81,20 +75,9 @@ BMMRES FakeBitmap::Close(const BitmapInfo&, int flag) {
     return BMMRES_SUCCESS;
 }
 
-void FakeBitmap::CopyImage(const Bitmap& from, int mode, BMM_Color_fl fill, const BitmapInfo& description) {
-    fake_max().call("CopyImage", "mode " + text(mode) + " flags " + text(int(description.CustomFlags())) +
-                                     " at " + text(description.CustomX()) + "," +
-                                     text(description.CustomY()));
-    const auto& source = static_cast<const FakeBitmap&>(from);
-    for (int y = 0; y < Height(); ++y) {
-        for (int x = 0; x < Width(); ++x) {
-            const int from_x = x - description.CustomX();
-            const int from_y = y - description.CustomY();
-            const bool covered =
-                from_x >= 0 && from_y >= 0 && from_x < source.Width() && from_y < source.Height();
-            pixel(x, y) = covered ? source.pixel(from_x, from_y) : fill;
-        }
-    }
+void FakeBitmap::CopyImage(const Bitmap& from, int mode, BMM_Color_fl, const BitmapInfo& description) {
+    fake_max().call("CopyImage", label_of(&from) + " mode " + text(mode) + " at " +
+                                     text(description.CustomX()) + "," + text(description.CustomY()));
 }
 
 void FakeBitmap::Display(const char* title, int position, bool autonomous, bool saveButton, const void* crop,
@@ -174,10 +157,8 @@ int FakeMax::OpenCurRenderer(INode* cameraNode, ViewExp* view, int renderType, i
     return open_result;
 }
 
-int FakeMax::CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendProgressCallback* callback,
+int FakeMax::CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendProgressCallback*,
                                     float duration, ViewParams* view, RECT* region) {
-    progress = callback;
-    target = static_cast<FakeBitmap*>(bitmap);
     std::string arguments = text(frameTime) + " " + label_of(bitmap) + " " + text(int(duration * 100));
     if (view != nullptr) arguments += " view";
     if (region != nullptr)

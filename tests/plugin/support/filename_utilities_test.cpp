@@ -1,12 +1,10 @@
 #include "support/filename_utilities.h"
 
-#include "support/message_of.h"
+#include "support/test.h"
 
 #include <boost/filesystem/exception.hpp>
-#include <gtest/gtest.h>
 
 #include <functional>
-#include <string>
 
 namespace corrivane::test {
 namespace {
@@ -116,15 +114,6 @@ TEST(FilenameUtilities, NamesOutsideTheRuleAreRefusedByName) {
             EXPECT_EQ(message.starts_with(text), !only_portable) << path << ": " << message;
         }
     }
-}
-
-TEST(FilenameUtilities, TextHelpers) {
-    EXPECT_EQ(ensure_trailing_backslash(""), "");
-    EXPECT_EQ(ensure_trailing_backslash("C:\\out"), "C:\\out\\");
-    EXPECT_EQ(ensure_trailing_backslash("C:\\out\\"), "C:\\out\\");
-    EXPECT_EQ(replace_all("abc", "x", "y"), "abc");
-    EXPECT_EQ(replace_all("aXbX", "X", "XX"), "aXXbXX");
-    EXPECT_EQ(replace_all("aaa", "aa", "a"), "aa");
 }
 
 }  // namespace

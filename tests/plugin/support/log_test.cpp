@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -35,15 +34,6 @@ TEST_F(Log, HeldLinesGoToDiskBeforeTheNextEntry) {
         stream.entry_before_next("last");
     }
     EXPECT_EQ(log(), "last\n");
-}
-
-TEST_F(Log, OpeningEmptiesTheFile) {
-    connect_log.entry("first start of 3ds Max");
-    log_stream second_start;
-    second_start.open(connect_log_path);
-    EXPECT_EQ(log(), "");
-    second_start.entry("second start");
-    EXPECT_EQ(log(), "second start\n");
 }
 
 TEST_F(Log, WithoutItsFolderEverythingIsDiscarded) {
