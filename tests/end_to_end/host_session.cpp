@@ -43,12 +43,11 @@ HostSession::HostSession(const Options& options) {
 }
 
 void HostSession::start(const Options& options) {
-    const std::string script = options.script_before + "print (QuillaneUtil.RunCorrivaneDaemon " +
-                               std::to_string(m_peer.port()) + " \"a token, with \\\"quotes\\\"\")";
+    const std::string script = "print (QuillaneUtil.RunCorrivaneDaemon " + std::to_string(m_peer.port()) +
+                               " \"a token, with \\\"quotes\\\"\")";
     std::vector<std::string> command;
     if (options.ends_by_fault) command = {"/usr/bin/env", sanitizer_options_without_leaks()};
     command.insert(command.end(), {built_program("corrivane-host"), "--drive", "C=" + drive_c().string()});
-    command.insert(command.end(), options.arguments.begin(), options.arguments.end());
     command.insert(command.end(), {"--execute", script});
     m_host.emplace(command, m_folder.path() / "host-output.txt");
 }

@@ -16,10 +16,8 @@ namespace corrivane::test {
 class HostSession {
 public:
     struct Options {
-        std::vector<std::string> arguments = {};    ///< more of the host's
         std::string handshake = "QuillaneStartup";  ///< empty: say nothing
-        std::string script_before = {};  ///< MAXScript in front of the call that starts the session
-        bool product_log = true;         ///< the product logs where it finds a folder for that
+        bool product_log = true;                    ///< the product logs where it finds a folder for that
         /// A fault is to end the session. It abandons what the call owned, so the leak sanitizer's report at
         /// the host's end, which would change its exit code, is switched off.
         bool ends_by_fault = false;
@@ -31,7 +29,6 @@ public:
     void send(std::string_view message) { m_peer.send(message); }
     void send_bytes(std::string_view bytes) { m_peer.send_bytes(bytes); }
     std::string receive() { return m_peer.receive(); }
-    std::string receive_bytes(std::size_t count) { return m_peer.receive_bytes(count); }
     /// Sends a command and collects all that comes up to and including the reply that ends it, answering
     /// every progress request with `progress_answer`. Titles and progress are left out of the result.
     std::vector<std::string> run(std::string_view command, std::string_view progress_answer = "CONTINUE");

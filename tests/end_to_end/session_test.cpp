@@ -75,21 +75,6 @@ TEST(Session, EndsAtAMalformedLine) {
     }
 }
 
-TEST(Session, HoldsTheFrameSizeLimits) {
-    const std::string invalid = "simple_socket::receive: Invalid packet size (given ";
-    const std::pair<std::string, std::string> cases[] = {
-        {WirePeer::frame(std::string(100000, 'x')),
-         "simple_socket::send: Tried to send too much data at once."},
-        {WirePeer::length_field(100001), invalid + "100001)"},
-        {WirePeer::length_field(0xFFFFFFFF), invalid + "4294967295)"},
-    };
-    for (const auto& [bytes, error] : cases) {
-        HostSession session;
-        session.send_bytes(bytes);
-        EXPECT_EQ(session.receive(), exception_prefix + error);
-    }
-}
-
 TEST(Session, SurvivesMessagesInPiecesAndCutOnes) {
     HostSession session;
     session.send_bytes(std::string("\0\0", 2));

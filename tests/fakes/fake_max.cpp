@@ -114,11 +114,6 @@ std::vector<std::string> FakeMax::calls_of(const std::string& name) const {
     return found;
 }
 
-bool FakeMax::IsMaxFile(const char* fileName) {
-    call("IsMaxFile", fileName);
-    return is_max_file;
-}
-
 int FakeMax::LoadFromFile(const char* fileName, int flags) {
     call("LoadFromFile", std::string(fileName) + " " + text(flags));
     return load_result;
@@ -127,11 +122,6 @@ int FakeMax::LoadFromFile(const char* fileName, int flags) {
 void FakeMax::SetTime(TimeValue newTime, BOOL redraw) {
     call("SetTime", text(newTime) + " " + text(redraw));
     time = newTime;
-}
-
-ViewExp* FakeMax::GetActiveViewport() {
-    call("GetActiveViewport");
-    return &viewport;
 }
 
 void FakeMax::ReleaseViewport(ViewExp* released) {
@@ -166,10 +156,6 @@ int FakeMax::CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendPro
                      "," + text(region->bottom);
     call("CurRendererRenderFrame", arguments);
     return render_result;
-}
-
-void FakeMax::FileReset(BOOL noPrompt) {
-    call("FileReset", text(noPrompt));
 }
 
 void FakeMax::LogEntry(DWORD type, BOOL dialog, const char* title, const char* format, ...) {

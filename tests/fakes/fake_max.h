@@ -146,11 +146,11 @@ struct FakeMax final : Interface8,
     /// The noted calls of that name.
     std::vector<std::string> calls_of(const std::string& name) const;
 
-    bool IsMaxFile(const char* fileName) override;
+    bool IsMaxFile(const char* fileName) override { return call("IsMaxFile", fileName), is_max_file; }
     int LoadFromFile(const char* fileName, int flags) override;
     TimeValue GetTime() const override { return time; }
     void SetTime(TimeValue newTime, BOOL redraw) override;
-    ViewExp* GetActiveViewport() override;
+    ViewExp* GetActiveViewport() override { return call("GetActiveViewport"), &viewport; }
     void ReleaseViewport(ViewExp* released) override;
     INode* GetINodeByName(const char* name) override;
     BitmapInfo& GetRendFileBI() override { return output; }
@@ -169,7 +169,7 @@ struct FakeMax final : Interface8,
                                float duration, ViewParams* view, RECT* region) override;
     IDefaultActionSystem* GetDefaultActionSystem() override { return this; }
     LogSys* Log() override { return this; }
-    void FileReset(BOOL noPrompt) override;
+    void FileReset(BOOL noPrompt) override { call("FileReset", std::to_string(noPrompt)); }
 
     void SetDefaultAction(int kind, int action, const void*, const void*) override {
         default_actions[kind] = action;

@@ -21,23 +21,16 @@ using FarmRequests = PluginTest;
 const struct Request {
     const char* name;
     std::function<void(simple_socket&)> run;
-    const char* not_found = nullptr;  ///< the error when there is no such value; null where none is asked for
 } requests[] = {
-    {"SetTitle", [](simple_socket& socket) { job_state.SetTitle("title", socket); }},
-    {"LogMessage", [](simple_socket& socket) { job_state.LogMessage("message", socket); }},
-    {"SetProgress", [](simple_socket& socket) { job_state.SetProgress(50, socket); }},
-    {"GetJobInfoEntry", [](simple_socket& socket) { job_state.GetJobInfoEntry("k", socket); },
-     "Key k doesn't exist"},
-    {"GetSubmitInfoEntry", [](simple_socket& socket) { job_state.GetSubmitInfoEntry("k", socket); },
-     "Key k doesn't exist"},
+    {"SetTitle", [](auto& socket) { job_state.SetTitle("title", socket); }},
+    {"LogMessage", [](auto& socket) { job_state.LogMessage("message", socket); }},
+    {"SetProgress", [](auto& socket) { job_state.SetProgress(50, socket); }},
+    {"GetJobInfoEntry", [](auto& socket) { job_state.GetJobInfoEntry("k", socket); }},
+    {"GetSubmitInfoEntry", [](auto& socket) { job_state.GetSubmitInfoEntry("k", socket); }},
     {"GetSubmitInfoEntryElementCount",
-     [](simple_socket& socket) { job_state.GetSubmitInfoEntryElementCount("k", socket); },
-     "Key k doesn't exist"},
-    {"GetSubmitInfoEntryElement",
-     [](simple_socket& socket) { job_state.GetSubmitInfoEntryElement(2, "k", socket); },
-     "Key k doesn't exist"},
-    {"GetAuxFilename", [](simple_socket& socket) { job_state.GetAuxFilename(-1, socket); },
-     "Aux file requested doesn't exist"},
+     [](auto& socket) { job_state.GetSubmitInfoEntryElementCount("k", socket); }},
+    {"GetSubmitInfoEntryElement", [](auto& socket) { job_state.GetSubmitInfoEntryElement(2, "k", socket); }},
+    {"GetAuxFilename", [](auto& socket) { job_state.GetAuxFilename(-1, socket); }},
 };
 
 std::string script_error(const Request& request, simple_socket& socket) {
@@ -64,11 +57,6 @@ TEST_F(FarmRequests, ValueIsWhatFollowsTheWordAndOtherRepliesMeanThatThereIsNone
         const auto ask = [&] { return job_state.GetJobInfoEntry("k", link.socket); };
         EXPECT_EQ(message_of([&] { EXPECT_EQ(ask(), value == nullptr ? "" : value) << reply; }),
                   value != nullptr ? "no exception" : "Key k doesn't exist");
-    }
-    for (const Request& request : requests) {
-        if (request.not_found == nullptr) continue;
-        link.worker.send("SUCCESS");
-        EXPECT_EQ(message_of([&] { request.run(link.socket); }), request.not_found) << request.name;
     }
 }
 

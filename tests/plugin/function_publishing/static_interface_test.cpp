@@ -1,5 +1,6 @@
 #include "function_publishing/static_interface.h"
 
+#include "maxscript/corrivane_interface.h"
 #include "plugin/plugin_test.h"
 
 #include <stdexcept>
@@ -48,21 +49,11 @@ public:
     }
 };
 
-class FunctionPublishing : public ScriptTest {
-protected:
-    /// The type and the text of what a call by identifier returns.
-    static std::string call(Sample& sample, FunctionID id) {
-        FPValue result;
-        // Without parameters there may be no list of them.
-        if (sample._dispatch_fn(id, 0, result, nullptr) == FPS_NO_SUCH_FUNCTION) return "no such function";
-        return std::to_string(result.type) + " " + std::to_string(result.i);
-    }
-};
+using FunctionPublishing = ScriptTest;
 
 TEST_F(FunctionPublishing, ScriptsCallTheMembers) {
     const std::pair<const char*, const char*> cases[] = {
-        {"Sample.Ready()", "true"},
-        {"Sample.Pick 3", "true"},
+        {"Sample.Ready() and Sample.Pick 3", "true"},
         {"Sample.Scale 0.5", "true"},
         {"Sample.Rename \"a\" \"b\"", "false"},
         {"Sample.Count", "-5"},
@@ -89,11 +80,22 @@ TEST_F(FunctionPublishing, ScriptsCallTheMembers) {
 
 TEST_F(FunctionPublishing, IdentifiersFollowTheOrder) {
     Sample sample;
-    EXPECT_EQ(call(sample, 0), "46 1");
-    EXPECT_EQ(call(sample, 4), "1 -5");
-    EXPECT_EQ(call(sample, 7), "no such function");
-    EXPECT_THROW(call(sample, 6), RuntimeError) << "an argument that is missing";
-    EXPECT_THROW(call(sample, 77), RuntimeError);
+    FPValue result;
+    EXPECT_EQ(sample._dispatch_fn(4, 0, result, nullptr), FPS_OK) << "there may be no list of parameters";
+    EXPECT_EQ(result.i, -5);
+    EXPECT_EQ(sample._dispatch_fn(7, 0, result, nullptr), FPS_NO_SUCH_FUNCTION);
+    EXPECT_THROW(sample._dispatch_fn(77, 0, result, nullptr), RuntimeError) << "an argument is missing";
+}
+
+TEST_F(FunctionPublishing, ProductsIdentifiersFollowTheOrder) {
+    fake_max().time = 25 * 160 + 159;
+    FPValue result;
+    EXPECT_EQ(quillane_util._dispatch_fn(12, 0, result, nullptr), FPS_OK);
+    EXPECT_EQ(result.type, TYPE_INT);
+    EXPECT_EQ(result.i, 25) << "CurrentFrame";
+    EXPECT_EQ(quillane_util._dispatch_fn(15, 0, result, nullptr), FPS_NO_SUCH_FUNCTION);
+    fake_max().time = -159;
+    EXPECT_EQ(quillane_util.CurrentFrame(), 0);
 }
 
 TEST_F(FunctionPublishing, DefaultIdentifierIsRefusedLoudlyAndNotPublished) {

@@ -112,12 +112,5 @@ TEST_F(ScriptExecution, ThreadWithoutABlockGetsOneOrAClearError) {
     }).join();
 }
 
-TEST_F(ScriptExecution, AssertionNamesThePlaceWithoutItsFolders) {
-    assert_condition(true, "c", "m", "f", "1", "g");
-    EXPECT_EQ(
-        message_of([] { assert_condition(false, "a == b", "No.", "C:\\src\\file.cpp", "12", "ns::f"); }),
-        "file.cpp:12 ns::f() assert condition a == b failed: No.");
-}
-
 }  // namespace
 }  // namespace corrivane::test
