@@ -12,6 +12,7 @@ namespace {
 
 using namespace quorvel::win32;
 using namespace std::chrono_literals;
+using SimpleSocket = ScriptTest;  // the runtime takes what the product publishes when it is loaded
 
 constexpr const char* no_header = "timeout: simple_socket: Timed out waiting for header packet to arrive.";
 constexpr const char* no_data = "timeout: simple_socket: Timed out waiting for data.";
@@ -35,7 +36,7 @@ std::string failure_of(const std::function<void()>& operation) {
     return "nothing";
 }
 
-TEST(SimpleSocket, CallsInTheWrongStateAreRefusedAndChangeNothing) {
+TEST_F(SimpleSocket, CallsInTheWrongStateAreRefusedAndChangeNothing) {
     Link link;
     simple_socket& connected = link.socket;
     simple_socket idle;
@@ -56,7 +57,6 @@ TEST(SimpleSocket, CallsInTheWrongStateAreRefusedAndChangeNothing) {
         {[&] { idle.send("x"); }, "simple_socket: send called while not connected."},
         {[&] { idle.send_raw("x"); }, "simple_socket: send_raw called while not connected."},
         {[&] { idle.receive(0); }, "simple_socket: receive while not connected."},
-        {[&] { idle.receive_raw(0); }, "simple_socket: receive_raw while not connected."},
     };
     for (const auto& [operation, text] : cases)
         EXPECT_EQ(failure_of(operation), std::string("error: ") + text);
@@ -65,7 +65,7 @@ TEST(SimpleSocket, CallsInTheWrongStateAreRefusedAndChangeNothing) {
     EXPECT_EQ(link.worker.receive(), "still there");
 }
 
-TEST(SimpleSocket, SizesAreLimitedTheFramesOnSendingThePayloadsOnReceiving) {
+TEST_F(SimpleSocket, SizesAreLimitedTheFramesOnSendingThePayloadsOnReceiving) {
     Link link;
     const std::string largest_sent(99'996, 's');
     auto received = std::async(std::launch::async, [&] { return link.worker.receive(); });
@@ -94,7 +94,7 @@ TEST(SimpleSocket, SizesAreLimitedTheFramesOnSendingThePayloadsOnReceiving) {
     EXPECT_EQ(link.worker.receive_bytes(7), std::string("\0\0\0\3", 4) + bytes);
 }
 
-TEST(SimpleSocket, WhatRunsOutOfTimeLosesTheBytesReadAndKeepsTheConnection) {
+TEST_F(SimpleSocket, WhatRunsOutOfTimeLosesTheBytesReadAndKeepsTheConnection) {
     const struct {
         std::string bytes;
         const char* failure;
@@ -120,7 +120,7 @@ TEST(SimpleSocket, WhatRunsOutOfTimeLosesTheBytesReadAndKeepsTheConnection) {
     EXPECT_EQ(link.socket.receive(1000), "next");
 }
 
-TEST(SimpleSocket, TimeOutBoundsTheWholeMessage) {
+TEST_F(SimpleSocket, TimeOutBoundsTheWholeMessage) {
     Link link;
     std::atomic<bool> enough = false;
     std::thread trickle([&] {
@@ -137,7 +137,7 @@ TEST(SimpleSocket, TimeOutBoundsTheWholeMessage) {
     trickle.join();
 }
 
-TEST(SimpleSocket, DisconnectTellsWhereAndCloses) {
+TEST_F(SimpleSocket, DisconnectTellsWhereAndCloses) {
     const struct {
         std::string bytes;
         const char* failure;
@@ -161,7 +161,7 @@ TEST(SimpleSocket, DisconnectTellsWhereAndCloses) {
     EXPECT_FALSE(link.socket.is_connected());
 }
 
-TEST(SimpleSocket, FailedSendKeepsTheConnection) {
+TEST_F(SimpleSocket, FailedSendKeepsTheConnection) {
     Link link;
     link.worker.reset();
     const std::string failure = failure_of([&] {
@@ -174,7 +174,7 @@ TEST(SimpleSocket, FailedSendKeepsTheConnection) {
     EXPECT_FALSE(link.socket.is_connected());
 }
 
-TEST(SimpleSocket, ConnectTakesNumbersOnlyAndComesBackIdle) {
+TEST_F(SimpleSocket, ConnectTakesNumbersOnlyAndComesBackIdle) {
     simple_socket socket;
     for (const char* address : {"localhost", "", "256.0.0.1", "255.255.255.255", "127.0.0.1:80"})
         EXPECT_EQ(failure_of([&] { socket.connect(address, 1); }),
@@ -190,7 +190,7 @@ TEST(SimpleSocket, ConnectTakesNumbersOnlyAndComesBackIdle) {
     EXPECT_TRUE(socket.is_connected());
 }
 
-TEST(SimpleSocket, ServerAcceptsOnePeerWithoutDelays) {
+TEST_F(SimpleSocket, ServerAcceptsOnePeerWithoutDelays) {
     for (const bool close_listener : {true, false}) {
         simple_socket server;
         server.start_listen(0, true);
@@ -221,7 +221,7 @@ TEST(SimpleSocket, ServerAcceptsOnePeerWithoutDelays) {
     }
 }
 
-TEST(SimpleSocket, RawMessagesAreTheBytesOfOneReceive) {
+TEST_F(SimpleSocket, RawMessagesAreTheBytesOfOneReceive) {
     Link link;
     EXPECT_EQ(failure_of([&] { link.socket.receive_raw(0); }),
               "timeout: simple_socket::receive_raw: Timed out waiting for raw packet to arrive.");
