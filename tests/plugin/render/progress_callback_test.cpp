@@ -147,7 +147,7 @@ TEST_F(ProgressCallback, BrokenConnectionDoesNotStopTheRender) {
 
 TEST_F(ProgressCallback, RequestsOfSeveralThreadsDoNotInterleave) {
     constexpr int threads = 4;
-    constexpr int calls = 5;
+    constexpr int calls = 100;
     std::thread worker([&] {
         for (int i = 0; i < threads * calls; ++i) {
             const std::string title = m_link.worker.receive();

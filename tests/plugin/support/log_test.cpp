@@ -46,7 +46,7 @@ TEST_F(Log, WithoutItsFolderEverythingIsDiscarded) {
 
 TEST_F(Log, EntriesOfManyThreadsDoNotMix) {
     constexpr int threads = 8;
-    constexpr int entries = 200;
+    constexpr int entries = 1000;
     std::vector<std::thread> writers;
     for (int writer = 0; writer < threads; ++writer) {
         writers.emplace_back([writer] {
