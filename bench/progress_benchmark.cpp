@@ -1,7 +1,7 @@
 #include "core/core.h"
-#include "end_to_end/test_scene.h"
 #include "render/progress_callback.h"
 #include "support/log.h"
+#include "support/scene_file.h"
 #include "support/temporary_folder.h"
 #include "support/wire_peer.h"
 

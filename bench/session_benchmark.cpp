@@ -1,8 +1,8 @@
 #include "images/image_module.h"
 #include "end_to_end/host_session.h"
-#include "end_to_end/test_scene.h"
 #include "render/renderer.h"
 #include "scene/load_scene.h"
+#include "support/scene_file.h"
 
 #include <max/bitmap.h>
 

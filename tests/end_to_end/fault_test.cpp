@@ -1,9 +1,5 @@
 #include "job_session.h"
 #include "support/sanitizers.h"
-#include "test_scene.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <span>
@@ -105,34 +101,6 @@ TEST(Faults, EveryGuardedCallNamesItself) {
         ElementsAre(report("Trapped SEH Exception in StartJob(): Access Violation"), StartsWith("SUCCESS ")));
     EXPECT_THAT(job.session.run(start_job(file)), ElementsAre(StartsWith("SUCCESS ")));
     EXPECT_EQ(job.render(3), rendered);
-}
-
-TEST(Faults, ExceptionsOfTheLoadKeepTheirKind) {
-    HostSession session;
-    const auto file = save_scene(small_scene(), session.folder() / "scene");
-    const std::pair<std::string, std::string> cases[] = {
-        {"#stdException \"one\"", "Caught an exception in GetCOREInterface()->LoadFromFile(): one"},
-        {"#maxException \"two\"", "Caught a MAXException in GetCOREInterface()->LoadFromFile(): two"},
-        {"#other \"three\"",
-         "3ds max crashed in GetCOREInterface()->LoadFromFile(): \"" + file.string() + "\""},
-    };
-    for (const auto& [thrown, text] : cases) {
-        ASSERT_EQ(session.run(script("standin.throwNext \"LoadFromFile\" " + thrown)), armed);
-        EXPECT_THAT(session.run(start_job(file)), ElementsAre("ERROR: " + text, no_output));
-    }
-    EXPECT_THAT(session.run(start_job(file)), ElementsAre(no_output));
-}
-
-TEST(Faults, AFaultInAScriptEndsTheSessionWithItsReport) {
-    HostSession session({.ends_by_fault = true});
-    EXPECT_THAT(
-        session.run(script("standin.crash \"Integer Divide By Zero\"")),
-        ElementsAre("STARTED",
-                    report_of("SEH exception: SEH Exception trapped in 3ds max: Integer Divide By Zero",
-                              "C0000094")));
-    EXPECT_EQ(session.finish(), 0);
-    EXPECT_THAT(session.host().output(), HasSubstr("false"));
-    EXPECT_EQ(session.log_lines().back(), "SEH exception caught");
 }
 
 TEST(Faults, KindsThatGuardsPassOnEndTheProcessByTheirSignal) {

@@ -1,26 +1,11 @@
 #include "host_session.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <stdexcept>
-
-extern char** environ;
 
 namespace corrivane::test {
 
 namespace {
-
-// Generous: sanitizer builds on a busy machine are slow, and nothing waits longer than it has to.
-constexpr int patience_ms = 60'000;
 
 /// Whether nothing can follow a reply to the command.
 bool ends_command(std::string_view command, std::string_view reply) {
@@ -45,53 +30,6 @@ std::string sanitizer_options_without_leaks() {
 
 }  // namespace
 
-std::filesystem::path programs_folder() {
-    return CORRIVANE_PROGRAMS_FOLDER;
-}
-
-RunningProgram::RunningProgram(const std::vector<std::string>& command,
-                               const std::filesystem::path& output_file)
-    : m_output_file(output_file) {
-    std::vector<char*> arguments;
-    for (const std::string& argument : command)
-        arguments.push_back(const_cast<char*>(argument.c_str()));
-    arguments.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output_file.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-    const int failure = posix_spawn(&m_pid, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (failure != 0) throw std::runtime_error("cannot start " + command[0] + ": " + std::strerror(failure));
-    m_pid_handle = static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0));
-}
-
-RunningProgram::~RunningProgram() {
-    if (!m_exit) {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-    }
-    close(m_pid_handle);
-}
-
-int RunningProgram::wait() {
-    if (m_exit) return *m_exit;
-    pollfd end{m_pid_handle, POLLIN, 0};
-    if (poll(&end, 1, patience_ms) != 1)
-        throw std::runtime_error("the program did not end in time:\n" + output());
-    int status = 0;
-    waitpid(m_pid, &status, 0);
-    m_exit = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
-    return *m_exit;
-}
-
-void RunningProgram::send_signal(int signal) const {
-    kill(m_pid, signal);
-}
-
 HostSession::HostSession() : HostSession(Options{}) {}
 
 HostSession::HostSession(const Options& options) {
@@ -105,13 +43,11 @@ HostSession::HostSession(const Options& options) {
 }
 
 void HostSession::start(const Options& options) {
-    const std::string script = options.script_before + "print (QuillaneUtil.RunCorrivaneDaemon " +
-                               std::to_string(m_peer.port()) + " \"a token, with \\\"quotes\\\"\")";
+    const std::string script = "print (QuillaneUtil.RunCorrivaneDaemon " + std::to_string(m_peer.port()) +
+                               " \"a token, with \\\"quotes\\\"\")";
     std::vector<std::string> command;
     if (options.ends_by_fault) command = {"/usr/bin/env", sanitizer_options_without_leaks()};
-    command.insert(command.end(),
-                   {(programs_folder() / "corrivane-host").string(), "--drive", "C=" + drive_c().string()});
-    command.insert(command.end(), options.arguments.begin(), options.arguments.end());
+    command.insert(command.end(), {built_program("corrivane-host"), "--drive", "C=" + drive_c().string()});
     command.insert(command.end(), {"--execute", script});
     m_host.emplace(command, m_folder.path() / "host-output.txt");
 }
@@ -138,6 +74,14 @@ int HostSession::finish() {
 
 std::vector<std::string> HostSession::log_lines() const {
     return read_lines(log_folder() / "3dsmaxConnect.log");
+}
+
+HostRun::HostRun(const std::filesystem::path& drive_c, const std::vector<std::string>& arguments) {
+    std::vector<std::string> command{built_program("corrivane-host"), "--drive", "C=" + drive_c.string()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    RunningProgram host(command, drive_c / "output.txt");
+    exit_code = host.wait();
+    output = host.output();
 }
 
 std::string field(std::string_view text) {

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "support/temporary_folder.h"
+#include "support/running_program.h"
 #include "support/wire_peer.h"
-
-#include <sys/types.h>
 
 #include <filesystem>
 #include <optional>
@@ -13,40 +11,13 @@
 
 namespace corrivane::test {
 
-/// The folder that holds the built programs.
-std::filesystem::path programs_folder();
-
-/// A program that runs with its output in a file. Killed at the end if it still runs.
-class RunningProgram {
-public:
-    RunningProgram(const std::vector<std::string>& command, const std::filesystem::path& output_file);
-    ~RunningProgram();
-    RunningProgram(const RunningProgram&) = delete;
-    RunningProgram& operator=(const RunningProgram&) = delete;
-
-    /// Waits for the end: the exit code, or minus the signal that ended it. Throws when it does not end
-    /// in time.
-    int wait();
-    void send_signal(int signal) const;
-    pid_t pid() const { return m_pid; }
-    std::string output() const { return read_file(m_output_file); }
-
-private:
-    pid_t m_pid = -1;
-    int m_pid_handle = -1;
-    std::optional<int> m_exit;
-    std::filesystem::path m_output_file;
-};
-
 /// A farm worker on bare sockets that drives one corrivane-host, whose drive C is a folder of its own. It has
 /// nothing in common with the product's code, so what it receives is what the wire says.
 class HostSession {
 public:
     struct Options {
-        std::vector<std::string> arguments = {};    ///< more of the host's
         std::string handshake = "QuillaneStartup";  ///< empty: say nothing
-        std::string script_before = {};  ///< MAXScript in front of the call that starts the session
-        bool product_log = true;         ///< the product logs where it finds a folder for that
+        bool product_log = true;                    ///< the product logs where it finds a folder for that
         /// A fault is to end the session. It abandons what the call owned, so the leak sanitizer's report at
         /// the host's end, which would change its exit code, is switched off.
         bool ends_by_fault = false;
@@ -58,7 +29,6 @@ public:
     void send(std::string_view message) { m_peer.send(message); }
     void send_bytes(std::string_view bytes) { m_peer.send_bytes(bytes); }
     std::string receive() { return m_peer.receive(); }
-    std::string receive_bytes(std::size_t count) { return m_peer.receive_bytes(count); }
     /// Sends a command and collects all that comes up to and including the reply that ends it, answering
     /// every progress request with `progress_answer`. Titles and progress are left out of the result.
     std::vector<std::string> run(std::string_view command, std::string_view progress_answer = "CONTINUE");
@@ -84,6 +54,13 @@ private:
     std::string m_greeting;
     std::vector<std::string> m_progress;
     std::optional<RunningProgram> m_host;
+};
+
+/// Runs corrivane-host to its end, with a folder as its drive C.
+struct HostRun {
+    HostRun(const std::filesystem::path& drive_c, const std::vector<std::string>& arguments);
+    int exit_code = 0;
+    std::string output;
 };
 
 /// A command field that may hold anything: quoted, with backslashes and quotes escaped.

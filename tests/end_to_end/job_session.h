@@ -2,18 +2,14 @@
 
 #include "host_session.h"
 #include "image_file.h"
-
-#include <nlohmann/json.hpp>
-
-#include <filesystem>
-#include <string>
-#include <vector>
+#include "support/scene_file.h"
+#include "support/test.h"
 
 namespace corrivane::test {
 
 /// The replies to a frame that went well, and to one that failed because of an exception.
-inline const std::vector<std::string> rendered = {"STARTED", "SUCCESS"};
-std::vector<std::string> failed(const std::string& cause);
+inline const Texts rendered = {"STARTED", "SUCCESS"};
+Texts failed(const std::string& cause);
 
 std::string start_job(const std::filesystem::path& scene, const std::string& camera = "");
 
@@ -25,12 +21,13 @@ class JobSession {
 public:
     explicit JobSession(const nlohmann::json& scene, const std::string& camera = "");
 
-    std::vector<std::string> render(int frame) { return session.run("RenderTask," + std::to_string(frame)); }
+    /// The replies to a frame. Before the last word about one that failed there is a pause of half a second.
+    Texts render(int frame);
     std::filesystem::path output(const std::string& name) const { return session.drive_c() / "out" / name; }
     ImageFile image(const std::string& name) const { return ImageFile(output(name)); }
 
     HostSession session;
-    std::vector<std::string> start_replies;
+    Texts start_replies;
 };
 
 }  // namespace corrivane::test

@@ -1,11 +1,4 @@
 #include "job_session.h"
-#include "test_scene.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <csignal>
 
 namespace corrivane::test {
 namespace {
@@ -20,7 +13,7 @@ struct Worker {
     std::vector<std::string> command(const nlohmann::json& scene,
                                      const std::vector<std::string>& arguments) const {
         std::filesystem::create_directories(folder / "c");
-        std::vector<std::string> command{programs_folder() / "corrivane-worker", "render",
+        std::vector<std::string> command{built_program("corrivane-worker"), "render",
                                          save_scene(scene, folder / "scene"), "--drive",
                                          "C=" + (folder / "c")};
         command.insert(command.end(), arguments.begin(), arguments.end());
@@ -46,19 +39,6 @@ TEST(Worker, TellsWhatFailedAndRendersTheRest) {
     Worker worker(scene, {"--frames", "0-2", "--fail-on-black", "1,0"});
     EXPECT_EQ(worker.program.wait(), 1);
     EXPECT_THAT(worker.program.output(), HasSubstr("% of the output image is black"));
-
-    Worker wrong_camera(scene, {"--frames", "0", "--camera", "Nobody"});
-    EXPECT_EQ(wrong_camera.program.wait(), 1);
-    EXPECT_THAT(wrong_camera.program.output(), HasSubstr("Scene does not contain render camera \"Nobody\""));
-}
-
-TEST(Worker, EndsInOrderAtCtrlC) {
-    Worker worker(small_scene(), {"--frames", "0-9999"});
-    for (int i = 0; i < 3000 && !std::filesystem::exists(worker.output("beauty0000.png")); ++i)
-        usleep(10'000);
-    worker.program.send_signal(SIGINT);
-    EXPECT_EQ(worker.program.wait(), 130);
-    EXPECT_THAT(worker.program.output(), HasSubstr(" 0 failed, "));
 }
 
 }  // namespace

@@ -24,10 +24,6 @@ void create_file(const std::string& windows_path) {
         std::ofstream(native_path(windows_path).path) << "image";
 }
 
-std::string alpha_name(std::string name) {
-    return name.insert(name.find_last_of('\\') + 1, "A_");
-}
-
 }  // namespace
 
 ViewParams* FakeEffect::Apply(INode*, Object*, int pass, TimeValue& time) {
@@ -71,8 +67,6 @@ BMMRES FakeBitmap::Write(const BitmapInfo& description, int frame) {
     max.call("Write", label + " " + description.Name() + " " + text(frame));
     if (max.write_result != BMMRES_SUCCESS) return max.write_result;
     create_file(description.Name());
-    if (max.splits_alpha) create_file(alpha_name(description.Name()));
-    max.written[description.Name()] = {Width(), Height(), pixels.empty() ? BMM_Color_fl{} : pixels.front()};
     return BMMRES_SUCCESS;
 }
 
@@ -81,20 +75,9 @@ BMMRES FakeBitmap::Close(const BitmapInfo&, int flag) {
     return BMMRES_SUCCESS;
 }
 
-void FakeBitmap::CopyImage(const Bitmap& from, int mode, BMM_Color_fl fill, const BitmapInfo& description) {
-    fake_max().call("CopyImage", "mode " + text(mode) + " flags " + text(int(description.CustomFlags())) +
-                                     " at " + text(description.CustomX()) + "," +
-                                     text(description.CustomY()));
-    const auto& source = static_cast<const FakeBitmap&>(from);
-    for (int y = 0; y < Height(); ++y) {
-        for (int x = 0; x < Width(); ++x) {
-            const int from_x = x - description.CustomX();
-            const int from_y = y - description.CustomY();
-            const bool covered =
-                from_x >= 0 && from_y >= 0 && from_x < source.Width() && from_y < source.Height();
-            pixel(x, y) = covered ? source.pixel(from_x, from_y) : fill;
-        }
-    }
+void FakeBitmap::CopyImage(const Bitmap& from, int mode, BMM_Color_fl, const BitmapInfo& description) {
+    fake_max().call("CopyImage", label_of(&from) + " mode " + text(mode) + " at " +
+                                     text(description.CustomX()) + "," + text(description.CustomY()));
 }
 
 void FakeBitmap::Display(const char* title, int position, bool autonomous, bool saveButton, const void* crop,
@@ -131,11 +114,6 @@ std::vector<std::string> FakeMax::calls_of(const std::string& name) const {
     return found;
 }
 
-bool FakeMax::IsMaxFile(const char* fileName) {
-    call("IsMaxFile", fileName);
-    return is_max_file;
-}
-
 int FakeMax::LoadFromFile(const char* fileName, int flags) {
     call("LoadFromFile", std::string(fileName) + " " + text(flags));
     return load_result;
@@ -144,11 +122,6 @@ int FakeMax::LoadFromFile(const char* fileName, int flags) {
 void FakeMax::SetTime(TimeValue newTime, BOOL redraw) {
     call("SetTime", text(newTime) + " " + text(redraw));
     time = newTime;
-}
-
-ViewExp* FakeMax::GetActiveViewport() {
-    call("GetActiveViewport");
-    return &viewport;
 }
 
 void FakeMax::ReleaseViewport(ViewExp* released) {
@@ -174,10 +147,8 @@ int FakeMax::OpenCurRenderer(INode* cameraNode, ViewExp* view, int renderType, i
     return open_result;
 }
 
-int FakeMax::CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendProgressCallback* callback,
+int FakeMax::CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendProgressCallback*,
                                     float duration, ViewParams* view, RECT* region) {
-    progress = callback;
-    target = static_cast<FakeBitmap*>(bitmap);
     std::string arguments = text(frameTime) + " " + label_of(bitmap) + " " + text(int(duration * 100));
     if (view != nullptr) arguments += " view";
     if (region != nullptr)
@@ -185,10 +156,6 @@ int FakeMax::CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendPro
                      "," + text(region->bottom);
     call("CurRendererRenderFrame", arguments);
     return render_result;
-}
-
-void FakeMax::FileReset(BOOL noPrompt) {
-    call("FileReset", text(noPrompt));
 }
 
 void FakeMax::LogEntry(DWORD type, BOOL dialog, const char* title, const char* format, ...) {

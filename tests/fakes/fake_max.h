@@ -72,7 +72,6 @@ struct FakeElement final : IRenderElement {
 struct FakeBitmap : Bitmap {
     std::string label;  ///< "bitmap1", "bitmap2", … in the order of creation
     BitmapInfo info;
-    bool has_storage = true;
     bool keeps_floats = true;
     std::vector<BMM_Color_fl> pixels;
 
@@ -83,9 +82,9 @@ struct FakeBitmap : Bitmap {
         return pixels[static_cast<std::size_t>(y * Width() + x)];
     }
 
-    int Width() const override { return has_storage ? info.Width() : 0; }
-    int Height() const override { return has_storage ? info.Height() : 0; }
-    bool HasStorage() const override { return has_storage; }
+    int Width() const override { return info.Width(); }
+    int Height() const override { return info.Height(); }
+    bool HasStorage() const override { return true; }
     bool GetPixels(int x, int y, int count, BMM_Color_fl* copied) const override;
     const BMM_Color_fl* FloatRow(int y) const override { return keeps_floats ? &pixel(0, y) : nullptr; }
     void PrepareGChannels(const BitmapInfo& description) override;
@@ -97,12 +96,6 @@ struct FakeBitmap : Bitmap {
                  const void*) override;
     void UnDisplay() override;
     void DeleteThis() override;
-};
-
-struct WrittenImage {
-    int width = 0;
-    int height = 0;
-    BMM_Color_fl first{};  ///< the pixel in the upper left corner
 };
 
 /// Everything that the product calls of 3ds Max besides MAXScript. Fields are what it answers; `calls` is
@@ -123,8 +116,6 @@ struct FakeMax final : Interface8,
     int load_result = 1;
     int open_result = 1;
     int render_result = 1;
-    RendProgressCallback* progress = nullptr;  ///< of the render call that is under way
-    FakeBitmap* target = nullptr;              ///< likewise
 
     int ticks_per_frame = 160;
     TimeValue time = 0;
@@ -149,19 +140,17 @@ struct FakeMax final : Interface8,
     BMMRES open_output_result = 0;
     BMMRES write_result = 0;
     std::set<std::string> dropped_files;  ///< written without an error, and not there afterwards
-    bool splits_alpha = false;            ///< writes A_name beside every file
-    std::map<std::string, WrittenImage> written;
 
     /// Notes a call and lets happen what is meant to happen inside it.
     void call(const std::string& name, const std::string& arguments = "");
     /// The noted calls of that name.
     std::vector<std::string> calls_of(const std::string& name) const;
 
-    bool IsMaxFile(const char* fileName) override;
+    bool IsMaxFile(const char* fileName) override { return call("IsMaxFile", fileName), is_max_file; }
     int LoadFromFile(const char* fileName, int flags) override;
     TimeValue GetTime() const override { return time; }
     void SetTime(TimeValue newTime, BOOL redraw) override;
-    ViewExp* GetActiveViewport() override;
+    ViewExp* GetActiveViewport() override { return call("GetActiveViewport"), &viewport; }
     void ReleaseViewport(ViewExp* released) override;
     INode* GetINodeByName(const char* name) override;
     BitmapInfo& GetRendFileBI() override { return output; }
@@ -180,7 +169,7 @@ struct FakeMax final : Interface8,
                                float duration, ViewParams* view, RECT* region) override;
     IDefaultActionSystem* GetDefaultActionSystem() override { return this; }
     LogSys* Log() override { return this; }
-    void FileReset(BOOL noPrompt) override;
+    void FileReset(BOOL noPrompt) override { call("FileReset", std::to_string(noPrompt)); }
 
     void SetDefaultAction(int kind, int action, const void*, const void*) override {
         default_actions[kind] = action;

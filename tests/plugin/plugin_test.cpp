@@ -1,8 +1,7 @@
 #include "plugin/plugin_test.h"
 
-#include "fakes/fake_max.h"
-#include "fakes/fake_scripts.h"
 #include "farm/daemon_session.h"
+#include "maxscript/heap.h"
 #include "support/log.h"
 
 #include <system/drive_map.h>
@@ -23,11 +22,30 @@ void reload(Object& object) {
 
 }  // namespace
 
+ValueLocalsFrame* current_locals_frame() {
+    const auto* block = static_cast<MAXScriptThreadLocals*>(TlsGetValue(thread_locals_index));
+    return block == nullptr ? nullptr : block->current_locals_frame;
+}
+
+ScriptTest::ScriptTest() : m_runtime(host::RuntimeOptions{.listener_to_stdout = false}) {
+    fake_max() = FakeMax();
+    host::set_listener([this](std::string_view text) { m_listener += text; });
+    host::set_gc_stress(true);
+}
+
+ScriptTest::~ScriptTest() {
+    EXPECT_EQ(current_locals_frame(), nullptr) << "a frame was left in the chain";
+    host::set_gc_stress(false);
+    host::set_listener({});
+}
+
+void ScriptTest::define(const std::string& name, std::function<Value*()> function) {
+    host::define_function(name, [function = std::move(function)](host::Arguments&) { return function(); });
+}
+
 PluginTest::PluginTest() {
     std::filesystem::create_directories(m_drive_c.path() / "Quillane/logs");
     map_drive('C', m_drive_c.path());
-    fake_max() = FakeMax();
-    reset_fake_scripts();
     reload(connect_log);
     reload(job_state);
 }
@@ -35,7 +53,6 @@ PluginTest::PluginTest() {
 PluginTest::~PluginTest() {
     session_socket.close(true);
     daemon_running = false;
-    reset_fake_scripts();
     clear_drive_map();
 }
 
@@ -48,7 +65,7 @@ std::string PluginTest::on_disk(std::string name) const {
     return m_drive_c / name;
 }
 
-std::vector<std::string> Link::sent() {
+Texts Link::sent() {
     constexpr const char* end = "(end of what was sent)";
     if (socket.is_connected()) socket.send(end);
     return worker.receive_all(end);
@@ -56,11 +73,6 @@ std::vector<std::string> Link::sent() {
 
 std::string with_last_report(const std::string& error) {
     return error + "\n" + job_state.GetLastExceptionReport();
-}
-
-std::vector<std::string> run_command(Link& link, const std::string& line) {
-    job_state.ProcessCommand(line, link.socket);
-    return link.sent();
 }
 
 }  // namespace corrivane::test

@@ -1,20 +1,42 @@
 #pragma once
 
+#include "fakes/fake_max.h"
+#include "maxscript/runtime.h"
 #include "net/simple_socket.h"
 #include "render/job_state.h"
-#include "support/temporary_folder.h"
+#include "support/provoked_fault.h"
+#include "support/test.h"
 #include "support/wire_peer.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include <functional>
+#include <optional>
 
 namespace corrivane::test {
 
+/// The calling thread's chain of MAXScript local-value frames; null for a thread that has never run MAXScript.
+ValueLocalsFrame* current_locals_frame();
+
+/// The host's MAXScript runtime for the time of a test. It collects at every allocation, so that a value
+/// without a root is found out.
+class ScriptTest : public testing::Test {
+protected:
+    ScriptTest();
+    ~ScriptTest() override;
+
+    /// What scripts find under a name, made anew by each call of the function.
+    static void define(const std::string& name, std::function<Value*()> function);
+    /// What the Listener shows of a script's last value or of its error.
+    static std::string run_script(const std::string& script) { return host::run_text(script).text; }
+
+    std::string m_listener;  ///< everything printed
+
+private:
+    std::optional<host::MaxScriptRuntime> m_runtime;
+};
+
 /// A test of the product as it is right after its library was loaded: drive C is an empty folder with a place
-/// for the log, the process-wide objects are fresh, 3ds Max is the fake.
-class PluginTest : public testing::Test {
+/// for the log, the process-wide objects are fresh, 3ds Max is the fake and runs real script.
+class PluginTest : public ScriptTest {
 protected:
     PluginTest();
     ~PluginTest() override;
@@ -37,13 +59,10 @@ struct Link {
 
     Link() { worker.accept(); }
     /// Everything that the product has sent since the last call.
-    std::vector<std::string> sent();
+    Texts sent();
 };
 
 /// How an error text ends that tells about a trapped fault: the report of the last one follows it.
 std::string with_last_report(const std::string& error);
-
-/// Runs one command line and returns the replies.
-std::vector<std::string> run_command(Link& link, const std::string& line);
 
 }  // namespace corrivane::test

@@ -1,6 +1,4 @@
-#include "fakes/fake_max.h"
 #include "plugin/plugin_test.h"
-#include "support/message_of.h"
 
 #include <algorithm>
 #include <limits>
@@ -51,7 +49,6 @@ TEST_F(BlackFrameCheck, PixelIsBlackByItsColourAndItsAlpha) {
         {{0, 0, 0, 2}, 0, true},
         {{0.05F, 0.05F, 0.05F, 0.95F}, 0.1F, true},
         {{0.1F, 0.1F, 0.1F, 0.1F}, 0.1F, true},
-        {{0, 0, 0, 0.11F}, 0.1F, false},
         {{0, 0, 0, 0.89F}, 0.1F, false},
         {{nan, 0, 0, 1}, 0.1F, false},
         {{0, 0, nan, 1}, 0.1F, false},
@@ -84,6 +81,7 @@ TEST_F(BlackFrameCheck, ShareIsRoundedDownAndComparedWithTheMinimum) {
     job_state.blackFramePercentage = 0;
     EXPECT_EQ(message_of([&] { job_state.check_black_frame(white.get()); }),
               "0% of the output image is black, which equals or exceeds the minimum of 0%");
+    EXPECT_NE(message_of([&] { job_state.check_black_frame(bitmap_of(0, 3).get()); }), "no exception");
 }
 
 /// An image that repeats its first row, so that a large one needs little memory.
@@ -102,10 +100,6 @@ TEST_F(BlackFrameCheck, SharesOfLargeImagesDoNotOverflow) {
     job_state.blackFramePercentage = 100;
     EXPECT_TRUE(message_of([&] { job_state.check_black_frame(&bitmap); }).starts_with("100% "));
     EXPECT_TRUE(logged("22000000 of 22000000 pixels are considered black (100%)\n"));
-}
-
-TEST_F(BlackFrameCheck, ImageWithoutPixelsFails) {
-    EXPECT_NE(message_of([&] { job_state.check_black_frame(bitmap_of(0, 3).get()); }), "no exception");
 }
 
 }  // namespace

@@ -1,45 +1,26 @@
 #include "quorvel/max3d/maxscript.h"
 
-#include "fakes/fake_scripts.h"
-#include "support/message_of.h"
+#include "plugin/plugin_test.h"
 
-#include <gtest/gtest.h>
+#include <windows.h>
 
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace corrivane::test {
 namespace {
 
 using namespace quorvel::max3d;
+using testing::HasSubstr;
+using testing::StartsWith;
 
-class ScriptExecution : public testing::Test {
+class ScriptExecution : public PluginTest {
 protected:
     ScriptExecution() {
-        reset_fake_scripts();
-        auto& expressions = fake_scripts().expressions;
-        expressions["yes"] = [] { return boolean(true); };
-        expressions["no"] = [] { return boolean(false); };
-        expressions["text"] = [] { return new String("abc"); };
-        expressions["note"] = [this] {
-            ++m_noted;
-            return &undefined;
-        };
-        expressions["deep"] = []() -> Value* {
-            // As the interpreter does: a frame of its own, which an error leaves behind.
-            static struct {
-                ValueLocalsFrame frame;
-                Value* slot;
-            } abandoned;
-            auto& chain = maxscript_thread_locals().current_locals_frame;
-            abandoned = {{1, chain}, nullptr};
-            chain = &abandoned.frame;
-            throw RuntimeError("deep down");
-        };
-        expressions["standard"] = []() -> Value* { throw std::out_of_range("a standard exception"); };
-        expressions["other"] = []() -> Value* { throw 17; };
+        define("other", []() -> Value* { throw 17; });
+        define("note", [this] { return ++m_noted, &undefined; });
     }
-    ~ScriptExecution() override { reset_fake_scripts(); }
 
     int m_noted = 0;
 };
@@ -65,71 +46,70 @@ std::string outcome(Operation operation) {
 
 TEST_F(ScriptExecution, FilesAndTextsGiveTheirLastResultOrTheirError) {
     const struct {
-        std::string script;
-        std::string from_file;
-        std::string from_text;
-        int noted;
+        const char* script;
+        std::string result;  ///< an error's begins so
+        int noted = 0;
     } cases[] = {
-        {"", "OK", "OK", 0},
-        {" \n\t\n", "OK", "OK", 0},
-        {"yes", "true", "true", 0},
-        {"yes;yes\nno\n", "false", "false", 0},
-        {"\n text;", "\"abc\"", "\"abc\"", 0},
-        {"note;note;)", "MAXScriptException: -- Runtime error: syntax: )", "-- Runtime error: syntax: )", 2},
-        {"note;deep;note", "MAXScriptException: -- Runtime error: deep down", "-- Runtime error: deep down",
-         1},
-        {"missing", "MAXScriptException: -- Runtime error: unknown: missing",
-         "-- Runtime error: unknown: missing", 0},
-        {"standard", "a standard exception", "a standard exception", 0},
-        {"other", "int 17", "int 17", 0},
+        {"", "OK"},
+        {" \n\t\n", "OK"},
+        {"true;true\nfalse\n", "false"},
+        {"\n \"ab\" + \"c\";", "\"abc\""},
+        {"note(); note(); 1 + undefined; note()", "-- Unable to convert", 2},
+        {"note(); fn deep n = (if n == 0 then undefined + 1 else deep (n - 1)); deep 9",
+         "-- No \"\"+\"\" function for undefined", 1},
+        {"note()\n(1 + ", "-- Syntax error", 1},
+        {"other()", "int 17"},
     };
-    for (const auto& [script, from_file, from_text, noted] : cases) {
-        fake_scripts().files["C:\\a.ms"] = script;
+    for (const auto& [script, result, noted] : cases) {
+        write_file(on_disk("a.ms"), script);
         m_noted = 0;
-        fake_scripts().closed_files = 0;
-        EXPECT_EQ(outcome([] { return execute_maxscript_file("C:\\a.ms"); }), from_file) << script;
-        EXPECT_EQ(fake_scripts().closed_files, script == "other" ? 0 : 1) << script;
+        EXPECT_THAT(outcome([] { return execute_maxscript_file("C:\\a.ms"); }),
+                    StartsWith((result.starts_with("--") ? "MAXScriptException: " : "") + result));
         EXPECT_EQ(m_noted, noted) << script;
-        EXPECT_EQ(outcome([&] { return execute_maxscript_string(script); }), from_text) << script;
+        EXPECT_THAT(outcome([&script = script] { return execute_maxscript_string(script); }),
+                    StartsWith(result));
         EXPECT_EQ(m_noted, 2 * noted) << script;
     }
-    EXPECT_GT(fake_scripts().collected, 0U) << "nothing was ever garbage: the collector does not work";
+    EXPECT_THAT(outcome([] { return execute_maxscript_file("C:\\none.ms"); }),
+                StartsWith("MAXScriptException: -- Runtime error: Unable to open file: C:\\none.ms"));
 }
 
-TEST_F(ScriptExecution, FileThatDoesNotOpenIsTheRuntimesError) {
-    EXPECT_EQ(outcome([] { return execute_maxscript_file("C:\\none.ms"); }),
-              "MAXScriptException: -- Runtime error: the file is not open");
+TEST_F(ScriptExecution, StreamsAreClosedWhateverTheirScriptDoes) {
+    for (const char* script : {"1", "1 + undefined"}) {
+        write_file(on_disk("a.ms"), script);
+        const scoped_maxscript_frame frame;
+        value_locals<1> locals;
+        auto* file = locals.keep(0, new FileStream());
+        ASSERT_NE(file->open("C:\\a.ms", "r"), nullptr);
+        outcome([file] { return execute_maxscript_stream(file); });
+        try {
+            file->get_char();
+            ADD_FAILURE() << "still open after " << script;
+        } catch (MAXScriptException& error) {
+            EXPECT_THAT(maxscript_exception_text(error), HasSubstr("The file is closed"));
+        }
+    }
 }
 
 TEST_F(ScriptExecution, ResultSurvivesCollectionsUntilTheNextOne) {
-    Value* result = execute_maxscript_string("text");
+    Value* result = execute_maxscript_string("\"ab\" + \"c\"");
     for (int i = 0; i < 3; ++i)
         static_cast<void>(new String("garbage"));
-    EXPECT_STREQ(result->to_string(), "abc");
     EXPECT_EQ(maxscript_value_text(result), "\"abc\"");
 }
 
 TEST_F(ScriptExecution, ThreadWithoutABlockGetsOneOrAClearError) {
     std::thread([] {
-        fake_scripts().refuses_thread_locals = true;
-        const std::string text =
-            "quorvel/max3d/maxscript:86 quorvel::max3d::scoped_maxscript_frame::scoped_maxscript_frame() "
-            "assert "
-            "condition GetLastError() == ERROR_SUCCESS failed: Unable to get the MXS current_locals_frame "
-            "for the "
-            "current thread.";
-        EXPECT_EQ(message_of([] { execute_maxscript_string("yes"); }), text);
-        fake_scripts().refuses_thread_locals = false;
-        EXPECT_EQ(maxscript_value_text(execute_maxscript_string("yes")), "true");
+        const DWORD index = std::exchange(thread_locals_index, TLS_OUT_OF_INDEXES);
+        EXPECT_EQ(message_of([] { execute_maxscript_string("true"); }),
+                  "quorvel/max3d/maxscript:86 "
+                  "quorvel::max3d::scoped_maxscript_frame::scoped_maxscript_frame() assert condition "
+                  "GetLastError() == ERROR_SUCCESS failed: Unable to get the MXS current_locals_frame for "
+                  "the current thread.");
+        thread_locals_index = index;
+        EXPECT_EQ(maxscript_value_text(execute_maxscript_string("true")), "true");
         EXPECT_EQ(current_locals_frame(), nullptr);
     }).join();
-}
-
-TEST_F(ScriptExecution, AssertionNamesThePlaceWithoutItsFolders) {
-    assert_condition(true, "c", "m", "f", "1", "g");
-    EXPECT_EQ(
-        message_of([] { assert_condition(false, "a == b", "No.", "C:\\src\\file.cpp", "12", "ns::f"); }),
-        "file.cpp:12 ns::f() assert condition a == b failed: No.");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-#include "test_scene.h"
+#include "support/scene_file.h"
 
-#include "host_session.h"
+#include "support/temporary_folder.h"
 
 #include <string_view>
 
