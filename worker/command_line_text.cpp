@@ -32,9 +32,9 @@ std::string command_line(std::string_view name, const std::vector<std::string>& 
     std::string line(name);
     for (const std::string& parameter : parameters)
         line += ',' + command_field(parameter);
-    if (line.size() > k_max_sent_payload)
+    if (line.size() > max_sent_payload)
         throw std::invalid_argument(std::string(name) + ": the command has " + std::to_string(line.size()) +
-                                    " bytes, one message holds " + std::to_string(k_max_sent_payload));
+                                    " bytes, one message holds " + std::to_string(max_sent_payload));
     return line;
 }
 

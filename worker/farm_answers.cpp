@@ -60,25 +60,25 @@ struct ValueRequest {
     Value (*find)(const Job&, std::string_view argument);
 };
 
-constexpr ValueRequest k_value_requests[] = {
-    {request::k_get_job_info_entry, job_info},
-    {request::k_get_submit_info_entry, submit_info},
-    {request::k_get_submit_info_entry_element_count, submit_element_count},
-    {request::k_get_submit_info_entry_element, submit_element},
-    {request::k_get_aux_file, aux_file},
+constexpr ValueRequest value_requests[] = {
+    {request::get_job_info_entry, job_info},
+    {request::get_submit_info_entry, submit_info},
+    {request::get_submit_info_entry_element_count, submit_element_count},
+    {request::get_submit_info_entry_element, submit_element},
+    {request::get_aux_file, aux_file},
 };
 
 }  // namespace
 
 std::optional<std::string> answer_value_request(std::string_view message, const Job& job) {
     const auto request =
-        std::find_if(std::begin(k_value_requests), std::end(k_value_requests),
+        std::find_if(std::begin(value_requests), std::end(value_requests),
                      [&](const ValueRequest& known) { return message.starts_with(known.prefix); });
-    if (request == std::end(k_value_requests)) return std::nullopt;
+    if (request == std::end(value_requests)) return std::nullopt;
     const std::string_view argument = message.substr(request->prefix.size());
     const Value value = request->find(job, argument);
-    if (value) return std::string(reply::k_success_value) + *value;
-    return std::string(reply::k_error) + "the job has no \"" + std::string(argument.substr(0, 200)) + "\"";
+    if (value) return std::string(reply::success_value) + *value;
+    return std::string(reply::error) + "the job has no \"" + std::string(argument.substr(0, 200)) + "\"";
 }
 
 double parse_progress(std::string_view argument) {

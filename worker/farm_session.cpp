@@ -12,16 +12,16 @@ namespace corrivane::worker {
 namespace {
 
 /// Any word but CONTINUE ends a render; this one says why.
-constexpr std::string_view k_abort = "ABORT";
+constexpr std::string_view abort_word = "ABORT";
 /// After an error reply the plug-in has at most a pause of half a second and one more reply to make.
-constexpr std::chrono::milliseconds k_patience_after_error{5000};
-constexpr std::chrono::milliseconds k_handshake_patience{10000};
-constexpr std::chrono::milliseconds k_end_job_patience{60000};
+constexpr std::chrono::milliseconds patience_after_error{5000};
+constexpr std::chrono::milliseconds handshake_patience{10000};
+constexpr std::chrono::milliseconds end_job_patience{60000};
 /// The plug-in sends three at most.
-constexpr std::size_t k_max_error_replies = 8;
+constexpr std::size_t max_error_replies = 8;
 
 /// Adds every name of the frame's list of written files, each followed by a line feed.
-constexpr const char* k_written_files_script = R"((
+constexpr const char* written_files_script = R"((
     local names = ""
     local index = 0
     local name = QuillaneUtil.GetOutputFilename index
@@ -41,7 +41,7 @@ bool no_error_is_last(std::string_view) {
     return false;
 }
 bool frame_failed_is_last(std::string_view reply) {
-    return reply == reply::k_frame_failed;
+    return reply == reply::frame_failed;
 }
 
 [[noreturn]] void refuse_message(std::string_view message) {
@@ -50,15 +50,15 @@ bool frame_failed_is_last(std::string_view reply) {
 
 void add_error(CommandResult& result, std::string_view reply) {
     // A frame's last error only says that it failed; it is the reason where no other was given.
-    if (reply == reply::k_frame_failed && !result.error.empty()) return;
+    if (reply == reply::frame_failed && !result.error.empty()) return;
     if (!result.error.empty()) result.error += '\n';
-    result.error += reply.substr(reply::k_error.size());
+    result.error += reply.substr(reply::error.size());
 }
 
 /// What a success reply carries; nothing for another reply.
 std::optional<std::string> success_text(const std::string& reply) {
-    if (reply == reply::k_success) return "";
-    for (const std::string_view form : {reply::k_success_description, reply::k_success_value})
+    if (reply == reply::success) return "";
+    for (const std::string_view form : {reply::success_description, reply::success_value})
         if (reply.starts_with(form)) return reply.substr(form.size());
     return std::nullopt;
 }
@@ -77,11 +77,11 @@ FarmSession::FarmSession(HostConnection& connection, const Job& job, SessionObse
     : m_connection(connection), m_job(job), m_observer(observer), m_stop(stop), m_limits(limits) {}
 
 std::string FarmSession::handshake() {
-    m_connection.send(std::string(k_handshake_word));
-    std::string greeting = m_connection.receive(deadline_in(k_handshake_patience));
-    if (greeting.starts_with(reply::k_error))
-        throw HostFailure("the plug-in refused the session: " + greeting.substr(reply::k_error.size()));
-    if (!greeting.starts_with(k_greeting_prefix) || greeting.ends_with(k_incompatible_note))
+    m_connection.send(std::string(handshake_word));
+    std::string greeting = m_connection.receive(deadline_in(handshake_patience));
+    if (greeting.starts_with(reply::error))
+        throw HostFailure("the plug-in refused the session: " + greeting.substr(reply::error.size()));
+    if (!greeting.starts_with(greeting_prefix) || greeting.ends_with(incompatible_note))
         refuse_message(greeting);
     return greeting;
 }
@@ -116,7 +116,7 @@ CommandResult FarmSession::render(int frame) {
 }
 
 std::optional<std::vector<std::string>> FarmSession::written_files(int frame) {
-    const auto names = ask(frame, k_written_files_script, "names of the written files");
+    const auto names = ask(frame, written_files_script, "names of the written files");
     if (!names) return std::nullopt;
     return split_lines(*names);
 }
@@ -140,7 +140,7 @@ CommandResult FarmSession::run_script(const std::string& script_command) {
 }
 
 CommandResult FarmSession::end_job() {
-    return run(command_line(command::k_end_job), k_end_job_patience, no_error_is_last);
+    return run(command_line(command::end_job), end_job_patience, no_error_is_last);
 }
 
 /// A command that begins with STARTED once its parameters are accepted.
@@ -148,8 +148,8 @@ CommandResult FarmSession::run_started(const std::string& command, IsLastError i
     const Deadline deadline = deadline_in(m_limits.work);
     m_connection.send(command);
     const std::string reply = next_reply(deadline);
-    if (reply == reply::k_started) return collect_replies(deadline, is_last_error);
-    if (!reply.starts_with(reply::k_error)) refuse_message(reply);
+    if (reply == reply::started) return collect_replies(deadline, is_last_error);
+    if (!reply.starts_with(reply::error)) refuse_message(reply);
     CommandResult refused;
     add_error(refused, reply);
     return refused;
@@ -165,11 +165,10 @@ CommandResult FarmSession::run(const std::string& command, std::chrono::millisec
 /// so that is the command's result.
 CommandResult FarmSession::collect_replies(Deadline deadline, IsLastError is_last_error) {
     CommandResult result;
-    for (std::size_t count = 0; count <= k_max_error_replies; ++count) {
+    for (std::size_t count = 0; count <= max_error_replies; ++count) {
         std::string reply;
         try {
-            reply =
-                next_reply(count == 0 ? deadline : std::min(deadline, deadline_in(k_patience_after_error)));
+            reply = next_reply(count == 0 ? deadline : std::min(deadline, deadline_in(patience_after_error)));
         } catch (const HostFailure&) {
             if (count == 0) throw;
             result.session_over = true;
@@ -180,7 +179,7 @@ CommandResult FarmSession::collect_replies(Deadline deadline, IsLastError is_las
             result.text = *text;
             return result;
         }
-        if (!reply.starts_with(reply::k_error)) refuse_message(reply);
+        if (!reply.starts_with(reply::error)) refuse_message(reply);
         add_error(result, reply);
         if (is_last_error(reply)) return result;
     }
@@ -190,7 +189,7 @@ CommandResult FarmSession::collect_replies(Deadline deadline, IsLastError is_las
 std::string FarmSession::next_reply(Deadline deadline) {
     for (;;) {
         std::string message = m_connection.receive(deadline);
-        if (!message.starts_with(request::k_prefix)) return message;
+        if (!message.starts_with(request::prefix)) return message;
         if (!handle_request(message)) refuse_message(message);
         // Requests alone keep no command alive.
         if (Clock::now() >= deadline) throw HostFailure("the host did not answer in time");
@@ -199,12 +198,12 @@ std::string FarmSession::next_reply(Deadline deadline) {
 
 bool FarmSession::handle_request(std::string_view message) {
     const auto argument_of = [&](std::string_view prefix) { return message.substr(prefix.size()); };
-    if (message.starts_with(request::k_progress)) {
-        answer_progress(argument_of(request::k_progress));
-    } else if (message.starts_with(request::k_set_title)) {
-        m_observer.on_title(argument_of(request::k_set_title));
-    } else if (message.starts_with(request::k_stdout)) {
-        m_observer.on_log(argument_of(request::k_stdout));
+    if (message.starts_with(request::progress)) {
+        answer_progress(argument_of(request::progress));
+    } else if (message.starts_with(request::set_title)) {
+        m_observer.on_title(argument_of(request::set_title));
+    } else if (message.starts_with(request::log_line)) {
+        m_observer.on_log(argument_of(request::log_line));
     } else if (const auto answer = answer_value_request(message, m_job)) {
         m_connection.send(*answer);
     } else {
@@ -215,7 +214,7 @@ bool FarmSession::handle_request(std::string_view message) {
 
 /// The render waits 100 ms at most for the answer, so it leaves before anything is shown.
 void FarmSession::answer_progress(std::string_view argument) {
-    m_connection.send(std::string(m_stop.requested() ? k_abort : k_continue));
+    m_connection.send(std::string(m_stop.requested() ? abort_word : continue_word));
     m_observer.on_progress(parse_progress(argument));
 }
 

@@ -74,17 +74,17 @@ public:
     void add(std::string_view item, const FrameRange& range) {
         const std::int64_t step = range.first <= range.last ? range.step : -range.step;
         const std::int64_t count = (range.last - range.first) / step + 1;
-        if (count > static_cast<std::int64_t>(k_max_frames)) refuse_size(item);
+        if (count > static_cast<std::int64_t>(max_frames)) refuse_size(item);
         for (std::int64_t i = 0; i < count; ++i)
             add_frame(static_cast<int>(range.first + i * step));
-        if (m_frames.size() > k_max_frames) refuse_size(item);
+        if (m_frames.size() > max_frames) refuse_size(item);
     }
 
     std::vector<int> take() { return std::move(m_frames); }
 
 private:
     [[noreturn]] static void refuse_size(std::string_view item) {
-        refuse(item, "makes the list longer than " + std::to_string(k_max_frames) + " frames");
+        refuse(item, "makes the list longer than " + std::to_string(max_frames) + " frames");
     }
 
     void add_frame(int frame) {

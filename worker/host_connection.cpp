@@ -11,12 +11,12 @@ using quorvel::win32::simple_socket_disconnect_error;
 using quorvel::win32::simple_socket_error;
 
 /// A message comes in one piece over the loopback; one that does not is a host in trouble.
-constexpr std::chrono::milliseconds k_message_patience{2000};
+constexpr std::chrono::milliseconds message_patience{2000};
 /// The host sends its token as soon as it has connected. Less than the second for which the host itself, when
 /// it has to queue behind a silent peer, waits for an answer to its token.
-constexpr std::chrono::milliseconds k_token_patience{500};
+constexpr std::chrono::milliseconds token_patience{500};
 /// A host that does not read for so long will not read any more.
-constexpr timeval k_send_patience{10, 0};
+constexpr timeval send_patience{10, 0};
 
 /// Runs a call on the socket; its failures become those of the host.
 template <typename Call>
@@ -38,9 +38,9 @@ HostConnection::HostConnection(const StopRequest& stop) : m_stop(stop) {
 
 void HostConnection::accept(const std::string& token, Deadline deadline) {
     std::string purpose = "connect";
-    while (is_readable_by(deadline, static_cast<int>(m_socket.listening_handle()), StopReaction::GiveUp)) {
+    while (is_readable_by(deadline, static_cast<int>(m_socket.listening_handle()), StopReaction::give_up)) {
         on_socket([this] { m_socket.wait_for_connect(0, false); });
-        if (peer_has_token(token, std::min(deadline, deadline_in(k_token_patience))))
+        if (peer_has_token(token, std::min(deadline, deadline_in(token_patience))))
             return prepare_connection();
         m_socket.close(false);
         purpose = "connect with its token (a peer without it was turned away)";
@@ -54,7 +54,7 @@ bool HostConnection::peer_has_token(const std::string& token, Deadline deadline)
     std::string missing(reinterpret_cast<const char*>(&length), sizeof length);
     missing += token;
     while (!missing.empty()) {
-        if (!is_readable_by(deadline, handle(), StopReaction::GiveUp)) return false;
+        if (!is_readable_by(deadline, handle(), StopReaction::give_up)) return false;
         std::string piece(missing.size(), '\0');
         const auto count =
             ::recv(m_socket.connection_handle(), piece.data(), static_cast<int>(piece.size()), 0);
@@ -71,13 +71,13 @@ void HostConnection::send(const std::string& message) {
 }
 
 std::string HostConnection::receive(Deadline deadline) {
-    if (!is_readable_by(deadline, handle(), StopReaction::GoOn))
+    if (!is_readable_by(deadline, handle(), StopReaction::go_on))
         throw HostFailure("the host did not answer in time");
     return receive_message();
 }
 
 std::string HostConnection::receive_message() {
-    std::string message = on_socket([this] { return m_socket.receive(k_message_patience.count()); });
+    std::string message = on_socket([this] { return m_socket.receive(message_patience.count()); });
     prepare_connection();
     return message;
 }
@@ -89,14 +89,14 @@ std::string HostConnection::receive_message() {
 void HostConnection::prepare_connection() {
     const int at_once = 1;
     ::setsockopt(handle(), IPPROTO_TCP, TCP_QUICKACK, &at_once, sizeof at_once);
-    ::setsockopt(handle(), SOL_SOCKET, SO_SNDTIMEO, &k_send_patience, sizeof k_send_patience);
+    ::setsockopt(handle(), SOL_SOCKET, SO_SNDTIMEO, &send_patience, sizeof send_patience);
 }
 
 bool HostConnection::is_readable_by(Deadline deadline, int descriptor, StopReaction reaction) {
     for (;;) {
-        if (m_stop.level() == StopRequest::Level::Immediate) throw Stopped();
-        if (m_stop.requested() && reaction == StopReaction::GiveUp) throw Stopped();
-        if (m_stop.requested() && !m_stop_deadline) m_stop_deadline = deadline_in(k_stop_patience);
+        if (m_stop.level() == StopRequest::Level::immediate) throw Stopped();
+        if (m_stop.requested() && reaction == StopReaction::give_up) throw Stopped();
+        if (m_stop.requested() && !m_stop_deadline) m_stop_deadline = deadline_in(stop_patience);
         const Deadline limit = m_stop_deadline ? std::min(deadline, *m_stop_deadline) : deadline;
 
         const int stop_fd = m_stop_deadline ? m_stop.immediate_fd() : m_stop.orderly_fd();

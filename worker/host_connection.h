@@ -12,7 +12,7 @@
 namespace corrivane::worker {
 
 /// How long a host may go on after the user's first wish to stop, before it is ended by force.
-inline constexpr std::chrono::milliseconds k_stop_patience{10000};
+inline constexpr std::chrono::milliseconds stop_patience{10000};
 
 /// The worker's end of the TCP connection to one host: it listens, lets the host in by its token, and
 /// carries messages.
@@ -37,14 +37,14 @@ public:
     void send(const std::string& message);
 
     /// The next message. Its bytes, once begun, have to come quickly. After the first wish to stop the host
-    /// has k_stop_patience for all that is still to come, however far the deadline is.
+    /// has stop_patience for all that is still to come, however far the deadline is.
     std::string receive(Deadline deadline);
 
     /// Tells the host, and whoever still waits to connect, that there is nothing more to do.
     void close() { m_socket.close(true); }
 
 private:
-    enum class StopReaction { GoOn, GiveUp };
+    enum class StopReaction { go_on, give_up };
 
     bool is_readable_by(Deadline deadline, int descriptor, StopReaction reaction);
     bool peer_has_token(const std::string& token, Deadline deadline);

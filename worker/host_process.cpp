@@ -16,10 +16,10 @@
 namespace corrivane::worker {
 namespace {
 
-constexpr std::size_t k_kept_lines = 12;
+constexpr std::size_t kept_lines = 12;
 /// A line of output that grows beyond this is cut, so that a host that never ends its line fills no memory.
-constexpr std::size_t k_max_line = 4096;
-constexpr std::chrono::milliseconds k_patience_after_sigterm{2000};
+constexpr std::size_t max_line = 4096;
+constexpr std::chrono::milliseconds patience_after_sigterm{2000};
 
 struct Pipe {
     FileDescriptor read_end;
@@ -133,7 +133,7 @@ void HostProcess::take_text(std::string_view text) {
     while (!text.empty()) {
         const auto line_end = text.find('\n');
         const std::string_view piece = text.substr(0, line_end);
-        m_partial_line += piece.substr(0, k_max_line - std::min(k_max_line, m_partial_line.size()));
+        m_partial_line += piece.substr(0, max_line - std::min(max_line, m_partial_line.size()));
         if (line_end == std::string_view::npos) return;
         take_line(std::exchange(m_partial_line, {}));
         text.remove_prefix(line_end + 1);
@@ -143,7 +143,7 @@ void HostProcess::take_text(std::string_view text) {
 void HostProcess::take_line(std::string line) {
     m_on_output(line);
     m_last_lines.push_back(std::move(line));
-    if (m_last_lines.size() > k_kept_lines) m_last_lines.pop_front();
+    if (m_last_lines.size() > kept_lines) m_last_lines.pop_front();
 }
 
 std::string HostProcess::last_output() const {
@@ -159,7 +159,7 @@ const std::string& HostProcess::end(std::chrono::milliseconds patience, const St
     if (!wait_for_exit(patience, stop)) {
         forced = "was ended by the worker";
         signal_group(SIGTERM);
-        if (!wait_for_exit(k_patience_after_sigterm, stop)) forced = "was killed by the worker";
+        if (!wait_for_exit(patience_after_sigterm, stop)) forced = "was killed by the worker";
     }
     reap(forced);
     return m_end_description;

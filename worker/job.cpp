@@ -11,11 +11,11 @@ namespace {
 
 /// Far beyond any image, and small enough that the plug-in's sums of coordinates and padding stay within
 /// 32 bits.
-constexpr int k_max_coordinate = 1 << 20;
+constexpr int max_coordinate = 1 << 20;
 
 void check_region(const Region& region) {
     for (const int value : {region.left, region.top, region.right, region.bottom, region.padding})
-        if (value < -k_max_coordinate || value > k_max_coordinate)
+        if (value < -max_coordinate || value > max_coordinate)
             throw std::invalid_argument("region: " + std::to_string(value) + " is out of range");
     if (region.right <= region.left || region.bottom <= region.top)
         throw std::invalid_argument("region: right and bottom must be greater than left and top");
@@ -32,7 +32,7 @@ void check_black_frame(const BlackFrameCheck& check) {
 /// The worker answers a request for a value with "SUCCESS: " and the value in one message.
 void check_value(const std::string& what, const std::string& value) {
     if (value.find('\0') != std::string::npos) throw std::invalid_argument(what + " holds a NUL character");
-    if (value.size() > k_max_sent_payload - reply::k_success_value.size())
+    if (value.size() > max_sent_payload - reply::success_value.size())
         throw std::invalid_argument(what + " is too long for one message (" + std::to_string(value.size()) +
                                     " bytes)");
 }

@@ -8,7 +8,7 @@ namespace corrivane::worker {
 
 JobCommands make_job_commands(const Job& job) {
     JobCommands commands;
-    commands.start = command_line(command::k_start_job, {job.scene, job.camera});
+    commands.start = command_line(command::start_job, {job.scene, job.camera});
     for (const JobSetting& setting : job_setting_table())
         if (setting.add_commands) setting.add_commands(job, commands);
     const int frame = job.frames.empty() ? 0 : job.frames.front();
@@ -18,17 +18,17 @@ JobCommands make_job_commands(const Job& job) {
 }
 
 std::string render_command(int frame) {
-    return command_line(command::k_render_task, {std::to_string(frame)});
+    return command_line(command::render_task, {std::to_string(frame)});
 }
 
 std::string script_command(int frame, const std::string& file, bool set_time) {
     std::vector<std::string> parameters{std::to_string(frame), file};
-    if (set_time) parameters.emplace_back(k_set_time);
-    return command_line(command::k_execute_script, parameters);
+    if (set_time) parameters.emplace_back(corrivane::set_time);
+    return command_line(command::execute_script, parameters);
 }
 
 std::string script_text_command(int frame, const std::string& script) {
-    return command_line(command::k_execute_string_script, {std::to_string(frame), script});
+    return command_line(command::execute_string_script, {std::to_string(frame), script});
 }
 
 }  // namespace corrivane::worker

@@ -15,7 +15,7 @@
 namespace corrivane::worker {
 namespace {
 
-constexpr std::size_t k_max_file_size = 16 << 20;
+constexpr std::size_t max_file_size = 16 << 20;
 
 std::string read_text(const std::string& path) {
     const FileDescriptor file(open_plain_file(path.c_str(), O_RDONLY));
@@ -28,7 +28,7 @@ std::string read_text(const std::string& path) {
         if (count == -1) throw JobFileError(path + ": cannot be read: " + std::strerror(errno));
         if (count == 0) return text;
         text.append(piece, static_cast<std::size_t>(count));
-        if (text.size() > k_max_file_size)
+        if (text.size() > max_file_size)
             throw JobFileError(path + ": is larger than 16 MiB, that is no job file");
     }
 }

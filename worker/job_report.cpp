@@ -24,12 +24,12 @@ std::string frame_counts(const JobReport& report) {
     std::chrono::milliseconds time_of_done{0};
     for (const FrameOutcome& outcome : report.frames) {
         ++counts[outcome.status];
-        if (outcome.status == Status::Done) time_of_done += outcome.time;
+        if (outcome.status == Status::done) time_of_done += outcome.time;
     }
-    const std::size_t done = counts[Status::Done];
+    const std::size_t done = counts[Status::done];
     std::string text = counted(report.frames.size(), "frame") + ": " + std::to_string(done) + " done, " +
-                       std::to_string(counts[Status::Failed]) + " failed, " +
-                       std::to_string(counts[Status::NotRendered]) + " not rendered; " +
+                       std::to_string(counts[Status::failed]) + " failed, " +
+                       std::to_string(counts[Status::not_rendered]) + " not rendered; " +
                        format_duration(report.elapsed) + " in all";
     if (done > 0) text += ", " + format_seconds(time_of_done / done) + " a frame";
     return text;
@@ -39,7 +39,7 @@ std::string file_range(const JobReport& report) {
     std::vector<const std::string*> files;
     std::size_t frames_of_unknown_files = 0;
     for (const FrameOutcome& outcome : report.frames) {
-        if (outcome.status == Status::Done && !outcome.files) ++frames_of_unknown_files;
+        if (outcome.status == Status::done && !outcome.files) ++frames_of_unknown_files;
         if (!outcome.files) continue;
         for (const std::string& file : *outcome.files)
             files.push_back(&file);
@@ -56,14 +56,14 @@ std::string file_range(const JobReport& report) {
 
 bool JobReport::success() const {
     return problems.empty() && std::all_of(frames.begin(), frames.end(), [](const FrameOutcome& outcome) {
-               return outcome.status == Status::Done;
+               return outcome.status == Status::done;
            });
 }
 
 std::string summary_text(const JobReport& report) {
     std::string text = frame_counts(report) + '\n';
     for (const FrameOutcome& outcome : report.frames)
-        if (outcome.status == Status::Failed)
+        if (outcome.status == Status::failed)
             text +=
                 "  frame " + std::to_string(outcome.frame) + " failed: " + first_line(outcome.error) + '\n';
     for (const std::string& problem : report.problems)

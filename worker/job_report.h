@@ -9,13 +9,13 @@ namespace corrivane::worker {
 
 struct FrameOutcome {
     enum class Status {
-        Done,        // answered with SUCCESS, and its files are there where that was to be checked
-        Failed,      // `error` says why, in full
-        NotRendered  // the job failed or was stopped before
+        done,         // answered with SUCCESS, and its files are there where that was to be checked
+        failed,       // `error` says why, in full
+        not_rendered  // the job failed or was stopped before
     };
 
     int frame = 0;
-    Status status = Status::NotRendered;
+    Status status = Status::not_rendered;
     std::string error;
     /// As the host names them; none when the scene skips the frame or saves nothing. Unset: not known.
     std::optional<std::vector<std::string>> files;

@@ -84,7 +84,7 @@ public:
     JobReport report() {
         const bool complete =
             std::none_of(m_outcomes.begin(), m_outcomes.end(),
-                         [](const FrameOutcome& outcome) { return outcome.status == Status::NotRendered; });
+                         [](const FrameOutcome& outcome) { return outcome.status == Status::not_rendered; });
         if (!complete && !m_lost_lane.empty()) m_problems.push_back(m_lost_lane);
         return {std::move(m_outcomes), std::move(m_problems), since(m_begin), stop.requested() && !complete};
     }
@@ -198,7 +198,7 @@ private:
     bool conclude(RunningHost& host, const FrameTask& task, const CommandResult& result,
                   Clock::time_point begin) {
         FrameOutcome outcome{
-            task.frame, result.success ? Status::Done : Status::Failed, result.error, {}, since(begin)};
+            task.frame, result.success ? Status::done : Status::failed, result.error, {}, since(begin)};
         bool usable = true;
         if (result.success) {
             try {
@@ -209,7 +209,7 @@ private:
                 usable = false;
                 if (m_shared.settings.check_files) outcome.error = check_written_files(outcome.files);
             }
-            if (!outcome.error.empty()) outcome.status = Status::Failed;
+            if (!outcome.error.empty()) outcome.status = Status::failed;
         }
         finish_frame(task, std::move(outcome));
         return usable;
@@ -233,7 +233,7 @@ private:
             m_shared.view.log(label(), "frame " + std::to_string(task.frame) + " is tried again: " + reason);
             m_shared.queue.give_back({task.index, task.frame, task.attempts + 1});
         } else {
-            finish_frame(task, {task.frame, Status::Failed, reason, {}, since(begin)});
+            finish_frame(task, {task.frame, Status::failed, reason, {}, since(begin)});
         }
     }
 

@@ -14,7 +14,7 @@ namespace {
 using std::chrono::milliseconds;
 
 template <typename Part>
-constexpr bool k_is_of_job = std::is_same_v<Part, Job> || std::is_same_v<Part, JobOptions>;
+constexpr bool is_of_job = std::is_same_v<Part, Job> || std::is_same_v<Part, JobOptions>;
 
 template <typename Part>
 auto& part_of_job(auto& job) {
@@ -27,7 +27,7 @@ auto& part_of_job(auto& job) {
 /// The structure, among those that settings are kept in, that has a setting's field.
 template <typename Part>
 Part& part_of(JobSettings& settings) {
-    if constexpr (k_is_of_job<Part>)
+    if constexpr (is_of_job<Part>)
         return part_of_job<Part>(settings.job);
     else if constexpr (std::is_same_v<Part, RunSettings>)
         return settings.run;
@@ -75,9 +75,9 @@ JobSetting setting(const char* key, const char* flag, const char* form, const ch
     };
     row.read_option = read;
     row.is_required = special.required;
-    row.is_repeatable = k_is_repeatable<Value>;
+    row.is_repeatable = is_repeatable<Value>;
     if (special.add_commands) row.add_commands = special.add_commands;
-    if constexpr (k_is_of_job<Part> &&
+    if constexpr (is_of_job<Part> &&
                   requires(JobCommands & lines, Value value) { add_command(lines, "", value); })
         if (!special.command.empty())
             row.add_commands = [field, name = special.command](const Job& job, JobCommands& commands) {
@@ -146,7 +146,7 @@ void add_jpeg_preview(const Job& job, JobCommands& commands) {
     if (!job.options.jpeg_preview) return;
     std::string folder = *job.options.jpeg_preview;
     if (!folder.ends_with('\\') && !folder.ends_with('/')) folder += '\\';
-    commands.after_start.push_back(command_line(command::k_use_jpeg_output, {folder}));
+    commands.after_start.push_back(command_line(command::use_jpeg_output, {folder}));
 }
 
 std::vector<JobSetting> job_settings() {
@@ -157,29 +157,29 @@ std::vector<JobSetting> job_settings() {
         setting("frames", "--frames", "LIST", "Frames: a comma list of N, A-B and A-BxSTEP", &Job::frames,
                 {.required = true}),
         setting("output", "--output", "NAME", "Output file name (default: the scene's)", &Job::output,
-                {.check = is_named, .command = command::k_output_image_filename}),
+                {.check = is_named, .command = command::output_image_filename}),
         setting("options.frameBase", "--frame-base", "N", "Number added to the frames in file names",
-                &JobOptions::frame_base, {.command = command::k_frame_number_base}),
+                &JobOptions::frame_base, {.command = command::frame_number_base}),
         setting("options.region", "--region", "L,T,R,B", "Part of the image to render, in pixels",
-                &JobOptions::region, {.command = command::k_region_rendering}),
+                &JobOptions::region, {.command = command::region_rendering}),
         region_padding(),
         setting("options.jpegPreview", "--jpeg-preview", "DIR", "Folder for JPEG previews",
                 &JobOptions::jpeg_preview, {.check = is_named, .add_commands = add_jpeg_preview}),
         setting("options.failOnBlack", "--fail-on-black", "PERCENT,THRESHOLD",
                 "Fail frames with so many percent of pixels (0 to 100) below a threshold (0 to 1)",
-                &JobOptions::fail_on_black, {.command = command::k_fail_on_black_frames}),
+                &JobOptions::fail_on_black, {.command = command::fail_on_black_frames}),
         setting("options.ignoreMissing", "--ignore-missing", "KIND,...",
                 "Load on without these: files, uvws, dlls, xrefs", &JobOptions::ignore_missing,
                 {.add_commands = add_ignore_missing}),
         setting("options.restartRenderer", "--restart-renderer", "", "Open the renderer anew for each frame",
-                &JobOptions::restart_renderer, {.command = command::k_restart_renderer_mode}),
+                &JobOptions::restart_renderer, {.command = command::restart_renderer_mode}),
         setting("options.hideFrameBuffer", "--hide-frame-buffer", "", "Don't show the frame-buffer window",
-                &JobOptions::hide_frame_buffer, {.command = command::k_hide_frame_buffer}),
+                &JobOptions::hide_frame_buffer, {.command = command::hide_frame_buffer}),
         setting("options.removePadding", "--remove-padding", "",
                 "Don't number the output file; for a job of one frame", &JobOptions::remove_padding,
-                {.command = command::k_remove_padding}),
+                {.command = command::remove_padding}),
         setting("options.alphaSplit", "--alpha-split", "", "Expect the alpha channel in a file of its own",
-                &JobOptions::alpha_split, {.command = command::k_alpha_split}),
+                &JobOptions::alpha_split, {.command = command::alpha_split}),
         setting("jobInfo", "--job-info", "KEY=VALUE", "What scripts may ask of the job; repeatable",
                 &Job::job_info),
         setting("submitInfo", "--submit-info", "KEY=VALUE",
@@ -235,7 +235,7 @@ std::vector<JobSetting> host_settings() {
 std::vector<JobSetting> make_table() {
     std::vector<JobSetting> table = job_settings();
     for (JobSetting& row : host_settings()) {
-        row.scope = JobSetting::Scope::Hosts;
+        row.scope = JobSetting::Scope::hosts;
         table.push_back(std::move(row));
     }
     return table;

@@ -21,8 +21,8 @@ struct JobSettings {
 /// and commands are all made from the table of these.
 struct JobSetting {
     enum class Scope {
-        Job,   // only where a job is rendered
-        Hosts  // wherever a host is started
+        job,   // only where a job is rendered
+        hosts  // wherever a host is started
     };
 
     std::string key;   // in the job file; options.alphaSplit is alphaSplit in the object options
@@ -31,7 +31,7 @@ struct JobSetting {
     std::string help;
     bool is_required = false;
     bool is_repeatable = false;  // on the command line
-    Scope scope = Scope::Job;
+    Scope scope = Scope::job;
 
     /// Null for a key inside an object that is another setting's value, and read with it.
     std::function<void(const json::Value&, JobSettings&)> read = nullptr;

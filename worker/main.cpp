@@ -14,8 +14,8 @@ namespace {
 
 using namespace corrivane::worker;
 
-constexpr int k_failure_exit_code = 1;
-constexpr int k_stopped_exit_code = 130;  // as shells report a program that ended by Ctrl-C
+constexpr int failure_exit_code = 1;
+constexpr int stopped_exit_code = 130;  // as shells report a program that ended by Ctrl-C
 
 std::size_t terminal_width() {
     winsize size{};
@@ -24,13 +24,13 @@ std::size_t terminal_width() {
 }
 
 const char* stop_text(StopRequest::Level level) {
-    return level == StopRequest::Level::Orderly ? "Stopping; press Ctrl-C again to kill the hosts."
+    return level == StopRequest::Level::orderly ? "Stopping; press Ctrl-C again to kill the hosts."
                                                 : "Killing the hosts.";
 }
 
 int run(const Job& job, const RunSettings& settings) {
     const auto style =
-        ::isatty(STDOUT_FILENO) != 0 ? ProgressView::Style::Terminal : ProgressView::Style::Plain;
+        ::isatty(STDOUT_FILENO) != 0 ? ProgressView::Style::terminal : ProgressView::Style::plain;
     ProgressView view(std::cout, style, job.frames.size(), lane_count(job, settings), terminal_width);
     StopRequest stop;
     const JobReport report = [&] {
@@ -38,8 +38,8 @@ int run(const Job& job, const RunSettings& settings) {
         return run_job(job, settings, stop, view);
     }();
     std::cout << summary_text(report) << std::flush;
-    if (report.stopped) return k_stopped_exit_code;
-    return report.success() ? 0 : k_failure_exit_code;
+    if (report.stopped) return stopped_exit_code;
+    return report.success() ? 0 : failure_exit_code;
 }
 
 int run(const ScriptRun& script, const RunSettings& settings) {
@@ -49,10 +49,10 @@ int run(const ScriptRun& script, const RunSettings& settings) {
     try {
         const bool success =
             run_script(script, settings.host, settings.limits, settings.show_host_output, stop, std::cout);
-        return success ? 0 : k_failure_exit_code;
+        return success ? 0 : failure_exit_code;
     } catch (const Stopped& stopped) {
         std::cout << stopped.what() << '\n';
-        return k_stopped_exit_code;
+        return stopped_exit_code;
     }
 }
 
@@ -62,7 +62,7 @@ int run(const Invocation& invocation) {
                               : run(*invocation.script, invocation.settings);
     } catch (const std::exception& error) {
         std::cerr << "corrivane-worker: " << error.what() << '\n';
-        return k_failure_exit_code;
+        return failure_exit_code;
     }
 }
 
@@ -70,7 +70,7 @@ int run(const Invocation& invocation) {
 int with_output_written(int exit_code) {
     if (std::cout.flush()) return exit_code;
     std::cerr << "corrivane-worker: standard output could not be written\n";
-    return exit_code == 0 ? k_failure_exit_code : exit_code;
+    return exit_code == 0 ? failure_exit_code : exit_code;
 }
 
 }  // namespace

@@ -50,8 +50,8 @@ Command add_render(CLI::App& app) {
 Command add_run(CLI::App& app, std::string& job_file) {
     Command run{app.add_subcommand("run", "Run a job file; options replace what it says"), {}};
     run.app->add_option("job", job_file, "The job file")->required()->type_name("JOB.json");
-    add_settings(run, JobSetting::Scope::Job);
-    add_settings(run, JobSetting::Scope::Hosts);
+    add_settings(run, JobSetting::Scope::job);
+    add_settings(run, JobSetting::Scope::hosts);
     return run;
 }
 
@@ -60,7 +60,7 @@ Command add_script(CLI::App& app, ScriptRun& script) {
     command.app->add_option("file", script.file, "The script file")->required()->type_name("FILE.ms");
     command.app->add_option("--frame", script.frame, "The current frame (default: 0)")->type_name("N");
     command.app->add_flag("--set-time", script.set_time, "Move the scene to the frame's time first");
-    add_settings(command, JobSetting::Scope::Hosts);
+    add_settings(command, JobSetting::Scope::hosts);
     return command;
 }
 
@@ -124,9 +124,9 @@ ParsedCommandLine parse_command_line(int argument_count, const char* const* argu
         app.parse(argument_count, arguments);
     } catch (const CLI::RequiredError& error) {
         app.exit(name_unknown_command(app, error));
-        return {std::nullopt, k_usage_exit_code};
+        return {std::nullopt, usage_exit_code};
     } catch (const CLI::ParseError& error) {
-        return {std::nullopt, app.exit(error) == 0 ? 0 : k_usage_exit_code};
+        return {std::nullopt, app.exit(error) == 0 ? 0 : usage_exit_code};
     }
     try {
         const Command& command =
@@ -134,7 +134,7 @@ ParsedCommandLine parse_command_line(int argument_count, const char* const* argu
         return {make_invocation(command, job_file, script), 0};
     } catch (const std::exception& error) {
         std::cerr << "corrivane-worker: " << error.what() << '\n';
-        return {std::nullopt, k_usage_exit_code};
+        return {std::nullopt, usage_exit_code};
     }
 }
 

@@ -24,7 +24,7 @@ struct ParsedCommandLine {
 };
 
 /// The exit code for a wrong command line or job file.
-inline constexpr int k_usage_exit_code = 2;
+inline constexpr int usage_exit_code = 2;
 
 /// Reads the command line, and the job file that it names. Also sets the process's drive map to what the
 /// hosts will use, so that their paths can be found here.

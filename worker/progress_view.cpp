@@ -8,11 +8,11 @@
 namespace corrivane::worker {
 namespace {
 
-constexpr std::size_t k_bar_width = 20;
+constexpr std::size_t bar_width = 20;
 
 std::string bar(double fraction) {
-    const auto filled = static_cast<std::size_t>(std::floor(fraction * k_bar_width));
-    return '[' + std::string(filled, '#') + std::string(k_bar_width - filled, '-') + ']';
+    const auto filled = static_cast<std::size_t>(std::floor(fraction * bar_width));
+    return '[' + std::string(filled, '#') + std::string(bar_width - filled, '-') + ']';
 }
 
 std::string percentage(double fraction) {
@@ -37,7 +37,7 @@ std::string time_left_text(const JobProgress& progress) {
 
 std::string outcome_text(const FrameOutcome& outcome) {
     const std::string frame = "frame " + std::to_string(outcome.frame);
-    if (outcome.status == FrameOutcome::Status::Failed)
+    if (outcome.status == FrameOutcome::Status::failed)
         return frame + " failed after " + format_seconds(outcome.time);
     const std::string text = frame + " done in " + format_seconds(outcome.time);
     if (!outcome.files) return text + ", its files are not known";
@@ -103,11 +103,11 @@ void ProgressView::finish_frame(std::size_t lane, const FrameOutcome& outcome) {
     ++m_progress.finished;
     m_progress.time_of_finished += outcome.time;
     erase_line();
-    const bool failed = outcome.status == FrameOutcome::Status::Failed;
-    if (m_style == Style::Plain)
+    const bool failed = outcome.status == FrameOutcome::Status::failed;
+    if (m_style == Style::plain)
         m_out << '[' << frames_of(m_progress.finished, m_progress.total) << ", " << time_left_text(m_progress)
               << "] ";
-    if (m_style == Style::Plain || failed) m_out << outcome_text(outcome) << '\n';
+    if (m_style == Style::plain || failed) m_out << outcome_text(outcome) << '\n';
     if (failed) print_lines("    ", outcome.error);
     draw_line();
     m_out.flush();
@@ -144,7 +144,7 @@ void ProgressView::erase_line() {
 }
 
 void ProgressView::draw_line() {
-    if (m_style == Style::Plain || m_closed) return;
+    if (m_style == Style::plain || m_closed) return;
     // The last column stays free: a line that fills it would make some terminals go on to the next one.
     m_out << '\r' << progress_line(m_progress, std::max<std::size_t>(m_width(), 2) - 1) << "\x1b[K";
     m_out.flush();

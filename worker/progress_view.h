@@ -43,7 +43,7 @@ std::string progress_line(const JobProgress& progress, std::size_t width);
 /// both failures in full and what scripts log. May be used by several threads.
 class ProgressView {
 public:
-    enum class Style { Terminal, Plain };
+    enum class Style { terminal, plain };
 
     /// `out` stays in use and is written to by nobody else meanwhile. `width` is asked for the
     /// terminal's columns.

@@ -9,11 +9,11 @@
 namespace corrivane::worker {
 namespace {
 
-constexpr std::chrono::milliseconds k_patience{10000};
+constexpr std::chrono::milliseconds patience{10000};
 /// A host that failed gets only the time to write its last words.
-constexpr std::chrono::milliseconds k_patience_after_failure{1000};
+constexpr std::chrono::milliseconds patience_after_failure{1000};
 /// A host that finds fault without end fills no memory.
-constexpr std::size_t k_max_log_entries = 200;
+constexpr std::size_t max_log_entries = 200;
 
 /// 128 random bits in hexadecimal digits, so that no other program of this machine passes for the host.
 std::string make_token() {
@@ -66,7 +66,7 @@ RunningHost::RunningHost(const HostSettings& settings, const Job& job, SessionOb
 
 void RunningHost::note_log_entry(std::string_view line) {
     const bool is_entry = line.starts_with("[error] ") || line.starts_with("[warning] ");
-    if (is_entry && m_log_entries.size() < k_max_log_entries) m_log_entries.emplace_back(line);
+    if (is_entry && m_log_entries.size() < max_log_entries) m_log_entries.emplace_back(line);
 }
 
 std::vector<std::string> RunningHost::take_log_entries() {
@@ -76,12 +76,12 @@ std::vector<std::string> RunningHost::take_log_entries() {
 
 void RunningHost::end() {
     m_connection.close();
-    m_process.end(k_patience, m_stop);
+    m_process.end(patience, m_stop);
 }
 
 std::string RunningHost::end_after(const std::string& reason) {
     m_connection.close();
-    std::string report = reason + "; it " + m_process.end(k_patience_after_failure, m_stop);
+    std::string report = reason + "; it " + m_process.end(patience_after_failure, m_stop);
     const std::string output = m_process.last_output();
     if (!output.empty()) report += "\nlast output of the host:\n" + output;
     return report;

@@ -79,15 +79,15 @@ struct MissingKind {
     std::string_view command;
 };
 
-constexpr MissingKind k_missing_kinds[] = {
-    {"files", &IgnoreMissing::files, command::k_ignore_missing_external_files},
-    {"uvws", &IgnoreMissing::uvws, command::k_ignore_missing_uvws},
-    {"dlls", &IgnoreMissing::dlls, command::k_ignore_missing_dlls},
-    {"xrefs", &IgnoreMissing::xrefs, command::k_ignore_missing_xrefs},
+constexpr MissingKind missing_kinds[] = {
+    {"files", &IgnoreMissing::files, command::ignore_missing_external_files},
+    {"uvws", &IgnoreMissing::uvws, command::ignore_missing_uvws},
+    {"dlls", &IgnoreMissing::dlls, command::ignore_missing_dlls},
+    {"xrefs", &IgnoreMissing::xrefs, command::ignore_missing_xrefs},
 };
 
 bool set_ignore_missing(IgnoreMissing& ignore, std::string_view name) {
-    for (const MissingKind& kind : k_missing_kinds)
+    for (const MissingKind& kind : missing_kinds)
         if (name == kind.name) return ignore.*kind.field = true;
     return false;
 }
@@ -304,7 +304,7 @@ std::vector<std::string> command_parameters(const BlackFrameCheck& value) {
 
 std::vector<std::string> ignore_missing_commands(const IgnoreMissing& value) {
     std::vector<std::string> lines;
-    for (const MissingKind& kind : k_missing_kinds)
+    for (const MissingKind& kind : missing_kinds)
         if (value.*kind.field) lines.push_back(command_line(kind.command));
     return lines;
 }

@@ -72,13 +72,13 @@ void read_value(const Source& source, std::optional<Value>& value) {
 
 /// Whether an option of this type may stand on the command line several times.
 template <typename Value>
-inline constexpr bool k_is_repeatable = false;
+inline constexpr bool is_repeatable = false;
 template <>
-inline constexpr bool k_is_repeatable<std::vector<std::string>> = true;
+inline constexpr bool is_repeatable<std::vector<std::string>> = true;
 template <>
-inline constexpr bool k_is_repeatable<IgnoreMissing> = true;
+inline constexpr bool is_repeatable<IgnoreMissing> = true;
 template <typename Key, typename Entry>
-inline constexpr bool k_is_repeatable<std::map<Key, Entry>> = true;
+inline constexpr bool is_repeatable<std::map<Key, Entry>> = true;
 
 /// The parameters of the command that tells the plug-in a value.
 std::vector<std::string> command_parameters(int value);

@@ -19,8 +19,8 @@ FileDescriptor make_event() {
 StopRequest::StopRequest() : m_orderly(make_event()), m_immediate(make_event()) {}
 
 void StopRequest::raise() {
-    const bool first = m_level == Level::None;
-    m_level = first ? Level::Orderly : Level::Immediate;
+    const bool first = m_level == Level::none;
+    m_level = first ? Level::orderly : Level::immediate;
     ::eventfd_write(first ? m_orderly.get() : m_immediate.get(), 1);
 }
 

@@ -11,9 +11,9 @@ namespace corrivane::worker {
 class StopRequest {
 public:
     enum class Level {
-        None,
-        Orderly,   // end the running frames, then the jobs, then the hosts
-        Immediate  // kill the hosts
+        none,
+        orderly,   // end the running frames, then the jobs, then the hosts
+        immediate  // kill the hosts
     };
 
     /// Throws std::system_error.
@@ -23,12 +23,12 @@ public:
     void raise();
 
     Level level() const { return m_level; }
-    bool requested() const { return m_level != Level::None; }
+    bool requested() const { return m_level != Level::none; }
     int orderly_fd() const { return m_orderly.get(); }
     int immediate_fd() const { return m_immediate.get(); }
 
 private:
-    std::atomic<Level> m_level = Level::None;
+    std::atomic<Level> m_level = Level::none;
     FileDescriptor m_orderly;
     FileDescriptor m_immediate;
 };

@@ -17,18 +17,18 @@ constexpr int handshake_timeout_ms = 1000;
 constexpr int command_poll_ms = 200;
 
 std::string greeting() {
-    return std::string(corrivane::k_greeting_prefix) + plugin_version + " " +
+    return std::string(corrivane::greeting_prefix) + plugin_version + " " +
            make_build_stamp(__DATE__, __TIME__);
 }
 
 void shake_hands(const std::string& token) {
     session_socket.send(token);
     const std::string word = session_socket.receive(handshake_timeout_ms);
-    if (word == corrivane::k_handshake_word) {
+    if (word == corrivane::handshake_word) {
         session_socket.send(greeting());
         return;
     }
-    session_socket.send(greeting().append(corrivane::k_incompatible_note));
+    session_socket.send(greeting().append(corrivane::incompatible_note));
     throw std::runtime_error("Incorrect handshake with Quillane plugin.");
 }
 

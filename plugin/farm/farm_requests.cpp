@@ -38,8 +38,8 @@ std::string ask_for_value(const char* operation, simple_socket& socket, const st
                           const std::string& not_found) {
     pump_messages();
     const std::string reply = exchange_for(operation, [&] { return ask(socket, text); });
-    if (!reply.starts_with(corrivane::reply::k_success_value)) throw std::invalid_argument(not_found);
-    return reply.substr(corrivane::reply::k_success_value.size());
+    if (!reply.starts_with(corrivane::reply::success_value)) throw std::invalid_argument(not_found);
+    return reply.substr(corrivane::reply::success_value.size());
 }
 
 std::string no_such_key(const std::string& key) {
@@ -50,44 +50,44 @@ std::string no_such_key(const std::string& key) {
 
 void JobState::SetTitle(const std::string& title, simple_socket& socket) {
     pump_messages();
-    exchange_for("SetTitle", [&] { socket.send(request::text(request::k_set_title, title)); });
+    exchange_for("SetTitle", [&] { socket.send(request::text(request::set_title, title)); });
 }
 
 void JobState::LogMessage(const std::string& text, simple_socket& socket) {
-    exchange_for("LogMessage", [&] { socket.send(request::text(request::k_stdout, text)); });
+    exchange_for("LogMessage", [&] { socket.send(request::text(request::log_line, text)); });
 }
 
 bool JobState::SetProgress(float percent, simple_socket& socket) {
     pump_messages();
-    const std::string text = request::text(request::k_progress, float_text(percent));
-    return exchange_for("SetProgress", [&] { return ask(socket, text); }) == corrivane::k_continue;
+    const std::string text = request::text(request::progress, float_text(percent));
+    return exchange_for("SetProgress", [&] { return ask(socket, text); }) == corrivane::continue_word;
 }
 
 std::string JobState::GetJobInfoEntry(const std::string& key, simple_socket& socket) {
-    return ask_for_value("GetJobInfoEntry", socket, request::text(request::k_get_job_info_entry, key),
+    return ask_for_value("GetJobInfoEntry", socket, request::text(request::get_job_info_entry, key),
                          no_such_key(key));
 }
 
 std::string JobState::GetSubmitInfoEntry(const std::string& key, simple_socket& socket) {
-    return ask_for_value("GetSubmitInfoEntry", socket, request::text(request::k_get_submit_info_entry, key),
+    return ask_for_value("GetSubmitInfoEntry", socket, request::text(request::get_submit_info_entry, key),
                          no_such_key(key));
 }
 
 int JobState::GetSubmitInfoEntryElementCount(const std::string& key, simple_socket& socket) {
     return boost::lexical_cast<int>(
         ask_for_value("GetSubmitInfoEntryElementCount", socket,
-                      request::text(request::k_get_submit_info_entry_element_count, key), no_such_key(key)));
+                      request::text(request::get_submit_info_entry_element_count, key), no_such_key(key)));
 }
 
 std::string JobState::GetSubmitInfoEntryElement(int index, const std::string& key, simple_socket& socket) {
     return ask_for_value(
         "GetSubmitInfoEntryElement", socket,
-        request::text(request::k_get_submit_info_entry_element, std::to_string(index) + "," + key),
+        request::text(request::get_submit_info_entry_element, std::to_string(index) + "," + key),
         no_such_key(key));
 }
 
 std::string JobState::GetAuxFilename(int index, simple_socket& socket) {
     return ask_for_value("GetAuxFilename", socket,
-                         request::text(request::k_get_aux_file, std::to_string(index)),
+                         request::text(request::get_aux_file, std::to_string(index)),
                          "Aux file requested doesn't exist");
 }

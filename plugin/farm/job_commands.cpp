@@ -62,11 +62,11 @@ void render_task(Command& command) {
     command.job.currentFrame = *frame;
     if (!command.job.jobRunning) return command.reply_error("RenderTask: Called without being in a job.");
 
-    command.reply(reply::k_started);
+    command.reply(reply::started);
     if (render_and_report_errors(command) == 0)
-        command.reply(reply::k_success);
+        command.reply(reply::success);
     else
-        command.reply(reply::k_frame_failed);
+        command.reply(reply::frame_failed);
 }
 
 void start_job(Command& command) {
@@ -78,11 +78,11 @@ void start_job(Command& command) {
     });
     // The description follows an error too: the worker tells a failure by the error reply in front of it.
     connect_log.entry("Sending success");
-    command.reply(std::string(reply::k_success_description) + command.job.DescribeOutput());
+    command.reply(std::string(reply::success_description) + command.job.DescribeOutput());
 }
 
 void end_job(Command& command) {
     run_and_report_errors(command,
                           [&command](std::string& error_text) { command.job.CallEndJob(error_text); });
-    command.reply(reply::k_success);
+    command.reply(reply::success);
 }

@@ -45,28 +45,28 @@ bool means_success(Value* value) {
 
 void execute_script(Command& command) {
     if (!accept_script_command(command)) return;
-    const bool sets_time = command.parameter_count() >= 3 && command.parameter(3) == corrivane::k_set_time;
-    command.reply(reply::k_started);
+    const bool sets_time = command.parameter_count() >= 3 && command.parameter(3) == corrivane::set_time;
+    command.reply(reply::started);
     if (sets_time) set_scene_time(command.job.currentFrame);
     const std::string& path = command.parameter(2);
     connect_log.entry("Executing script ", path);
     Value* value = quorvel::max3d::execute_maxscript_file(path);
     connect_log.entry("Done Executing script ", path);
     if (means_success(value))
-        command.reply(reply::k_success);
+        command.reply(reply::success);
     else
         command.reply_error("Script did not return success: " + maxscript_value_text(value));
 }
 
 void execute_string_script(Command& command) {
     if (!accept_script_command(command)) return;
-    command.reply(reply::k_started);
+    command.reply(reply::started);
     connect_log.entry("Executing script... ");
     Value* value = quorvel::max3d::execute_maxscript_string(command.parameter(2));
     connect_log.entry("... Done Executing script ");
     if (value->is(String_class)) {
         const char* text = value->to_string();
-        command.reply(std::string(reply::k_success_value).append(text == nullptr ? "" : text));
+        command.reply(std::string(reply::success_value).append(text == nullptr ? "" : text));
     } else {
         command.reply_error("Script did not return a string: " + maxscript_value_text(value));
     }

@@ -39,7 +39,7 @@ void report_current_exception() {
     } catch (MAXScriptException& error) {
         const std::string description = quorvel::max3d::maxscript_exception_text(error);
         report_failure("Maxscript exception caught: " + description,
-                       std::string(corrivane::reply::k_maxscript_error) + description);
+                       std::string(corrivane::reply::maxscript_error) + description);
     } catch (...) {
         report_failure("Unknown exception caught",
                        "ERROR: Unknown exception caught. (3ds max may have crashed)");

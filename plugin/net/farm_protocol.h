@@ -9,80 +9,80 @@
 namespace corrivane {
 
 /// What a frame may hold. The sender counts its 4 length bytes against the limit, the receiver does not.
-inline constexpr std::size_t k_max_sent_payload = 99996;
-inline constexpr std::size_t k_max_received_payload = 100000;
+inline constexpr std::size_t max_sent_payload = 99996;
+inline constexpr std::size_t max_received_payload = 100000;
 
 /// The worker's answer to the plug-in's token; the plug-in's greeting (its version) follows.
-inline constexpr std::string_view k_handshake_word = "QuillaneStartup";
+inline constexpr std::string_view handshake_word = "QuillaneStartup";
 /// How the greeting begins: the version and the build stamp follow, separated by single blanks.
-inline constexpr std::string_view k_greeting_prefix = "Corrivane ";
+inline constexpr std::string_view greeting_prefix = "Corrivane ";
 /// What ends the greeting when the handshake word was a wrong one.
-inline constexpr std::string_view k_incompatible_note = "   Incompatible plugin versions detected, exiting.";
+inline constexpr std::string_view incompatible_note = "   Incompatible plugin versions detected, exiting.";
 
 /// Replies of the plug-in to a command.
 namespace reply {
-inline constexpr std::string_view k_started = "STARTED";
-inline constexpr std::string_view k_success = "SUCCESS";
+inline constexpr std::string_view started = "STARTED";
+inline constexpr std::string_view success = "SUCCESS";
 /// StartJob: the description of the output follows.
-inline constexpr std::string_view k_success_description = "SUCCESS ";
+inline constexpr std::string_view success_description = "SUCCESS ";
 /// ExecuteStringScript: the script's text follows. Also the worker's answer to a value request: the
 /// value follows.
-inline constexpr std::string_view k_success_value = "SUCCESS: ";
-inline constexpr std::string_view k_error = "ERROR: ";
+inline constexpr std::string_view success_value = "SUCCESS: ";
+inline constexpr std::string_view error = "ERROR: ";
 /// The one error whose text follows without a blank.
-inline constexpr std::string_view k_maxscript_error = "ERROR: Maxscript exception:";
+inline constexpr std::string_view maxscript_error = "ERROR: Maxscript exception:";
 /// RenderTask's last word on a frame that failed, whatever error came before it.
-inline constexpr std::string_view k_frame_failed = "ERROR: Failed to save file.";
+inline constexpr std::string_view frame_failed = "ERROR: Failed to save file.";
 }  // namespace reply
 
 /// What lets a render go on, in answer to a PROGRESS request. Any other answer stops it.
-inline constexpr std::string_view k_continue = "CONTINUE";
+inline constexpr std::string_view continue_word = "CONTINUE";
 
 /// Requests of the plug-in to the worker while a command runs. The argument follows the prefix as it is: a
 /// text, a key, an index, or for an element the index, a comma and the key.
 namespace request {
-inline constexpr std::string_view k_prefix = "FUNCTION: ";
-inline constexpr std::string_view k_set_title = "FUNCTION: SETTITLE ";
-inline constexpr std::string_view k_stdout = "FUNCTION: STDOUT: ";
-inline constexpr std::string_view k_progress = "FUNCTION: PROGRESS ";
+inline constexpr std::string_view prefix = "FUNCTION: ";
+inline constexpr std::string_view set_title = "FUNCTION: SETTITLE ";
+inline constexpr std::string_view log_line = "FUNCTION: STDOUT: ";
+inline constexpr std::string_view progress = "FUNCTION: PROGRESS ";
 /// A render whose progress is not known, or not known yet.
-inline constexpr std::string_view k_progress_unknown = "FUNCTION: PROGRESS -1";
-inline constexpr std::string_view k_get_job_info_entry = "FUNCTION: GETJOBINFOENTRY ";
-inline constexpr std::string_view k_get_submit_info_entry = "FUNCTION: GETSUBMITINFOENTRY ";
-inline constexpr std::string_view k_get_submit_info_entry_element_count =
+inline constexpr std::string_view progress_unknown = "FUNCTION: PROGRESS -1";
+inline constexpr std::string_view get_job_info_entry = "FUNCTION: GETJOBINFOENTRY ";
+inline constexpr std::string_view get_submit_info_entry = "FUNCTION: GETSUBMITINFOENTRY ";
+inline constexpr std::string_view get_submit_info_entry_element_count =
     "FUNCTION: GETSUBMITINFOENTRYELEMENTCOUNT ";
-inline constexpr std::string_view k_get_submit_info_entry_element = "FUNCTION: GETSUBMITINFOENTRYELEMENT ";
-inline constexpr std::string_view k_get_aux_file = "FUNCTION: GETAUXFILE ";
+inline constexpr std::string_view get_submit_info_entry_element = "FUNCTION: GETSUBMITINFOENTRYELEMENT ";
+inline constexpr std::string_view get_aux_file = "FUNCTION: GETAUXFILE ";
 
 /// A request with its argument.
-inline std::string text(std::string_view prefix, const std::string& argument) {
-    return std::string(prefix).append(argument);
+inline std::string text(std::string_view request_prefix, const std::string& argument) {
+    return std::string(request_prefix).append(argument);
 }
 }  // namespace request
 
 /// Names of the worker's commands: the first field of a command line.
 namespace command {
-inline constexpr std::string_view k_render_task = "RenderTask";
-inline constexpr std::string_view k_start_job = "StartJob";
-inline constexpr std::string_view k_end_job = "EndJob";
-inline constexpr std::string_view k_frame_number_base = "FrameNumberBase";
-inline constexpr std::string_view k_region_rendering = "RegionRendering";
-inline constexpr std::string_view k_use_jpeg_output = "UseJpegOutput";
-inline constexpr std::string_view k_fail_on_black_frames = "FailOnBlackFrames";
-inline constexpr std::string_view k_execute_script = "ExecuteScript";
-inline constexpr std::string_view k_execute_string_script = "ExecuteStringScript";
-inline constexpr std::string_view k_output_image_filename = "OutputImageFilename";
-inline constexpr std::string_view k_restart_renderer_mode = "RestartRendererMode";
-inline constexpr std::string_view k_hide_frame_buffer = "HideFrameBuffer";
-inline constexpr std::string_view k_ignore_missing_external_files = "IgnoreMissingExternalFiles";
-inline constexpr std::string_view k_ignore_missing_uvws = "IgnoreMissingUVWs";
-inline constexpr std::string_view k_ignore_missing_dlls = "IgnoreMissingDLLs";
-inline constexpr std::string_view k_ignore_missing_xrefs = "IgnoreMissingXREFs";
-inline constexpr std::string_view k_remove_padding = "RemovePadding";
-inline constexpr std::string_view k_alpha_split = "AlphaSplit";
+inline constexpr std::string_view render_task = "RenderTask";
+inline constexpr std::string_view start_job = "StartJob";
+inline constexpr std::string_view end_job = "EndJob";
+inline constexpr std::string_view frame_number_base = "FrameNumberBase";
+inline constexpr std::string_view region_rendering = "RegionRendering";
+inline constexpr std::string_view use_jpeg_output = "UseJpegOutput";
+inline constexpr std::string_view fail_on_black_frames = "FailOnBlackFrames";
+inline constexpr std::string_view execute_script = "ExecuteScript";
+inline constexpr std::string_view execute_string_script = "ExecuteStringScript";
+inline constexpr std::string_view output_image_filename = "OutputImageFilename";
+inline constexpr std::string_view restart_renderer_mode = "RestartRendererMode";
+inline constexpr std::string_view hide_frame_buffer = "HideFrameBuffer";
+inline constexpr std::string_view ignore_missing_external_files = "IgnoreMissingExternalFiles";
+inline constexpr std::string_view ignore_missing_uvws = "IgnoreMissingUVWs";
+inline constexpr std::string_view ignore_missing_dlls = "IgnoreMissingDLLs";
+inline constexpr std::string_view ignore_missing_xrefs = "IgnoreMissingXREFs";
+inline constexpr std::string_view remove_padding = "RemovePadding";
+inline constexpr std::string_view alpha_split = "AlphaSplit";
 }  // namespace command
 
 /// ExecuteScript's third parameter when the scene is to be moved to the frame's time first.
-inline constexpr std::string_view k_set_time = "setTime";
+inline constexpr std::string_view set_time = "setTime";
 
 }  // namespace corrivane

@@ -92,7 +92,7 @@ int CorrivaneRenderCallback::report(float percentage) {
         ++missed;
         const std::string reply = socket.receive(reply_timeout_ms);
         timeoutCount = 0;
-        if (reply == corrivane::k_continue) return go_on;
+        if (reply == corrivane::continue_word) return go_on;
         connect_log.entry("response: ", reply);
         return stop;
     } catch (const simple_socket_error& error) {
@@ -108,15 +108,15 @@ int CorrivaneRenderCallback::report(float percentage) {
 void CorrivaneRenderCallback::send_progress(float percentage) {
     namespace request = corrivane::request;
     if (!(percentage > 0)) {
-        socket.send(std::string(request::k_progress_unknown));
+        socket.send(std::string(request::progress_unknown));
         return;
     }
     char shown[64];
     std::snprintf(shown, sizeof shown, "%.1f", static_cast<double>(percentage));
-    socket.send(request::text(request::k_set_title, titlePrefix + title + " - " + shown + "%"));
+    socket.send(request::text(request::set_title, titlePrefix + title + " - " + shown + "%"));
     if (is_rendering_title(title))
         socket.send(
-            request::text(request::k_progress, float_text(progressScale * percentage + progressOffset)));
+            request::text(request::progress, float_text(progressScale * percentage + progressOffset)));
     else
-        socket.send(std::string(request::k_progress_unknown));
+        socket.send(std::string(request::progress_unknown));
 }

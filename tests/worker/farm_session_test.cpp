@@ -15,8 +15,8 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-constexpr const char* k_greeting = "Corrivane 2.7.29981 Oct 29 2007 07:16:22 R";
-constexpr const char* k_failed = "ERROR: Failed to save file.";
+constexpr const char* plugin_greeting = "Corrivane 2.7.29981 Oct 29 2007 07:16:22 R";
+constexpr const char* failed = "ERROR: Failed to save file.";
 
 /// The plug-in's end of the wire, which says and expects what a test tells it. A script sends nothing that
 /// may come after the worker has hung up.
@@ -31,7 +31,7 @@ public:
         for (const std::string& message : messages)
             send(message);
     }
-    void greet(const std::string& greeting = k_greeting) {
+    void greet(const std::string& greeting = plugin_greeting) {
         send("token");
         expect("QuillaneStartup");
         send(greeting);
@@ -77,7 +77,7 @@ public:
             script(peer);
         });
         connection.accept("token", deadline_in(10s));
-        EXPECT_EQ(session.handshake(), k_greeting);
+        EXPECT_EQ(session.handshake(), plugin_greeting);
     }
 
     Job job;
@@ -107,9 +107,9 @@ TEST(FarmSession, ErrorsOfAFrameAreReadToTheLastReply) {
         bool hangs_up;  // after them
         std::string error;
     } cases[] = {
-        {{"STARTED", k_failed}, false, "Failed to save file."},
-        {{"STARTED", "ERROR: no memory", k_failed}, false, "no memory"},
-        {{"STARTED", "ERROR: thrown", "ERROR: fault\nreport", k_failed}, false, "thrown\nfault\nreport"},
+        {{"STARTED", failed}, false, "Failed to save file."},
+        {{"STARTED", "ERROR: no memory", failed}, false, "no memory"},
+        {{"STARTED", "ERROR: thrown", "ERROR: fault\nreport", failed}, false, "thrown\nfault\nreport"},
         {{"ERROR: RenderTask: Called outside."}, false, "RenderTask: Called outside."},
         {{"STARTED", "ERROR: SEH exception: fault\nreport"}, true, "SEH exception: fault\nreport"},
     };
@@ -232,11 +232,11 @@ TEST(FarmSession, OnlyThePeerWithTheTokenIsLetIn) {
             const auto begin = Clock::now();
             host.expect("QuillaneStartup");
             EXPECT_LT(Clock::now() - begin, 1s) << "the plug-in would have given up";
-            host.send(k_greeting);
+            host.send(plugin_greeting);
             host.expect_end();
         });
         farm.connection.accept("token", deadline_in(10s));
-        EXPECT_EQ(farm.session.handshake(), k_greeting);
+        EXPECT_EQ(farm.session.handshake(), plugin_greeting);
     }
 }
 

@@ -37,7 +37,7 @@ protected:
         std::filesystem::remove(folder / "trace");
         settings.host.library = behaviour;
         settings.host.network = folder.path();
-        ProgressView view(out, ProgressView::Style::Plain, job.frames.size(), lane_count(job, settings));
+        ProgressView view(out, ProgressView::Style::plain, job.frames.size(), lane_count(job, settings));
         JobReport report = run_job(job, settings, StopRequest(), view);
         for (const std::string& line : trace())
             if (line.starts_with("host ")) {
@@ -130,7 +130,7 @@ TEST_F(JobRunTest, FramesFailWithTheirReasonAndTheJobGoesOn) {
     };
     for (const auto& entry : cases) {
         const JobReport report = run(entry.behaviour + "@2");
-        EXPECT_THAT(statuses(report), ElementsAre(Status::Done, Status::Failed, Status::Done)) << out.str();
+        EXPECT_THAT(statuses(report), ElementsAre(Status::done, Status::failed, Status::done)) << out.str();
         EXPECT_THAT(report.frames[1].error, AllOf(HasSubstr(entry.reason), Not(HasSubstr("LoadFromFile"))));
         EXPECT_EQ(count("RenderTask,2"), entry.attempts) << entry.behaviour;
         EXPECT_EQ(count_hosts(), entry.hosts) << entry.behaviour;
@@ -166,7 +166,7 @@ TEST_F(JobRunTest, AStartThatFailsEndsTheJobWithItsReason) {
     };
     for (const auto& entry : cases) {
         const JobReport report = run(entry.behaviour);
-        EXPECT_THAT(statuses(report), Each(Status::NotRendered));
+        EXPECT_THAT(statuses(report), Each(Status::not_rendered));
         EXPECT_THAT(report.problems, ElementsAre(HasSubstr(entry.reason))) << out.str();
         EXPECT_EQ(count_hosts(), entry.hosts) << entry.behaviour;
     }
@@ -192,7 +192,7 @@ TEST_F(JobRunTest, AFailedPostScriptIsAProblemOfTheJob) {
     };
     for (const auto& entry : cases) {
         const JobReport report = run(entry.behaviour);
-        EXPECT_THAT(statuses(report), Each(Status::Done));
+        EXPECT_THAT(statuses(report), Each(Status::done));
         EXPECT_THAT(report.problems, ElementsAre(std::string("The post script failed: ") + entry.reason));
         EXPECT_EQ(count("EndJob"), entry.ended_jobs) << entry.behaviour;
         EXPECT_THAT(out.str(), Not(HasSubstr("failed at the end of the job")));
@@ -220,10 +220,10 @@ TEST_F(JobRunTest, AFrameWithoutFilesPassesTheCheckUnlessItsFileIsEmpty) {
         Status status;
         std::string output;
     } cases[] = {
-        {"skip", std::nullopt, Status::Done, "no file written (skipped, or the scene saves none)"},
-        {"skip", "pixels", Status::Done, "no file written (skipped, or the scene saves none)"},
-        {"skip", "", Status::Failed, "out0102.png\" is empty"},
-        {"die-at-files", "", Status::Done, ", its files are not known\n"},  // where nobody checks
+        {"skip", std::nullopt, Status::done, "no file written (skipped, or the scene saves none)"},
+        {"skip", "pixels", Status::done, "no file written (skipped, or the scene saves none)"},
+        {"skip", "", Status::failed, "out0102.png\" is empty"},
+        {"die-at-files", "", Status::done, ", its files are not known\n"},  // where nobody checks
     };
     job.frames = {2};
     job.options.frame_base = 100;

@@ -32,7 +32,7 @@ ParsedCommandLine parse(const std::string& command_line) {
     return parse_command_line(static_cast<int>(arguments.size()), arguments.data());
 }
 
-constexpr const char* k_whole_file = R"({
+constexpr const char* whole_file = R"({
     "scene": "a,b.gltf", "camera": "Camera01", "frames": "-3", "output": "C:\\out\\b.png",
     "options": {
         "frameBase": -7, "region": {"left": -1, "top": 2, "right": 30, "bottom": 40, "padding": 8},
@@ -46,7 +46,7 @@ constexpr const char* k_whole_file = R"({
     "host": "my-host", "drives": {"C": "here", "d": "there"}, "network": "net", "library": "x.dlx",
     "startTimeout": 5, "frameTimeout": 0, "showListener": true})";
 
-constexpr const char* k_whole_command_line =
+constexpr const char* whole_command_line =
     "render a,b.gltf --camera Camera01 --frames -3 --output C:\\out\\b.png --frame-base -7 "
     "--region -1,2,30,40 --region-padding 8 --jpeg-preview C:\\previews --fail-on-black 95,0.5 "
     "--ignore-missing files,dlls --ignore-missing uvws,xrefs --restart-renderer --hide-frame-buffer "
@@ -89,10 +89,10 @@ void expect_whole_run(const RunSettings& run) {
 }
 
 TEST(JobSettings, AFileAndACommandLineCanSayTheSame) {
-    const JobSettings file = parse_job(k_whole_file, "job.json");
+    const JobSettings file = parse_job(whole_file, "job.json");
     expect_whole_job(file.job);
     expect_whole_run(file.run);
-    const auto parsed = parse(k_whole_command_line);
+    const auto parsed = parse(whole_command_line);
     ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
     expect_whole_job(*parsed.invocation->job);
     expect_whole_run(parsed.invocation->settings);
@@ -113,7 +113,7 @@ TEST(JobSettings, PreviewsGetASeparatorWhereTheirFolderHasNone) {
 
 TEST(JobSettings, OptionsReplaceWhatTheFileSaysAndNoMore) {
     const test::TemporaryFolder folder;
-    test::write_file(folder / "job.json", k_whole_file);
+    test::write_file(folder / "job.json", whole_file);
     const auto parsed =
         parse("run " + (folder / "job.json") +
               " --frames 9 --frame-base 6 --region-padding 1 --ignore-missing files --alpha-split=false "
@@ -180,7 +180,7 @@ TEST(JobSettings, WrongCommandLinesAreExplained) {
         const auto parsed = parse(entry.command_line);
         EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(entry.reason));
         EXPECT_FALSE(parsed.invocation) << entry.reason;
-        EXPECT_EQ(parsed.exit_code, k_usage_exit_code) << entry.reason;
+        EXPECT_EQ(parsed.exit_code, usage_exit_code) << entry.reason;
     }
 }
 

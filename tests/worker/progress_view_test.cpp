@@ -34,14 +34,14 @@ TEST(ProgressText, ShowsBarFramesTitlesAndTimeLeft) {
 
 TEST(ProgressView, PlainOutputHasOneLineAFrameAndErrorsInFull) {
     std::ostringstream out;
-    ProgressView view(out, ProgressView::Style::Plain, 2, 1);
+    ProgressView view(out, ProgressView::Style::plain, 2, 1);
     view.begin_frame(0, 1);
     view.set_title(0, "Rendering");
     view.set_percent(0, 50);
-    view.finish_frame(0, {1, Status::Done, "", Files{"C:\\out\\a.png", "C:\\out\\b.png"}, 1500ms});
+    view.finish_frame(0, {1, Status::done, "", Files{"C:\\out\\a.png", "C:\\out\\b.png"}, 1500ms});
     view.log("script: ", "a\n\x1b[2Jb\tc\r\n");
     view.begin_frame(0, 2);
-    view.finish_frame(0, {2, Status::Failed, "trapped\nreport", {}, 500ms});
+    view.finish_frame(0, {2, Status::failed, "trapped\nreport", {}, 500ms});
     view.close();
     EXPECT_EQ(out.str(),
               "[1/2, 0:02 left] frame 1 done in 1.50 s: C:\\out\\a.png, C:\\out\\b.png\n"
@@ -54,7 +54,7 @@ TEST(ProgressView, PlainOutputHasOneLineAFrameAndErrorsInFull) {
 
 TEST(ProgressView, OnATerminalLinesNeverMixWithTheBar) {
     std::ostringstream out;
-    ProgressView view(out, ProgressView::Style::Terminal, 2, 1, [] { return std::size_t{32}; });
+    ProgressView view(out, ProgressView::Style::terminal, 2, 1, [] { return std::size_t{32}; });
     view.begin_frame(0, 1);
     view.set_title(0, "\x1b]evil\a");
     view.set_percent(0, 50);
@@ -64,7 +64,7 @@ TEST(ProgressView, OnATerminalLinesNeverMixWithTheBar) {
     view.log("", "hello");
     EXPECT_EQ(out.str(), "\r\x1b[Khello\n" + bar);
     out.str("");
-    view.finish_frame(0, {1, Status::Done, "", {}, 1s});
+    view.finish_frame(0, {1, Status::done, "", {}, 1s});
     EXPECT_EQ(out.str(), "\r\x1b[K\r[##########----------]  50%  1/\x1b[K");
     out.str("");
     view.close();
@@ -74,10 +74,10 @@ TEST(ProgressView, OnATerminalLinesNeverMixWithTheBar) {
 
 TEST(JobReport, SummaryCountsAndNames) {
     JobReport report;
-    report.frames = {{1, Status::Done, "", Files{"a1.png"}, 1s},
-                     {2, Status::Failed, "it broke\nin many lines", {}, 5s},
-                     {3, Status::Done, "", Files{"a3.png"}, 2s},
-                     {4, Status::NotRendered, "", {}, 0s}};
+    report.frames = {{1, Status::done, "", Files{"a1.png"}, 1s},
+                     {2, Status::failed, "it broke\nin many lines", {}, 5s},
+                     {3, Status::done, "", Files{"a3.png"}, 2s},
+                     {4, Status::not_rendered, "", {}, 0s}};
     report.elapsed = 90061s;
     EXPECT_FALSE(report.success());
     EXPECT_EQ(summary_text(report),
@@ -91,7 +91,7 @@ TEST(JobReport, SummaryCountsAndNames) {
     EXPECT_FALSE(report.success());
     EXPECT_THAT(summary_text(report),
                 HasSubstr("  The post script failed: why\n  stopped by the user\n1 file written: a1.png\n"));
-    report.frames.push_back({5, Status::Done, "", std::nullopt, 1s});
+    report.frames.push_back({5, Status::done, "", std::nullopt, 1s});
     EXPECT_THAT(summary_text(report),
                 HasSubstr("1 file written: a1.png; the files of 1 frame are not known\n"));
     EXPECT_THAT(summary_text({}), HasSubstr("0 frames: 0 done"));

@@ -101,7 +101,7 @@ TEST_F(WorkerProgramTest, ASecondCtrlCKillsTheHost) {
     const auto begin = Clock::now();
     signal(worker, SIGINT);
     EXPECT_EQ(end(worker), "exited with code 130");
-    EXPECT_LT(Clock::now() - begin, k_stop_patience);  // what one wish to stop takes with such a host
+    EXPECT_LT(Clock::now() - begin, stop_patience);  // what one wish to stop takes with such a host
 }
 
 TEST_F(WorkerProgramTest, AStoppedScriptIsNoFailure) {
