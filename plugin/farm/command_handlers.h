@@ -4,6 +4,7 @@
 #include "render/job_state.h"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,18 +28,14 @@ std::optional<int> parse_integer(const std::string& text);
 /// The whole text as a finite number.
 std::optional<float> parse_float(const std::string& text);
 
-// Options (option_commands.cpp): they store values and answer nothing but errors.
-void set_frame_number_base(Command& command);
-void set_region_rendering(Command& command);
-void set_jpeg_output(Command& command);
-void set_fail_on_black_frames(Command& command);
-void set_output_image_filename(Command& command);
+/// A command's name and what it does.
+struct vocabulary_entry {
+    std::string_view name;
+    void (*run)(Command& command);
+};
 
-// Jobs (job_commands.cpp).
-void render_task(Command& command);
-void start_job(Command& command);
-void end_job(Command& command);
-
-// Scripts (script_commands.cpp). An error in the script passes as an exception, which ends the session.
-void execute_script(Command& command);
-void execute_string_script(Command& command);
+// The commands, a table in the file of each subject. A name stands in one of them only.
+std::span<const vocabulary_entry> job_commands();     ///< start, render, end
+std::span<const vocabulary_entry> option_commands();  ///< store values and answer nothing but errors
+/// Run MAXScript. An error in the script passes as an exception, which ends the session.
+std::span<const vocabulary_entry> script_commands();

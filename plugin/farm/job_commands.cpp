@@ -49,8 +49,6 @@ unsigned short render_and_report_errors(const Command& command) {
     return result;
 }
 
-}  // namespace
-
 void render_task(Command& command) {
     if (command.parameter_count() != 1)
         return command.reply_error("RenderTask: Expected 1 parameter, got " +
@@ -85,4 +83,16 @@ void end_job(Command& command) {
     run_and_report_errors(command,
                           [&command](std::string& error_text) { command.job.CallEndJob(error_text); });
     command.reply(reply::success);
+}
+
+constexpr vocabulary_entry vocabulary[] = {
+    {corrivane::command::render_task, render_task},
+    {corrivane::command::start_job, start_job},
+    {corrivane::command::end_job, end_job},
+};
+
+}  // namespace
+
+std::span<const vocabulary_entry> job_commands() {
+    return vocabulary;
 }

@@ -1,4 +1,5 @@
 #include "farm/command_handlers.h"
+#include "net/farm_protocol.h"
 #include "support/log.h"
 
 #include <algorithm>
@@ -73,8 +74,6 @@ void log_wrong_count(const Command& command, int wanted) {
                       command.parameter_count(), ", setting to false");
 }
 
-}  // namespace
-
 void set_frame_number_base(Command& command) {
     if (command.parameter_count() != 1)
         return command.reply_error("FrameNumberBase: Expected 1 parameter, got " +
@@ -133,4 +132,33 @@ void set_output_image_filename(Command& command) {
     if (!command.job.useOutputImageFilename) return log_wrong_count(command, 1);
     command.job.outputImageFilename = command.parameter(1);
     connect_log.entry("Saving output to ", command.parameter(1));
+}
+
+template <bool JobState::*Flag, bool Value>
+void set_switch(Command& command) {
+    command.job.*Flag = Value;
+}
+
+namespace name = corrivane::command;
+
+constexpr vocabulary_entry vocabulary[] = {
+    {name::frame_number_base, set_frame_number_base},
+    {name::region_rendering, set_region_rendering},
+    {name::use_jpeg_output, set_jpeg_output},
+    {name::fail_on_black_frames, set_fail_on_black_frames},
+    {name::output_image_filename, set_output_image_filename},
+    {name::restart_renderer_mode, set_switch<&JobState::restartRendererMode, true>},
+    {name::hide_frame_buffer, set_switch<&JobState::showFrameBuffer, false>},
+    {name::ignore_missing_external_files, set_switch<&JobState::ignoreMissingExternalFiles, true>},
+    {name::ignore_missing_uvws, set_switch<&JobState::ignoreMissingUVWs, true>},
+    {name::ignore_missing_dlls, set_switch<&JobState::ignoreMissingDLLs, true>},
+    {name::ignore_missing_xrefs, set_switch<&JobState::ignoreMissingXREFs, true>},
+    {name::remove_padding, set_switch<&JobState::removePadding, true>},
+    {name::alpha_split, set_switch<&JobState::alphaSplit, true>},
+};
+
+}  // namespace
+
+std::span<const vocabulary_entry> option_commands() {
+    return vocabulary;
 }

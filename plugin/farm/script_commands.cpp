@@ -41,8 +41,6 @@ bool means_success(Value* value) {
     return value->is(Ok_class) || (value->is(Boolean_class) && value->to_bool());
 }
 
-}  // namespace
-
 void execute_script(Command& command) {
     if (!accept_script_command(command)) return;
     const bool sets_time = command.parameter_count() >= 3 && command.parameter(3) == corrivane::set_time;
@@ -70,4 +68,15 @@ void execute_string_script(Command& command) {
     } else {
         command.reply_error("Script did not return a string: " + maxscript_value_text(value));
     }
+}
+
+constexpr vocabulary_entry vocabulary[] = {
+    {corrivane::command::execute_script, execute_script},
+    {corrivane::command::execute_string_script, execute_string_script},
+};
+
+}  // namespace
+
+std::span<const vocabulary_entry> script_commands() {
+    return vocabulary;
 }
