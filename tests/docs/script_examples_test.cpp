@@ -1,4 +1,4 @@
-#include "script_examples.h"
+#include "support/script_examples.h"
 
 #include "end_to_end/host_session.h"
 #include "end_to_end/test_scene.h"

@@ -27,8 +27,8 @@ protected:
     std::string value_of(const std::string& script);
     /// Runs a script that must fail and returns the error's description.
     std::string error_of(const std::string& script);
-    void expect_values(const std::vector<ScriptCase>& cases);
-    void expect_errors(const std::vector<ScriptCase>& cases);
+    /// Descriptions of errors begin with `-- `, which no value does.
+    void expect(const std::vector<ScriptCase>& cases);
 
     /// What has been printed since the last call.
     std::string take_listener();

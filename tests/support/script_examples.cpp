@@ -1,5 +1,6 @@
-#include "script_examples.h"
+#include "support/script_examples.h"
 
+#include <algorithm>
 #include <fstream>
 #include <optional>
 #include <sstream>
@@ -11,6 +12,12 @@ namespace corrivane::test {
 namespace {
 
 constexpr std::string_view left_out = "…";
+constexpr std::string_view arrow = "-->";
+constexpr std::string_view line_break = "⏎";
+
+[[noreturn]] void fail(int line, const char* what) {
+    throw std::runtime_error("line " + std::to_string(line) + ": " + what);
+}
 
 /// Reads a document line by line, with their numbers.
 class DocumentReader {
@@ -32,7 +39,7 @@ public:
         const int start = m_line;
         std::string content;
         for (auto line = next(); line != "```"; line = next()) {
-            if (!line) throw std::runtime_error("line " + std::to_string(start) + ": the block does not end");
+            if (!line) fail(start, "the block does not end");
             content += *line + "\n";
         }
         return content;
@@ -42,6 +49,28 @@ private:
     std::ifstream m_stream;
     int m_line = 0;
 };
+
+std::string with_line_breaks(std::string text) {
+    for (std::size_t at = 0; (at = text.find(line_break, at)) != std::string::npos;)
+        text.replace(at, line_break.size(), "\n");
+    return text;
+}
+
+/// The examples of a block with one in each line; `number` is that of the line before the first.
+void add_lines(std::vector<ScriptExample>& examples, const std::string& block, int number) {
+    for (const std::string& line : lines_of(block)) {
+        const std::size_t at = line.find(arrow);
+        ++number;
+        if (at != std::string::npos) {
+            const std::size_t end = line.find_last_not_of(' ', at - 1) + 1;
+            const std::size_t outcome = std::min(at + arrow.size() + 1, line.size());
+            examples.push_back({number, with_line_breaks(at == 0 ? "" : line.substr(0, end)),
+                                with_line_breaks(line.substr(outcome))});
+        } else if (!line.starts_with("-- ") && !line.empty()) {
+            fail(number, "the line does not say what comes of the script");
+        }
+    }
+}
 
 }  // namespace
 
@@ -57,10 +86,11 @@ std::vector<ScriptExample> read_script_examples(const std::filesystem::path& doc
         ScriptExample example;
         example.line = reader.line();
         example.script = reader.block();
-        if (reader.next() != "```text") {
-            throw std::runtime_error("line " + std::to_string(example.line) +
-                                     ": no text block says what comes of the script");
+        if (example.script.find(arrow) != std::string::npos) {
+            add_lines(examples, example.script, example.line);
+            continue;
         }
+        if (reader.next() != "```text") fail(example.line, "no text block says what comes of the script");
         example.outcome = reader.block();
         examples.push_back(std::move(example));
     }
