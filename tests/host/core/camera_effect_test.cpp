@@ -47,15 +47,6 @@ TEST_F(CameraEffectTest, MotionBlurStaysWithinTheTimesThatThereAre) {
     }
 }
 
-TEST_F(CameraEffectTest, PassesAndNodesThatAreNotThereGetTheCamerasOwnView) {
-    IMultiPassCameraEffect* effect = load_effect({{"effect", "depthOfField"}, {"passes", 2}});
-    TimeValue time = 5;
-    EXPECT_EQ(nullptr, effect->Apply(m_camera, m_object, -1, time));
-    EXPECT_EQ(nullptr, effect->Apply(m_camera, m_object, 2, time));
-    EXPECT_EQ(nullptr, effect->Apply(nullptr, nullptr, 0, time));
-    EXPECT_EQ(nullptr, effect->Apply(m_core.GetINodeByName("Square"), nullptr, 0, time));
-}
-
 TEST_F(CameraEffectTest, AccumulatesTheMeanAndCopiesTheFirstPass) {
     IMultiPassCameraEffect* effect = load_effect({{"effect", "motionBlur"}, {"passes", 3}});
     const BitmapPointer mean = make_bitmap(2, 1);

@@ -27,18 +27,7 @@ std::vector<FPSlot> list_of(Entries... entries) {
 /// An interface as a library publishes it, with its descriptor list written by hand.
 class TestInterface final : public FPStaticInterface {
 public:
-    enum Id : FunctionID {
-        add,
-        half,
-        negate,
-        describe,
-        make,
-        fail,
-        nothing,
-        get_frame,
-        set_frame,
-        unanswered
-    };
+    enum Id : FunctionID { add, half, negate, describe, fail, nothing, get, set, unanswered };
 
     explicit TestInterface(const char* name = "TestUtil", unsigned flags = FP_CORE) {
         const std::vector<FPSlot> parts[] = {
@@ -46,12 +35,11 @@ public:
             list_of(half, "Half", 0, TYPE_FLOAT, 0, 1, "number", 0, TYPE_FLOAT),
             list_of(negate, "Negate", 0, TYPE_bool, 0, 1, "flag", 0, TYPE_bool),
             list_of(describe, "Describe", 0, TYPE_VALUE, 0, 1, "value", 0, TYPE_VALUE),
-            list_of(make, "Make", 0, TYPE_VALUE, 0, 0),
             list_of(fail, "Fail", 0, TYPE_VOID, 0, 1, "message", 0, TYPE_VALUE),
             list_of(nothing, "Nothing", 0, TYPE_VOID, 0, 0),
             list_of(unanswered, "Unanswered", 0, TYPE_VOID, 0, 0),
-            list_of(FP_PROPERTIES, get_frame, -1, "CurrentFrame", 0, TYPE_INT),
-            list_of(get_frame, set_frame, "Frame", 0, TYPE_INT, FP_END)};
+            list_of(FP_PROPERTIES, get, -1, "CurrentFrame", 0, TYPE_INT),
+            list_of(get, set, "Frame", 0, TYPE_INT, FP_END)};
         std::vector<FPSlot> list;
         for (const std::vector<FPSlot>& part : parts)
             list.insert(list.end(), part.begin(), part.end());
@@ -70,15 +58,13 @@ public:
             case describe:
                 collect_garbage();
                 return store(result, TYPE_VALUE, text_slot(new String(printed_form(argument(0).v).c_str())));
-            case make:
-                return store(result, TYPE_VALUE, text_slot(new String("made")));
             case fail:
                 throw RuntimeError(argument(0).v->to_string());
             case nothing:
                 return FPS_OK;
-            case get_frame:
+            case get:
                 return store(result, TYPE_INT, m_frame);
-            case set_frame:
+            case set:
                 m_frame = argument(0).i;
                 return FPS_OK;
             default:
@@ -106,8 +92,8 @@ TEST_P(PublishedInterfaceTest, ConvertsArgumentsAndResults) {
     expect({
         {"#(TestUtil.Add 1 2, testutil.add 1.9 -2, TestUtil.Half 3, TestUtil.Half -1.5)",
          "#(3, -1, 1.5, -0.75)"},
-        {"#(TestUtil.Negate true, TestUtil.Make(), TestUtil.Nothing(), TestUtil.CurrentFrame, TestUtil)",
-         "#(false, \"made\", OK, 7, <Interface:TestUtil>)"},
+        {"#(TestUtil.Negate true, TestUtil.Nothing(), TestUtil.CurrentFrame, TestUtil)",
+         "#(false, OK, 7, <Interface:TestUtil>)"},
         {"TestUtil.Describe (\"a\" + \"b\")", R"("\"ab\"")"},
         {"TestUtil.Describe #(1, undefined)", "\"#(1, undefined)\""},
         {"TestUtil.Frame = 9; TestUtil.CurrentFrame + TestUtil.Frame", "18"},
@@ -126,7 +112,8 @@ TEST_P(PublishedInterfaceTest, RefusesWhatDoesNotFit) {
          "-- Type error: TestUtil.Half: parameter number requires a number, got: undefined; line: 1"},
         {"TestUtil.Negate 1",
          "-- Type error: TestUtil.Negate: parameter flag requires true or false, got: 1; line: 1"},
-        {"TestUtil.Make key:1", "-- Runtime error: TestUtil.Make has no keyword parameter key:; line: 1"},
+        {"TestUtil.Nothing key:1",
+         "-- Runtime error: TestUtil.Nothing has no keyword parameter key:; line: 1"},
         {"TestUtil.Unanswered()",
          "-- Runtime error: The interface TestUtil does not answer to Unanswered; line: 1"},
         {"TestUtil.Missing 1", "-- Unknown property: \"missing\" in <Interface:TestUtil>; line: 1"},
@@ -138,12 +125,11 @@ TEST_P(PublishedInterfaceTest, RefusesWhatDoesNotFit) {
 }
 
 TEST_P(PublishedInterfaceTest, LeavesTheLibrarysErrorsAsTheyAre) {
-    EXPECT_EQ(error_of("\n(1; TestUtil.Fail \"bad\")"), "-- Runtime error: bad");
-    EXPECT_EQ(error_of("execute \"TestUtil.Fail \\\"bad\\\"\""), "-- Runtime error: bad");
     expect({
+        {"\n(1; TestUtil.Fail \"bad\")", "-- Runtime error: bad"},
+        {"execute \"TestUtil.Fail \\\"bad\\\"\"", "-- Runtime error: bad"},
         {"try (TestUtil.Fail \"bad\") catch (getCurrentException())", "\"-- Runtime error: bad\""},
-        {"try (try (TestUtil.Fail \"bad\") catch (throw())) catch (getCurrentException())",
-         "\"-- Runtime error: bad\""},
+        {"try (TestUtil.Fail \"bad\") catch (throw())", "-- Runtime error: bad"},
     });
 }
 

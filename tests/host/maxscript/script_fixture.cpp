@@ -42,6 +42,15 @@ std::string ScriptTest::take_listener() {
     return std::exchange(m_listener, {});
 }
 
+std::string description(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (MAXScriptException& error) {
+        return error_description(error);
+    }
+    return "no error";
+}
+
 std::string collection_mode(const testing::TestParamInfo<bool>& info) {
     return info.param ? "CollectingAlways" : "Normally";
 }

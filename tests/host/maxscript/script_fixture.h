@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,6 +38,9 @@ private:
     std::unique_ptr<MaxScriptRuntime> m_runtime;
     std::string m_listener;
 };
+
+/// The description of the MAXScript error that the action throws.
+std::string description(const std::function<void()>& action);
 
 std::string collection_mode(const testing::TestParamInfo<bool>& info);
 

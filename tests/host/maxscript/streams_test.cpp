@@ -5,29 +5,16 @@
 #include <drive_map.h>
 #include <max/maxscript/maxscript.h>
 
-#include <fcntl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <fstream>
 
 namespace corrivane::host {
 
 namespace {
 
 /// Uses the classes as a library does that runs scripts itself.
-class StreamsTest : public ScriptTest {
-protected:
-    std::string path_with(const std::string& text) const {
-        std::ofstream(m_folder / "script.ms", std::ios::binary) << text;
-        return m_folder / "script.ms";
-    }
-
-private:
-    const test::TemporaryFolder m_folder;
-};
+using StreamsTest = ScriptTest;
 CORRIVANE_SCRIPT_TEST(StreamsTest);
 
 /// Runs a stream expression by expression, and gives the printed values with blanks between them.
@@ -41,18 +28,6 @@ std::string run_piecewise(CharStream& source) {
         source.flush_whitespace();
     }
     return values;
-}
-
-std::string description(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (MAXScriptException& error) {
-        auto* text = new StringStream;
-        const Rooted root(text);
-        error.sprin1(text);
-        return text->to_string();
-    }
-    return "no error";
 }
 
 TEST_P(StreamsTest, RunExpressionByExpression) {
@@ -72,18 +47,6 @@ TEST_P(StreamsTest, RunExpressionByExpression) {
         EXPECT_EQ(run_piecewise(*stream), script_case.shown) << script_case.script;
         stream->close();
     }
-}
-
-TEST_P(StreamsTest, FilesRunTheirFirstExpressionsBeforeALaterError) {
-    auto* file = new FileStream;
-    const Rooted root(file);
-    const std::string path = path_with("reached = 1\nreached = 2\n(((\n");
-    ASSERT_EQ(file->open(path.c_str(), "r"), file);
-    EXPECT_EQ(description([&] { run_piecewise(*file); }),
-              "-- Syntax error: the script ends inside the brackets that open here; filename: " + path +
-                  "; line: 3");
-    file->close();
-    EXPECT_EQ(value_of("reached"), "2");
 }
 
 TEST_P(StreamsTest, FilesThatCannotBeOpenedAreErrorsWhenTheyAreRead) {
@@ -107,24 +70,6 @@ TEST_P(StreamsTest, FilesThatCannotBeOpenedAreErrorsWhenTheyAreRead) {
         file->close();
     }
     clear_drive_map();
-}
-
-TEST_P(StreamsTest, OnlyPlainFilesAreWritten) {
-    const test::TemporaryFolder folder;
-    const std::string pipe = folder / "pipe";
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    for (const std::string& name : {pipe, std::string("/dev/null"), std::string("/")}) {
-        expect({{"createFile \"" + name + "\"", "undefined"},
-                {"openFile \"" + name + "\" mode:\"a\"", "undefined"},
-                {"openFile \"" + name + "\"", "undefined"}});
-    }
-    close(reader);
-}
-
-TEST_P(StreamsTest, FilesThatScriptsForgetAreClosed) {
-    const test::TemporaryFolder folder;
-    expect({{"for i = 1 to 2000 do if createFile \"" + folder / "a" + "\" == undefined then throw i", "OK"}});
 }
 
 TEST_P(StreamsTest, WhatAFileHasNoRoomForIsAnErrorWhenItIsClosed) {
