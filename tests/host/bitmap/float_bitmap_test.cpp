@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <tuple>
 
 namespace corrivane::host {
 namespace {
@@ -54,10 +55,7 @@ TEST(FloatBitmap, AbsurdSizesGiveNull) {
 TEST(FloatBitmap, ReadsOutsideTheImageAreRefused) {
     const OwnedBitmap bitmap = make_pattern(8, 4);
     BMM_Color_fl pixels[8];
-    const struct {
-        int x, y, count;
-        bool allowed;
-    } cases[] = {
+    const std::tuple<int, int, int, bool> cases[] = {
         {0, 0, 8, true},        {7, 3, 1, true},   {3, 2, 0, true},        {8, 0, 0, true},
         {0, 0, 9, false},       {1, 0, 8, false},  {-1, 0, 2, false},      {0, -1, 1, false},
         {0, 4, 1, false},       {0, 0, -1, false}, {INT_MAX, 0, 1, false}, {2, 0, INT_MAX, false},

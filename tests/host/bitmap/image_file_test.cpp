@@ -11,6 +11,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace corrivane::host {
@@ -84,12 +85,8 @@ void add_extremes(FloatBitmap& bitmap) {
 constexpr int eight_bit_type = 0;
 
 TEST(ImageFile, HoldsThePixelsInTheDepthThatTheTypeAsksFor) {
-    const struct {
-        const char* name;
-        int image_type;
-        OIIO::TypeDesc format;
-        bool keeps_aspect;
-    } cases[] = {
+    const std::tuple<const char*, int, OIIO::TypeDesc, bool> cases[] = {
+        // the last: keeps the aspect
         {"a.png", eight_bit_type, OIIO::TypeUInt8, true},
         {"a.png", BMM_TRUE_64, OIIO::TypeUInt16, true},
         {"a.png", BMM_FLOAT_RGBA_32, OIIO::TypeUInt16, true},

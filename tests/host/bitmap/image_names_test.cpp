@@ -4,17 +4,14 @@
 
 #include <climits>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace corrivane::host {
 namespace {
 
 TEST(ImageNames, NumberGoesInFrontOfTheExtensionOfTheLastElement) {
-    const struct {
-        const char* name;
-        int frame;
-        const char* numbered;
-    } cases[] = {
+    const std::tuple<const char*, int, const char*> cases[] = {
         {"beauty.png", 7, "beauty0007.png"},
         {"beauty.png", -3, "beauty-0003.png"},
         {"beauty.png", 12345, "beauty12345.png"},

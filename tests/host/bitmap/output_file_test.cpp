@@ -14,9 +14,9 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <iterator>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace corrivane::host {
@@ -51,10 +51,7 @@ TEST_F(OutputFileTest, EveryNameThatCannotBeWrittenHasItsOwnCode) {
     const auto before = out_entries();
 
     const std::string long_element(252, 'a');
-    const struct {
-        std::string name;
-        BMMRES code;
-    } cases[] = {
+    const std::pair<std::string, BMMRES> cases[] = {
         {"", output_invalid_name},
         {"C:\\out\\a", output_unknown_format},
         {"C:\\out\\a.xyz", output_unknown_format},
@@ -223,25 +220,19 @@ TEST_F(OutputFileTest, FullDiskLeavesTheOldFileAlone) {
     if (!mounted) GTEST_SKIP() << "only root may mount a small disk";
 }
 
-int open_file_count() {
-    return int(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
-
 TEST_F(OutputFileTest, ManyFramesKeepNothing) {
-    constexpr const char* extensions[] = {".png", ".jpg", ".bmp", ".tga", ".tif", ".exr"};
-    const auto save_frame = [&](int frame) {
-        const OwnedBitmap bitmap = make_pattern(16, 12);
-        const std::string name =
-            "C:\\out\\" + std::to_string(frame) + extensions[frame % std::size(extensions)];
-        return save(*bitmap, describe(name));
+    const auto save_frames = [](int first, int end) {
+        constexpr const char* extensions[] = {".png", ".jpg", ".bmp", ".tga", ".tif", ".exr"};
+        for (int frame = first; frame < end; ++frame) {
+            const std::string name = "C:\\out\\" + std::to_string(frame) + extensions[frame % 6];
+            ASSERT_EQ(save(*make_pattern(16, 12), describe(name)), BMMRES_SUCCESS);
+        }
     };
-    for (int frame = 0; frame < 6; ++frame)
-        ASSERT_EQ(save_frame(frame), BMMRES_SUCCESS);
-    const int files = open_file_count();
+    save_frames(0, 6);
+    const std::size_t files = entries_of("/proc/self/fd").size();
     const auto bitmaps = live_bitmaps();
-    for (int frame = 6; frame < 2000; ++frame)
-        ASSERT_EQ(save_frame(frame), BMMRES_SUCCESS);
-    EXPECT_EQ(open_file_count(), files);
+    save_frames(6, 2000);
+    EXPECT_EQ(entries_of("/proc/self/fd").size(), files);
     EXPECT_EQ(live_bitmaps(), bitmaps);
     EXPECT_EQ(out_entries().size(), 2000U);
 }

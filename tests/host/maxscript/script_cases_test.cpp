@@ -8,23 +8,20 @@ namespace corrivane::host {
 
 namespace {
 
-/// The scripts of the folder cases/, with an empty drive C.
 class ScriptCasesTest : public ScriptTest {
 protected:
-    ScriptCasesTest() { map_drive('C', m_folder.path().string()); }
-    ~ScriptCasesTest() override { clear_drive_map(); }
-
+    /// Runs the scripts of a document of the folder cases/, with an empty drive C.
     void run(const std::string& document) {
         const auto examples = test::read_script_examples(CORRIVANE_SCRIPT_CASES "/" + document);
         EXPECT_FALSE(examples.empty());
+        const test::TemporaryFolder folder;
+        map_drive('C', folder.path().string());
         for (const test::ScriptExample& example : examples) {
             SCOPED_TRACE(document + ", line " + std::to_string(example.line));
             expect({{example.script, example.outcome}});
         }
+        clear_drive_map();
     }
-
-private:
-    const test::TemporaryFolder m_folder;
 };
 CORRIVANE_SCRIPT_TEST(ScriptCasesTest);
 

@@ -45,7 +45,6 @@ TEST_P(StreamsTest, RunExpressionByExpression) {
         auto* stream = new StringStream(script_case.script.c_str());
         const Rooted root(stream);
         EXPECT_EQ(run_piecewise(*stream), script_case.shown) << script_case.script;
-        stream->close();
     }
 }
 
@@ -66,7 +65,6 @@ TEST_P(StreamsTest, FilesThatCannotBeOpenedAreErrorsWhenTheyAreRead) {
         EXPECT_EQ(file->open(name.c_str(), "r"), nullptr);
         EXPECT_EQ(description([&] { run_piecewise(*file); }),
                   "-- Runtime error: Unable to open file: " + name + ": " + reason);
-        file->close();
         file->close();
     }
     clear_drive_map();
