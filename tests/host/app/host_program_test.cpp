@@ -100,6 +100,8 @@ TEST_F(HostProgramTest, WhatCannotBeDoneIsSaidAndEndsInOne) {
         {{"--library", TEST_PLUGIN, "--execute", "frameRate = 0"},
          "the frame rate must be between 1 and 4800, got 0"},
         {{"--library", TEST_PLUGIN, "--execute", "renderWidth = 40000"}, "the render width must be between"},
+        {{"--library", TEST_PLUGIN, "--execute", "renderHeight = 40000"},
+         "the render height must be between"},
         {{"--library", TEST_PLUGIN, "--execute", "sliderTime = 1e30"}, "Time out of range"},
         {{"--library", TEST_PLUGIN, "--execute", "animationRange = 5"}, "must be an interval, got 5"},
         {{"--library", TEST_PLUGIN, "--execute", "animationRange = interval 5 4"}, "end before it starts"},

@@ -1,4 +1,3 @@
-// What is in the files, as the image library reads them.
 
 #include "bitmap_test_support.h"
 

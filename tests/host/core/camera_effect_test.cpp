@@ -47,6 +47,12 @@ TEST_F(CameraEffectTest, MotionBlurStaysWithinTheTimesThatThereAre) {
     }
 }
 
+TEST_F(CameraEffectTest, OnePassIsTheCamerasOwnView) {
+    TimeValue time = 0;
+    EXPECT_EQ(nullptr,
+              load_effect({{"effect", "depthOfField"}, {"passes", 1}})->Apply(m_camera, m_object, 0, time));
+}
+
 TEST_F(CameraEffectTest, AccumulatesTheMeanAndCopiesTheFirstPass) {
     IMultiPassCameraEffect* effect = load_effect({{"effect", "motionBlur"}, {"passes", 3}});
     const BitmapPointer mean = make_bitmap(2, 1);
@@ -69,6 +75,18 @@ TEST_F(CameraEffectTest, AccumulatesTheMeanAndCopiesTheFirstPass) {
     EXPECT_FLOAT_EQ(0.5F, mean->row(0)[0].r);
     EXPECT_FLOAT_EQ(1.0F, mean->row(0)[0].b);
     EXPECT_FLOAT_EQ(0.5F, mean->row(0)[0].a);
+}
+
+TEST(ViewParamsTest, AViewSurvivesItsWayThroughTheInterface) {
+    View view;
+    view.camera_to_world.translate(Imath::V3f(1, 2, 3));
+    view.camera_to_world.rotate(Imath::V3f(0.3F, 0.2F, 0.1F));
+    view.projection.yfov = 0.7F;
+    const ViewParams params = to_view_params(view, 1.6F);
+    EXPECT_FLOAT_EQ(2 * std::atan(1.6F * std::tan(0.35F)), params.fov);
+    const View back = to_view(params, Projection{}, 1.6F);
+    EXPECT_TRUE(back.camera_to_world.equalWithAbsError(view.camera_to_world, 1e-5F));
+    EXPECT_NEAR(0.7F, back.projection.yfov, 1e-6F);
 }
 
 TEST(ViewParamsTest, ImpossibleNumbersAreRefused) {

@@ -2,6 +2,8 @@
 
 #include <seh_guard.h>
 
+#include <cstring>
+
 namespace corrivane::host::test {
 namespace {
 
@@ -77,6 +79,15 @@ TEST_F(CoreRenderTest, OpensOnlyForOneCameraOrViewportOfAScene) {
     });
     EXPECT_THAT(log, HasSubstr("\"Sun\" is not a camera"));
     EXPECT_THAT(log, HasSubstr("the scene's renderer is not installed"));
+}
+
+TEST_F(CoreRenderTest, AViewportShowsWhatItsCameraSees) {
+    const BitmapPointer seen = make_bitmap();
+    ASSERT_EQ(1, open());
+    EXPECT_EQ(1, render_into(seen.get(), nullptr));
+    ASSERT_EQ(1, m_core.OpenCurRenderer(nullptr, m_core.GetActiveViewport(), RENDTYPE_NORMAL, width, height));
+    EXPECT_EQ(1, render());
+    EXPECT_EQ(0, std::memcmp(seen->pixels(), m_bitmap->pixels(), sizeof(BMM_Color_fl) * width * height));
 }
 
 TEST_F(CoreRenderTest, RendersOnlyWhileOpen) {
