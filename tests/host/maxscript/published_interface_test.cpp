@@ -54,7 +54,8 @@ public:
             case half:
                 return store(result, TYPE_FLOAT, std::bit_cast<int>(argument(0).f / 2));
             case negate:
-                return store(result, TYPE_bool, !argument(0).b);
+                m_negated = !argument(0).b;
+                return store(result, TYPE_bool, reinterpret_cast<FPSlot>(&m_negated), true);
             case describe:
                 collect_garbage();
                 return store(result, TYPE_VALUE, text_slot(new String(printed_form(argument(0).v).c_str())));
@@ -74,12 +75,13 @@ public:
 
 private:
     static FPSlot text_slot(Value* value) { return reinterpret_cast<FPSlot>(value); }
-    static FPStatus store(FPValue& result, int type, FPSlot slot) {
-        result.Loadva(type, &slot, false);
+    static FPStatus store(FPValue& result, int type, FPSlot slot, bool pointer = false) {
+        result.Loadva(type, &slot, pointer);
         return FPS_OK;
     }
 
     int m_frame = 7;
+    bool m_negated = false;
 };
 
 class PublishedInterfaceTest : public ScriptTest {
