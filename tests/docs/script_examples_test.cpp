@@ -1,3 +1,5 @@
+#include "support/script_examples.h"
+
 #include "end_to_end/host_session.h"
 #include "support/scene_file.h"
 #include "support/test.h"
@@ -14,65 +16,6 @@ namespace {
 constexpr std::string_view worker_says = "worker: ";
 constexpr std::string_view plugin_says = "plugin: ";
 constexpr std::string_view session_end = "plugin ends the session";
-
-constexpr std::string_view left_out = "…";
-
-/// A script of the documentation and what is said to come of it: a fenced block `maxscript` and the block
-/// `text` right behind it.
-struct ScriptExample {
-    int line = 0;  ///< of the document, where the script's block begins
-    std::string script;
-    std::string outcome;  ///< lines, each with its end
-
-    /// Whether the outcome is what travels in a session, not what the Listener shows.
-    bool is_session() const { return outcome.starts_with("worker: "); }
-};
-
-/// All of a document's examples. Throws std::runtime_error, which names the line, for a block that does not
-/// end and for a script without an outcome.
-std::vector<ScriptExample> read_script_examples(const std::filesystem::path& document) {
-    const std::vector<std::string> lines = read_lines(document);
-    std::size_t at = 0;
-    const auto fail = [&at](const std::string& what) {
-        throw std::runtime_error("line " + std::to_string(at) + ": " + what);
-    };
-    const auto block = [&](const std::string& fence) {
-        std::string content;
-        if (at == lines.size() || lines[at] != fence) fail("a script must be followed by " + fence);
-        for (++at; at < lines.size() && lines[at] != "```"; ++at)
-            content += lines[at] + "\n";
-        if (at++ == lines.size()) fail("the block does not end");
-        return content;
-    };
-    std::vector<ScriptExample> examples;
-    while (at < lines.size()) {
-        if (lines[at] != "```maxscript") {
-            ++at;
-            continue;
-        }
-        const int line = static_cast<int>(at) + 1;
-        std::string script = block("```maxscript");
-        examples.push_back({line, std::move(script), block("```text")});
-    }
-    return examples;
-}
-
-/// Whether a text is what the pattern says; `…` in it stands for any text.
-bool matches_outline(const std::string& text, const std::string& pattern) {
-    std::size_t gap = pattern.find(left_out);
-    if (gap == std::string::npos) return text == pattern;
-    if (!text.starts_with(pattern.substr(0, gap))) return false;
-    std::size_t at = gap;
-    for (;;) {
-        const std::size_t start = gap + left_out.size();
-        gap = pattern.find(left_out, start);
-        const std::string part = pattern.substr(start, gap == std::string::npos ? gap : gap - start);
-        if (gap == std::string::npos) return text.size() >= at + part.size() && text.ends_with(part);
-        at = text.find(part, at);
-        if (at == std::string::npos) return false;
-        at += part.size();
-    }
-}
 
 const std::vector<ScriptExample>& examples() {
     static const std::vector<ScriptExample> all =

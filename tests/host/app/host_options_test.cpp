@@ -30,13 +30,6 @@ TEST(HostOptionsTest, ReadsEverything) {
     EXPECT_EQ("log.txt", options->listener_log);
     EXPECT_EQ("run.ms", options->script);
     EXPECT_FALSE(options->execute.has_value());
-}
-
-TEST(HostOptionsTest, NothingIsNeeded) {
-    const auto options = read({});
-    ASSERT_TRUE(options.has_value());
-    EXPECT_EQ((std::map<char, std::string>{{'C', "drive_c"}}), options->drives);
-    EXPECT_TRUE(options->script.empty() && options->library.empty() && options->scene_file.empty());
     EXPECT_EQ("", *read({"--execute", ""})->execute);
     EXPECT_EQ("-1 + 2", *read({"--execute=-1 + 2"})->execute);
 }

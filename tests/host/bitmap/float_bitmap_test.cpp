@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <tuple>
 
 namespace corrivane::host {
 namespace {
@@ -38,24 +39,23 @@ TEST(FloatBitmap, IsCreatedBlackInContiguousAlignedRows) {
 }
 
 TEST(FloatBitmap, AbsurdSizesGiveNull) {
-    const BitmapCounts before = bitmap_counts();
-    for (const auto& [width, height] : {std::pair{0, 0}, {0, 10}, {10, 0}, {65535, 65535}}) {
-        EXPECT_EQ(TheManager->Create(sized(width, height)), nullptr) << width << " x " << height;
-    }
-    for (const auto& [width, height] :
-         {std::pair{-1, 10}, {10, -1}, {INT_MAX, INT_MAX}, {INT_MIN, INT_MIN}}) {
+    const std::uint64_t before = bitmap_counts().created;
+    for (const auto& [width, height] : {std::pair{0, 10},
+                                        {10, 0},
+                                        {65535, 65535},
+                                        {-1, 10},
+                                        {10, -1},
+                                        {INT_MAX, INT_MAX},
+                                        {INT_MIN, INT_MIN}})
         EXPECT_EQ(FloatBitmap::make(width, height), nullptr) << width << " x " << height;
-    }
-    EXPECT_EQ(bitmap_counts().created, before.created);
+    EXPECT_EQ(TheManager->Create(sized(65535, 65535)), nullptr);
+    EXPECT_EQ(bitmap_counts().created, before);
 }
 
 TEST(FloatBitmap, ReadsOutsideTheImageAreRefused) {
     const OwnedBitmap bitmap = make_pattern(8, 4);
     BMM_Color_fl pixels[8];
-    const struct {
-        int x, y, count;
-        bool allowed;
-    } cases[] = {
+    const std::tuple<int, int, int, bool> cases[] = {
         {0, 0, 8, true},        {7, 3, 1, true},   {3, 2, 0, true},        {8, 0, 0, true},
         {0, 0, 9, false},       {1, 0, 8, false},  {-1, 0, 2, false},      {0, -1, 1, false},
         {0, 4, 1, false},       {0, 0, -1, false}, {INT_MAX, 0, 1, false}, {2, 0, INT_MAX, false},
@@ -87,57 +87,43 @@ void expect_placed(const FloatBitmap& target, const FloatBitmap& source, int lef
     }
 }
 
-TEST(FloatBitmap, CopyPlacesTheSourceAndFillsTheRest) {
+TEST(FloatBitmap, CopyPlacesTheSourceWhereItIsAskedForAndFillsTheRest) {
     const BMM_Color_fl fill{-1, -2, -3, -4};
+    const auto expect_copy = [&](const FloatBitmap& source, int left, int top, bool asked) {
+        const OwnedBitmap target = make_pattern(7, 6);
+        BitmapInfo info;
+        if (asked) info.SetCustomFlags(BMM_CUSTOM_POSITION);
+        info.SetCustomX(left);
+        info.SetCustomY(top);
+        target->CopyImage(source, COPY_IMAGE_USE_CUSTOM, fill, info);
+        expect_placed(*target, source, asked ? left : 0, asked ? top : 0, fill);
+    };
     for (const auto& [width, height] : {std::pair{5, 4}, {12, 9}, {3, 11}, {1, 1}}) {
         const OwnedBitmap source = make_pattern(width, height);
+        expect_copy(*source, 2, 2, false);
         for (const int left : {INT_MIN, -12, -5, -4, -1, 0, 1, 3, 6, 7, INT_MAX}) {
-            for (const int top : {INT_MIN, -9, -4, -3, 0, 2, 5, 6, INT_MAX}) {
-                const OwnedBitmap target = make_pattern(7, 6);
-                BitmapInfo info;
-                info.SetCustomFlags(BMM_CUSTOM_POSITION);
-                info.SetCustomX(left);
-                info.SetCustomY(top);
-                target->CopyImage(*source, COPY_IMAGE_USE_CUSTOM, fill, info);
-                expect_placed(*target, *source, left, top, fill);
-            }
+            for (const int top : {INT_MIN, -9, -4, -3, 0, 2, 5, 6, INT_MAX})
+                expect_copy(*source, left, top, true);
         }
     }
 }
 
-TEST(FloatBitmap, CopyIgnoresAPositionThatIsNotAskedFor) {
-    const OwnedBitmap source = make_pattern(5, 4);
-    const OwnedBitmap target = make_pattern(7, 6);
-    BitmapInfo info;
-    info.SetCustomX(2);
-    info.SetCustomY(2);
-    target->CopyImage(*source, COPY_IMAGE_USE_CUSTOM, {0, 0, 0, 0}, info);
-    expect_placed(*target, *source, 0, 0, {0, 0, 0, 0});
-}
-
 TEST(FloatBitmap, WindowIsRecordedUntilItsBitmapTakesItAway) {
-    const int before = last_frame_buffer_window().number;
+    const FrameBufferWindow& window = last_frame_buffer_window();
+    const int before = window.number;
     OwnedBitmap first = make_pattern(8, 4);
     const OwnedBitmap second = make_pattern(3, 2);
     first->Display(nullptr, 5, false, true, nullptr, nullptr);
     second->UnDisplay();
-    EXPECT_EQ(last_frame_buffer_window().number, before + 1);
-    EXPECT_EQ(last_frame_buffer_window().title, "");
-    EXPECT_EQ(last_frame_buffer_window().position, 5);
-    EXPECT_FALSE(last_frame_buffer_window().autonomous);
-    EXPECT_TRUE(last_frame_buffer_window().save_button);
-    EXPECT_EQ(last_frame_buffer_window().width, 8);
-    EXPECT_EQ(last_frame_buffer_window().height, 4);
-    EXPECT_TRUE(last_frame_buffer_window().open);
+    EXPECT_TRUE(window.number == before + 1 && window.title.empty() && window.position == 5);
+    EXPECT_TRUE(window.save_button && !window.autonomous && window.width == 8 && window.height == 4);
+    EXPECT_TRUE(window.open);
     first.reset();
-    EXPECT_FALSE(last_frame_buffer_window().open);
-
+    EXPECT_FALSE(window.open);
     second->Display("pass 2", 0, true, false, nullptr, nullptr);
-    EXPECT_EQ(last_frame_buffer_window().number, before + 2);
-    EXPECT_EQ(last_frame_buffer_window().title, "pass 2");
-    EXPECT_TRUE(last_frame_buffer_window().open);
+    EXPECT_TRUE(window.number == before + 2 && window.title == "pass 2" && window.open);
     second->UnDisplay();
-    EXPECT_FALSE(last_frame_buffer_window().open);
+    EXPECT_FALSE(window.open);
 }
 
 }  // namespace

@@ -4,16 +4,14 @@
 
 #include <climits>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace corrivane::host {
 namespace {
 
 TEST(ImageNames, NumberGoesInFrontOfTheExtensionOfTheLastElement) {
-    const struct {
-        const char* name;
-        int frame;
-        const char* numbered;
-    } cases[] = {
+    const std::tuple<const char*, int, const char*> cases[] = {
         {"beauty.png", 7, "beauty0007.png"},
         {"beauty.png", -3, "beauty-0003.png"},
         {"beauty.png", 12345, "beauty12345.png"},
@@ -47,28 +45,15 @@ TEST(ImageNames, NumberedNameMustFitWithItsTerminatingZero) {
 }
 
 TEST(ImageNames, FormatFollowsTheExtension) {
-    const struct {
-        const char* name;
-        const char* format;
-    } cases[] = {
-        {"a.png", "PNG"},
-        {"a.PNG", "PNG"},
-        {"C:\\x\\a.Jpg", "JPEG"},
-        {"a.jpeg", "JPEG"},
-        {"a.bmp", "BMP"},
-        {"a.tga", "Targa"},
-        {"a.tif", "TIFF"},
-        {"a.tiff", "TIFF"},
-        {"a.exr", "OpenEXR"},
-        {"a.b.exr", "OpenEXR"},
-        {"a", ""},
-        {"a.", ""},
-        {"", ""},
-        {"a.png\\b", ""},
-        {"a.pngx", ""},
-        {"a.pn", ""},
-        {"a.png.txt", ""},
-        {".exr", "OpenEXR"},
+    const std::pair<const char*, const char*> cases[] = {
+        {"a.PNG", "PNG"},    {"C:\\x\\a.Jpg", "JPEG"},
+        {"a.jpeg", "JPEG"},  {"a.bmp", "BMP"},
+        {"a.tga", "Targa"},  {"a.tif", "TIFF"},
+        {"a.tiff", "TIFF"},  {"a.b.exr", "OpenEXR"},
+        {".exr", "OpenEXR"}, {"a", ""},
+        {"a.", ""},          {"", ""},
+        {"a.png\\b", ""},    {"a.pngx", ""},
+        {"a.pn", ""},        {"a.png.txt", ""},
     };
     for (const auto& [name, format] : cases)
         EXPECT_STREQ(BMMFormatName(name), format) << name;

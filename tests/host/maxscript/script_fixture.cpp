@@ -33,18 +33,22 @@ std::string ScriptTest::error_of(const std::string& script) {
     return result.text;
 }
 
-void ScriptTest::expect_values(const std::vector<ScriptCase>& cases) {
-    for (const ScriptCase& script_case : cases)
-        EXPECT_EQ(value_of(script_case.script), script_case.shown) << script_case.script;
-}
-
-void ScriptTest::expect_errors(const std::vector<ScriptCase>& cases) {
-    for (const ScriptCase& script_case : cases)
-        EXPECT_EQ(error_of(script_case.script), script_case.shown) << script_case.script;
+void ScriptTest::expect(const std::vector<ScriptCase>& cases) {
+    for (const auto& [script, shown] : cases)
+        EXPECT_EQ(shown.starts_with("-- ") ? error_of(script) : value_of(script), shown) << script;
 }
 
 std::string ScriptTest::take_listener() {
     return std::exchange(m_listener, {});
+}
+
+std::string description(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (MAXScriptException& error) {
+        return error_description(error);
+    }
+    return "no error";
 }
 
 std::string collection_mode(const testing::TestParamInfo<bool>& info) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,8 +28,8 @@ protected:
     std::string value_of(const std::string& script);
     /// Runs a script that must fail and returns the error's description.
     std::string error_of(const std::string& script);
-    void expect_values(const std::vector<ScriptCase>& cases);
-    void expect_errors(const std::vector<ScriptCase>& cases);
+    /// Descriptions of errors begin with `-- `, which no value does.
+    void expect(const std::vector<ScriptCase>& cases);
 
     /// What has been printed since the last call.
     std::string take_listener();
@@ -37,6 +38,9 @@ private:
     std::unique_ptr<MaxScriptRuntime> m_runtime;
     std::string m_listener;
 };
+
+/// The description of the MAXScript error that the action throws.
+std::string description(const std::function<void()>& action);
 
 std::string collection_mode(const testing::TestParamInfo<bool>& info);
 

@@ -1,0 +1,42 @@
+#include "script_fixture.h"
+#include "support/script_examples.h"
+#include "support/temporary_folder.h"
+
+#include <system/drive_map.h>
+
+namespace corrivane::host {
+
+namespace {
+
+class ScriptCasesTest : public ScriptTest {
+protected:
+    /// Runs the scripts of a document of the folder cases/, with an empty drive C.
+    void run(const std::string& document) {
+        const auto examples = test::read_script_examples(CORRIVANE_SCRIPT_CASES "/" + document);
+        EXPECT_FALSE(examples.empty());
+        const test::TemporaryFolder folder;
+        map_drive('C', folder.path().string());
+        for (const test::ScriptExample& example : examples) {
+            SCOPED_TRACE(document + ", line " + std::to_string(example.line));
+            expect({{example.script, example.outcome}});
+        }
+        clear_drive_map();
+    }
+};
+CORRIVANE_SCRIPT_TEST(ScriptCasesTest);
+
+TEST_P(ScriptCasesTest, Language) {
+    run("language.md");
+}
+
+TEST_P(ScriptCasesTest, Builtins) {
+    run("builtins.md");
+}
+
+TEST_P(ScriptCasesTest, Errors) {
+    run("errors.md");
+}
+
+}  // namespace
+
+}  // namespace corrivane::host
