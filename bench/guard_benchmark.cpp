@@ -44,7 +44,7 @@ long reported_frames(const std::string& report) {
 
 void trapped_fault(benchmark::State& state) {
     // A host that has saved an image has some 260 libraries to look an address up in.
-    corrivane::host::image_module();
+    corrivane::image_module();
     int depth = 40;
     auto call = [&depth] { benchmark::DoNotOptimize(fault_below(depth)); };
     for (auto round : state)

@@ -127,7 +127,7 @@ void save_with_host(benchmark::State& state, const Format& format) {
     info.SetName((folder / file_name(format)).c_str());
     info.SetType(BMM_TRUE_64);
     info.SetFlags(MAP_HAS_ALPHA);
-    corrivane::host::image_module();
+    corrivane::image_module();
     for (auto round : state) {
         const bool saved = bitmap.OpenOutput(info) == BMMRES_SUCCESS &&
                            bitmap.Write(info, BMM_SINGLEFRAME) == BMMRES_SUCCESS &&

@@ -29,6 +29,7 @@ public:
     void send(std::string_view message) { m_peer.send(message); }
     void send_bytes(std::string_view bytes) { m_peer.send_bytes(bytes); }
     std::string receive() { return m_peer.receive(); }
+    std::string receive_bytes(std::size_t count) { return m_peer.receive_bytes(count); }
     /// Sends a command and collects all that comes up to and including the reply that ends it, answering
     /// every progress request with `progress_answer`. Titles and progress are left out of the result.
     std::vector<std::string> run(std::string_view command, std::string_view progress_answer = "CONTINUE");
