@@ -127,7 +127,7 @@ void small_frame_saving(benchmark::State& state) {
     info.SetType(BMM_TRUE_64);
     info.SetFlags(MAP_HAS_ALPHA);
     Bitmap* bitmap = TheManager->Create(info);
-    image_module();
+    corrivane::image_module();
     for (auto round : state) {
         const bool saved = bitmap->OpenOutput(info) == BMMRES_SUCCESS &&
                            bitmap->Write(info, BMM_SINGLEFRAME) == BMMRES_SUCCESS &&

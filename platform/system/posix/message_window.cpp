@@ -19,7 +19,7 @@ ThreadMessages& thread_messages() {
 
 HWND create_message_window(WNDPROC procedure) {
     auto& windows = system_detail::thread_messages().windows;
-    return windows.emplace_back(std::make_unique<MessageWindow>(procedure)).get();
+    return windows.emplace_back(new MessageWindow{procedure}).get();
 }
 
 void destroy_message_window(HWND window) {
