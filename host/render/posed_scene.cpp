@@ -226,7 +226,8 @@ bool PosedScene::intersect(const Ray& ray, Hit& hit) const {
     if (!can_trace(ray)) return false;
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
-    RTCRayHit query{to_embree(ray), {}};
+    RTCRayHit query{};
+    query.ray = to_embree(ray);
     query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
     rtcIntersect1(m_top.get(), &context, &query);
     if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;

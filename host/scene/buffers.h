@@ -18,9 +18,8 @@ struct BufferView {
 /// Reads the buffers that something uses, once each, with every range checked.
 class Buffers {
 public:
-    Buffers(LoadContext& context, const GltfDocument& document, ExternalFiles& files)
-        : m_context(context),
-          m_document(document),
+    Buffers(const GltfDocument& document, ExternalFiles& files)
+        : m_document(document),
           m_files(files),
           m_buffers(document.list("buffers", "buffer")),
           m_views(document.list("bufferViews", "buffer view")) {}
@@ -38,7 +37,6 @@ private:
     const std::optional<ByteRange>& buffer(std::size_t index);
     Buffer read_buffer(std::size_t index);
 
-    LoadContext& m_context;
     const GltfDocument& m_document;
     ExternalFiles& m_files;
     PartList m_buffers;

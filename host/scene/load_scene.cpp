@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 Scene read_one_file(LoadContext& context) {
     const GltfDocument document(context);
     ExternalFiles files(context);
-    Buffers buffers(context, document, files);
+    Buffers buffers(document, files);
     AccessorReader accessors(context, document, buffers);
     Scene scene;
     TextureReader textures(context, document, files, buffers, scene);
