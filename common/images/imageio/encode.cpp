@@ -1,4 +1,5 @@
 #include "images/imageio/codec.h"
+#include "images/imageio/quantize.h"
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
@@ -12,14 +13,6 @@
 namespace corrivane {
 
 namespace {
-
-/// How many of a pixel's four floats go into a file, and the first of them.
-constexpr int channel_count(ImageChannels channels) {
-    return channels == ImageChannels::rgba ? 4 : channels == ImageChannels::rgb ? 3 : 1;
-}
-constexpr int first_channel(ImageChannels channels) {
-    return channels == ImageChannels::alpha ? 3 : 0;
-}
 
 /// A name that makes the image library choose the format's writer; no file of that name is touched.
 std::string format_file_name(const ImageFormat& format) {
@@ -55,18 +48,32 @@ OIIO::ImageSpec file_spec(const EncodeRequest& request) {
     return spec;
 }
 
+bool write_integer_rows(OIIO::ImageOutput& output, const EncodeRequest& request, int top, int bottom,
+                        std::vector<unsigned char>& samples) {
+    const float* rgba = request.rgba + 4 * std::size_t(top) * request.width;
+    const std::size_t count = std::size_t(bottom - top) * request.width;
+    quantize_pixels(rgba, count, request.depth, request.channels, samples);
+    return output.write_scanlines(top, bottom, 0, sample_type(request.depth), samples.data());
+}
+
+bool write_float_rows(OIIO::ImageOutput& output, const EncodeRequest& request, int top, int bottom) {
+    const float* rgba = request.rgba + 4 * std::size_t(top) * request.width;
+    return output.write_scanlines(top, bottom, 0, OIIO::TypeFloat, rgba + first_channel(request.channels),
+                                  4 * sizeof(float));
+}
+
 /// Band by band, since handing over the whole image makes the library convert all of it first: a third of the
 /// time of a half EXR file. Integers come in bands that stay in the processor's cache, floats in bands of as
 /// many compressed blocks as there may be threads to work on.
 bool write_pixels(OIIO::ImageOutput& output, const EncodeRequest& request) {
     const bool integers = request.depth == SampleDepth::bits8 || request.depth == SampleDepth::bits16;
     const int rows = integers ? 64 : 512;
+    std::vector<unsigned char> samples;
     for (int top = 0; top < request.height; top += rows) {
         const int bottom = std::min(top + rows, request.height);
-        const float* pixels = request.rgba + 4 * std::size_t(top) * request.width;
-        if (!output.write_scanlines(top, bottom, 0, OIIO::TypeFloat, pixels + first_channel(request.channels),
-                                    4 * sizeof(float)))
-            return false;
+        const bool written = integers ? write_integer_rows(output, request, top, bottom, samples)
+                                      : write_float_rows(output, request, top, bottom);
+        if (!written) return false;
     }
     return true;
 }
