@@ -7,7 +7,7 @@ FUZZ_SECONDS ?= 60
 PREFIX ?= /usr/local
 DESTDIR ?=
 # What lint-changed looks at: the files that so many commits changed.
-LINT_COMMITS ?= 20
+LINT_COMMITS ?= 5
 
 packages := cmake/install_packages.sh
 sources := git ls-files '*.h' '*.cpp'
@@ -65,7 +65,7 @@ lint: ## clang-tidy over the whole tree
 	@$(packages) build test bench lint
 	@cmake --preset lint && files=$$(git ls-files '*.cpp') && cmake/lint.sh build/lint $(JOBS) $$files
 
-lint-changed: ## clang-tidy over what the last LINT_COMMITS=20 commits changed
+lint-changed: ## clang-tidy over what the last LINT_COMMITS=5 commits changed
 	@$(packages) build test bench lint
 	@cmake --preset lint && files=$$(cmake/changed_sources.sh $(LINT_COMMITS)) && \
 		cmake/lint.sh build/lint $(JOBS) $$files
