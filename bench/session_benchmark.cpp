@@ -111,7 +111,7 @@ void small_frame_renderer(benchmark::State& state) {
     request.width = width;
     request.height = height;
     request.samples = 1;
-    std::vector<float> pixels(4 * width * height);
+    std::vector<float> pixels(std::size_t{4} * width * height);
     const host::FrameBuffers buffers{.beauty = pixels, .elements = {}};
     renderer.render(request, buffers);
     for (auto round : state)

@@ -33,7 +33,7 @@ public:
     }
 
     std::filesystem::path write(const std::uint8_t* data, std::size_t size) const {
-        const std::filesystem::path path = m_folder / "input.gltf";
+        std::filesystem::path path = m_folder / "input.gltf";
         std::ofstream(path, std::ios::binary)
             .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
         return path;
@@ -50,8 +50,8 @@ LoadOptions strict() {
 /// A few pixels, at times before, in and after any animation, through the first camera or of the whole scene.
 void render(const std::shared_ptr<const Scene>& scene) {
     constexpr int side = 4;
-    std::vector<float> beauty(side * side * 4);
-    std::vector<float> depth(side * side * 4);
+    std::vector<float> beauty(std::size_t{4} * side * side);
+    std::vector<float> depth(std::size_t{4} * side * side);
     Renderer renderer(scene, {.threads = 1});
     RenderRequest request;
     request.width = request.height = side;
