@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# changed_sources.sh COMMITS: the .cpp files that the last COMMITS commits (a merge is one), or what is not committed yet, changed; for
-# a changed header one file that includes it.
+# changed_sources.sh COMMITS: the .cpp files that the last COMMITS commits (a merge is one), or what is not committed yet,
+# changed; for a changed header one file that includes it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 base=$(git rev-list --first-parent --max-count=$(($1 + 1)) HEAD | tail -n 1)

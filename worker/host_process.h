@@ -23,8 +23,9 @@ class HostProcess {
 public:
     using LineSink = std::function<void(std::string_view)>;
 
-    /// Starts the program with `input`, at most 4096 bytes, on its standard input. `on_output` gets each line of the host's output, from the calls below, on their
-    /// threads. Throws std::system_error when the program cannot be started; its text names the program.
+    /// Starts the program with `input`, at most 4096 bytes, on its standard input. `on_output` gets each line of
+    /// the host's output, from the calls below, on their threads. Throws std::system_error when the program
+    /// cannot be started; its text names the program.
     HostProcess(const std::string& program, const std::vector<std::string>& arguments, std::string_view input,
                 LineSink on_output);
 

@@ -20,6 +20,10 @@ struct Frame {
 /// may be those of a scene that is gone.
 void release_frame(JobState& job);
 
+/// How the failure of an operation goes on that needs a running job.
+inline constexpr const char* job_not_running_text =
+    " called when consistency check flag jobRunning was not set";
+
 /// Throws std::runtime_error when a frame is being rendered. A script in a render callback that ended the job
 /// or rendered another frame would free what the renderer below it is still using.
 void refuse_inside_a_frame(const JobState& job, const char* operation);

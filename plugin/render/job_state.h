@@ -164,9 +164,5 @@ struct JobState {
 /// The job of this process.
 extern JobState job_state;
 
-/// The text of JobState's failure to do a thing that needs a running job.
-inline constexpr const char* job_not_running_text =
-    " called when consistency check flag jobRunning was not set";
-
 /// The scene time of a frame, in ticks. It wraps as 32-bit numbers do: frames that far from 0 have no time.
 TimeValue frame_time(int frame);
