@@ -196,6 +196,12 @@ void withdraw(const FPInterfaceDesc* owner) {
 
 }  // namespace
 
+const PublishedInterface* find_published_interface(const std::string& name) {
+    for (const InterfacePointer& published : published_interfaces())
+        if (published->name == name) return published.get();
+    return nullptr;
+}
+
 void define_published_interfaces() {
     for (const InterfacePointer& published : published_interfaces())
         define_interface(published);
@@ -207,11 +213,11 @@ FPInterfaceDesc::~FPInterfaceDesc() {
     corrivane::host::withdraw(this);
 }
 
-void FPInterfaceDesc::load_descriptor(Interface_ID /*id*/, const char* internalName,
-                                      int /*descriptionResource*/, ClassDesc* /*classDesc*/, unsigned flags,
-                                      const FPSlot* list) {
+void FPInterfaceDesc::load_descriptor(Interface_ID id, const char* internalName, int /*descriptionResource*/,
+                                      ClassDesc* /*classDesc*/, unsigned flags, const FPSlot* list) {
     using namespace corrivane::host;
     auto published = std::make_shared<PublishedInterface>(read_descriptor(this, internalName, list));
+    published->id = id;
     // Only core interfaces have a name that scripts can use; others belong to objects.
     if ((flags & FP_CORE) == 0) return;
     withdraw(this);
