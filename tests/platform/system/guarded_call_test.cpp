@@ -16,6 +16,8 @@ namespace {
 
 TEST(GuardedCall, TakesFaultsUnderTheirWindowsCode) {
     for (const Provocation& fault : provocations()) {
+        // ThreadSanitizer's own handler reads unaligned words before the guard's can allow that again.
+        if (under_tsan && fault.code == EXCEPTION_DATATYPE_MISALIGNMENT) continue;
         SCOPED_TRACE(fault.name);
         for (int round = 0; round < 3; ++round) {
             Watch seen;
