@@ -3,12 +3,6 @@
 #include "support/running_program.h"
 #include "support/wire_peer.h"
 
-#include <filesystem>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
-
 namespace corrivane::test {
 
 /// A farm worker on bare sockets that drives one corrivane-host, whose drive C is a folder of its own. It has

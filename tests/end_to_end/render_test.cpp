@@ -4,10 +4,6 @@ namespace corrivane::test {
 namespace {
 
 using nlohmann::json;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 TEST(RenderJob, LeavesAnAnimatedSceneOnDisk) {
     JobSession job(small_scene());
@@ -18,10 +14,7 @@ TEST(RenderJob, LeavesAnAnimatedSceneOnDisk) {
 
     const ImageFile first = job.image("beauty0000.png");
     const ImageFile later = job.image("beauty0015.png");
-    EXPECT_EQ(first.width, 64);
-    EXPECT_EQ(first.height, 48);
-    EXPECT_EQ(first.bits_per_channel, 16);
-    EXPECT_EQ(first.at(32, 24)[3], 1);
+    EXPECT_THAT((std::array{first.width, first.height, first.bits_per_channel}), ElementsAre(64, 48, 16));
     EXPECT_GT(first.at(32, 24)[0], first.at(32, 24)[2]);
     EXPECT_EQ(first.at(0, 0), (Pixel{0, 0, 0, 0}));
     EXPECT_NE(first.pixels, later.pixels);
@@ -62,17 +55,14 @@ TEST(RenderJob, FailsToStartWithAReason) {
                "{\"asset\": {\"version\": \"2.0\"}, \"nodes\": [{\"mesh\": 7}], "
                "\"scenes\": [{\"nodes\": [0]}]}");
     write_file(session.folder() / "bad/text.gltf", "hello");
-    const auto quoted = [&](const char* name) {
-        return "\"" + (session.folder() / "bad" / name).string() + "\"";
-    };
-
     EXPECT_THAT(session.run("StartJob,x"), ElementsAre("ERROR: StartJob: Expected 2 parameters, got 1"));
-    EXPECT_THAT(session.run(start_job(session.folder() / "bad/none.gltf")),
-                ElementsAre("ERROR: Invalid max file: " + quoted("none.gltf"), no_output));
-    EXPECT_THAT(session.run(start_job(session.folder() / "bad/text.gltf")),
-                ElementsAre("ERROR: Invalid max file: " + quoted("text.gltf"), no_output));
-    EXPECT_THAT(session.run(start_job(session.folder() / "bad/broken.gltf")),
-                ElementsAre("ERROR: Failed to load max file: " + quoted("broken.gltf"), no_output));
+    const std::pair<const char*, const char*> refused[] = {
+        {"none", "Invalid"}, {"text", "Invalid"}, {"broken", "Failed to load"}};
+    for (const auto& [name, problem] : refused) {
+        const std::string file = session.folder() / "bad" / (std::string(name) + ".gltf");
+        EXPECT_THAT(session.run(start_job(file)),
+                    ElementsAre(std::string("ERROR: ") + problem + " max file: \"" + file + "\"", no_output));
+    }
     EXPECT_THAT(session.run(start_job(good, "Nobody")),
                 ElementsAre("ERROR: Scene does not contain render camera \"Nobody\"", no_output));
     EXPECT_THAT(session.run(start_job(good)), ElementsAre(no_output));
@@ -91,29 +81,26 @@ TEST(RenderJob, FailsFramesThatCannotBeWrittenAndGoesOn) {
     const auto c = job.session.drive_c();
     std::filesystem::create_directories(c / "out/folder.png");
     write_file(c / "plain", "a file where a folder should be");
-    const std::pair<std::string, testing::Matcher<std::string>> cases[] = {
-        {"C:\\out\\folder.png", StartsWith("ERROR: Error in bm->")},
-        {"C:\\plain\\x.png", StartsWith("ERROR: Error in bm->")},
-        {"Q:\\out\\x.png", StartsWith("ERROR: Error in bm->")},
-        {"C:\\out\\x.unknown", StartsWith("ERROR: Error in bm->")},
-        {"C:\\out\\noextension", StartsWith("ERROR: Error in bm->")},
-        {"C:\\out\\a:b.png", HasSubstr("invalid name \"a:b.png\" in path: \"C:\\out\\a:b.png\"")},
-        {"C:\\out \\x.png", HasSubstr("invalid name \"out \"")},
-        {"C:\\out\\" + std::string(300, 'n') + ".png", StartsWith("ERROR: The output file name is too long")},
-    };
+    const std::pair<const char*, Texts> cases[] = {
+        {"Error in bm->",
+         {"C:\\out\\folder.png", "C:\\plain\\x.png", "Q:\\out\\x.png", "C:\\out\\x.unknown",
+          "C:\\out\\noextension"}},
+        {"invalid name \"", {"C:\\out\\a:b.png", "C:\\out \\x.png"}},
+        {"The output file name is too long", {"C:\\out\\" + std::string(300, 'n') + ".png"}}};
     job.session.send("RemovePadding");
-    for (const auto& [name, error] : cases) {
-        job.session.send("OutputImageFilename," + field(name));
-        EXPECT_THAT(job.render(0), ElementsAre("STARTED", error, "ERROR: Failed to save file.")) << name;
-    }
+    for (const auto& [error, names] : cases)
+        for (const std::string& name : names) {
+            job.session.send("OutputImageFilename," + field(name));
+            EXPECT_THAT(job.render(0), ElementsAre("STARTED", StartsWith(std::string("ERROR: ") + error),
+                                                   "ERROR: Failed to save file."))
+                << name;
+        }
     job.session.send("OutputImageFilename," + field("C:\\out\\deep\\er\\fine.exr"));
     EXPECT_EQ(job.render(0), rendered);
     EXPECT_EQ(job.image("deep/er/fine.exr").width, 64);
     // Nothing that could be taken for a frame is left.
-    std::vector<std::string> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(c / "out"))
-        if (entry.is_regular_file()) files.push_back(entry.path().filename().string());
-    EXPECT_THAT(files, ElementsAre("fine.exr"));
+        EXPECT_TRUE(!entry.is_regular_file() || entry.path().filename() == "fine.exr") << entry;
 }
 
 TEST(RenderJob, NumbersNamesAndSkips) {
@@ -140,28 +127,25 @@ TEST(RenderJob, RendersARegionAsThatPartOfTheWholeImage) {
     const ImageFile full = whole.image("beauty0003.png");
     const ImageFile full_depth = whole.image("depth0003.exr");
 
-    struct Region {
-        int padding, left, top, right, bottom;
-    };
-    const Region regions[] = {{0, 20, 10, 40, 30}, {4, 20, 10, 40, 30}, {8, 0, 0, 16, 16},
-                              {8, 50, 40, 64, 48}, {3, 0, 40, 30, 48},  {3, 60, 0, 64, 48},
-                              {0, 0, 0, 64, 48},   {200, 5, 5, 6, 6}};
-    for (const Region& region : regions) {
+    const std::array<int, 5> regions[] = {{0, 20, 10, 40, 30}, {4, 20, 10, 40, 30}, {8, 0, 0, 16, 16},
+                                          {8, 50, 40, 64, 48}, {3, 0, 40, 30, 48},  {3, 60, 0, 64, 48},
+                                          {0, 0, 0, 64, 48},   {200, 5, 5, 6, 6}};
+    for (const std::array<int, 5>& region : regions) {
         JobSession job(scene);
-        const std::string command = "RegionRendering," + std::to_string(region.padding) + "," +
-                                    std::to_string(region.left) + "," + std::to_string(region.top) + "," +
-                                    std::to_string(region.right) + "," + std::to_string(region.bottom);
+        std::string command = "RegionRendering";
+        for (const int number : region)
+            command += "," + std::to_string(number);
         job.session.send(command);
         job.session.send("UseJpegOutput," + field("C:\\previews\\"));
         ASSERT_EQ(job.render(3), rendered) << command;
         EXPECT_FALSE(std::filesystem::exists(job.session.drive_c() / "previews/beauty0003.jpg"));
-        const auto expect_part = [&](const ImageFile& part, const ImageFile& of) {
-            ASSERT_EQ(part.width, region.right - region.left) << command;
-            ASSERT_EQ(part.height, region.bottom - region.top) << command;
-            EXPECT_EQ(part.pixels, of.part(region.left, region.top, region.right, region.bottom)) << command;
-        };
-        expect_part(job.image("beauty0003.png"), full);
-        expect_part(job.image("depth0003.exr"), full_depth);
+        const auto [padding, left, top, right, bottom] = region;
+        for (const auto& [name, whole_image] :
+             {std::pair("beauty0003.png", &full), std::pair("depth0003.exr", &full_depth)}) {
+            const ImageFile part = job.image(name);
+            EXPECT_EQ(part.width, right - left) << command;
+            EXPECT_EQ(part.pixels, whole_image->part(left, top, right, bottom)) << command;
+        }
     }
 }
 
@@ -176,11 +160,8 @@ TEST(RenderJob, WritesElementsAndAccumulatesPasses) {
     ASSERT_EQ(plain.render(0), rendered);
 
     json& effect = scene["nodes"][1]["extras"]["multipass"];
-    effect = {{"effect", "depthOfField"},
-              {"passes", 1},
-              {"enabled", true},
-              {"radius", 0.3},
-              {"focusDistance", 3.0}};
+    effect = json::parse(
+        R"({"effect": "depthOfField", "passes": 1, "enabled": true, "radius": 0.3, "focusDistance": 3.0})");
     JobSession one_pass(scene);
     ASSERT_EQ(one_pass.render(0), rendered);
     effect["passes"] = 3;
@@ -227,9 +208,9 @@ TEST(RenderJob, WritesPreviewsAndAlphaCompanions) {
     render_settings(scene)["tga"] = {{"alphaSplit", false}};
     JobSession without(scene);
     without.session.send("AlphaSplit");
-    EXPECT_EQ(without.render(0), failed("bm->Write() returned success, but the Alpha Split feature (tga) is "
-                                        "enabled, and the output file, "
-                                        "\"C:\\out\\A_beauty0000.tga\" did not exist."));
+    EXPECT_EQ(without.render(0),
+              failed("bm->Write() returned success, but the Alpha Split feature (tga) is enabled, and the "
+                     "output file, \"C:\\out\\A_beauty0000.tga\" did not exist."));
 }
 
 TEST(RenderJob, ObeysTheMissingFilePolicies) {
@@ -264,14 +245,36 @@ TEST(RenderJob, ReportsProgressAndStopsAtTheWorkersWord) {
     render_settings(scene).update({{"width", 640}, {"height", 480}, {"samples", 16}});
     JobSession job(scene);
     EXPECT_EQ(job.render(0), rendered);
-    EXPECT_THAT(job.session.progress(),
-                testing::Contains(
-                    AllOf(StartsWith("FUNCTION: SETTITLE Rendering Image - "), testing::EndsWith("%"))));
-    EXPECT_THAT(job.session.progress(), testing::Contains("FUNCTION: PROGRESS 100"));
+    EXPECT_THAT(job.session.progress(), testing::IsSupersetOf({"FUNCTION: SETTITLE Rendering Image - 100.0%",
+                                                               "FUNCTION: PROGRESS 100"}));
     EXPECT_THAT(job.session.run("RenderTask,1", "STOP"),
                 ElementsAre("STARTED", "ERROR: Failed to render the frame.", "ERROR: Failed to save file."));
     EXPECT_FALSE(std::filesystem::exists(job.output("beauty0001.png")));
     EXPECT_EQ(job.render(2), rendered);
+}
+
+/// Runs corrivane-worker with a drive C of its own, "c" in the folder.
+int run_worker(const TemporaryFolder& folder, std::string& output, const Texts& options) {
+    std::filesystem::create_directories(folder / "c");
+    Texts command{built_program("corrivane-worker"), "render", save_scene(small_scene(), folder / "scene"),
+                  "--drive", "C=" + (folder / "c")};
+    command.insert(command.end(), options.begin(), options.end());
+    RunningProgram worker(command, folder / "output.txt");
+    const int exit_code = worker.wait();
+    output = worker.output();
+    return exit_code;
+}
+
+TEST(Worker, RendersAJobAndTellsWhatFailed) {
+    const TemporaryFolder folder;
+    std::string output;
+    EXPECT_EQ(run_worker(folder, output, {"--frames", "1-5x2,9", "--check"}), 0) << output;
+    for (const char* name : {"beauty0001.png", "beauty0003.png", "beauty0005.png", "beauty0009.png"})
+        EXPECT_EQ(ImageFile(folder.path() / "c/out" / name).width, 64) << name;
+    EXPECT_FALSE(std::filesystem::exists(folder / "c/out/beauty0002.png"));
+    EXPECT_THAT(output, HasSubstr("4 files written: C:\\out\\beauty0001.png"));
+    EXPECT_EQ(run_worker(folder, output, {"--frames", "0-2", "--fail-on-black", "1,0"}), 1);
+    EXPECT_THAT(output, HasSubstr("% of the output image is black"));
 }
 
 }  // namespace

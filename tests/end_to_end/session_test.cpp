@@ -1,14 +1,10 @@
-#include "host_session.h"
-#include "support/test.h"
+#include "job_session.h"
 
 #include <csignal>
 
 namespace corrivane::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
 using testing::MatchesRegex;
 
 const std::string exception_prefix = "ERROR: Exception caught in 3ds max: ";
@@ -44,11 +40,9 @@ TEST(Session, AnswersWhatItDoesNotKnowAndGoesOn) {
         {"renderTask,1", "renderTask"}, {",x", ""},         {" EndJob", " EndJob"},
         {"\"a,b\",c", "a,b"},           {"a\\\"b", "a\"b"}, {"a\\nb", "a\nb"},
     };
-    for (const auto& [command, name] : cases) {
+    for (const auto& [command, name] : cases)
         EXPECT_THAT(session.run(command),
-                    ElementsAre("ERROR: Unexpected command \"" + std::string(name) + "\" received."))
-            << command;
-    }
+                    ElementsAre("ERROR: Unexpected command \"" + std::string(name) + "\" received."));
     session.send("CONTINUE");
     EXPECT_THAT(session.run("RenderTask,12"),
                 ElementsAre("ERROR: RenderTask: Called without being in a job."));
@@ -84,17 +78,6 @@ TEST(Session, SurvivesMessagesInPiecesAndCutOnes) {
 
     session.send_bytes(WirePeer::length_field(16) + "Start");
     EXPECT_EQ(session.finish(), 0);
-    EXPECT_THAT(session.host().output(), HasSubstr("true"));
-}
-
-TEST(Session, TellsThatNobodyListens) {
-    const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.path() / "Quillane/logs");
-    const HostRun run(folder.path(), {"--execute", "print (QuillaneUtil.RunCorrivaneDaemon 1 \"t\")"});
-    EXPECT_EQ(run.exit_code, 0);
-    EXPECT_THAT(run.output, HasSubstr("false"));
-    EXPECT_THAT(read_file(folder / "Quillane/logs/3dsmaxConnect.log"),
-                EndsWith("Exception: connect: Failed to connect to server at port 1\n"));
 }
 
 TEST(Session, LogsEachCommandAsItArrives) {

@@ -28,17 +28,13 @@ void create_file(const std::string& windows_path) {
 
 ViewParams* FakeEffect::Apply(INode*, Object*, int pass, TimeValue& time) {
     time += shift * pass;
-    fake_max().call("Apply", text(pass));
+    note("Apply", text(pass));
     return &view;
 }
 
 void FakeEffect::AccumulateBitmap(Bitmap* destination, const Bitmap* source, int pass, TimeValue time) {
-    fake_max().call("AccumulateBitmap", label_of(destination) + " += " + label_of(source) + ", pass " +
-                                            text(pass) + ", time " + text(time));
-}
-
-void FakeEffect::PostRenderFrame() {
-    fake_max().call("PostRenderFrame");
+    note("AccumulateBitmap",
+         label_of(destination) + " += " + label_of(source) + ", pass " + text(pass) + ", time " + text(time));
 }
 
 FakeBitmap::FakeBitmap(std::string bitmap_label, const BitmapInfo& description)
@@ -49,61 +45,43 @@ FakeBitmap::FakeBitmap(std::string bitmap_label, const BitmapInfo& description)
 }
 
 bool FakeBitmap::GetPixels(int x, int y, int count, BMM_Color_fl* copied) const {
-    std::copy_n(&pixel(x, y), count, copied);
+    std::copy_n(row(y) + x, count, copied);
     return true;
 }
 
-void FakeBitmap::PrepareGChannels(const BitmapInfo&) {
-    fake_max().call("PrepareGChannels", label);
-}
-
 BMMRES FakeBitmap::OpenOutput(const BitmapInfo& description) {
-    fake_max().call("OpenOutput", label + " " + description.Name());
+    note("OpenOutput", label + " " + description.Name());
     return fake_max().open_output_result;
 }
 
 BMMRES FakeBitmap::Write(const BitmapInfo& description, int frame) {
-    FakeMax& max = fake_max();
-    max.call("Write", label + " " + description.Name() + " " + text(frame));
-    if (max.write_result != BMMRES_SUCCESS) return max.write_result;
-    create_file(description.Name());
-    return BMMRES_SUCCESS;
-}
-
-BMMRES FakeBitmap::Close(const BitmapInfo&, int flag) {
-    fake_max().call("Close", label + " " + text(flag));
-    return BMMRES_SUCCESS;
+    note("Write", label + " " + description.Name() + " " + text(frame));
+    if (fake_max().write_result == BMMRES_SUCCESS) create_file(description.Name());
+    return fake_max().write_result;
 }
 
 void FakeBitmap::CopyImage(const Bitmap& from, int mode, BMM_Color_fl, const BitmapInfo& description) {
-    fake_max().call("CopyImage", label_of(&from) + " mode " + text(mode) + " at " +
-                                     text(description.CustomX()) + "," + text(description.CustomY()));
+    note("CopyImage", label_of(&from) + " mode " + text(mode) + " at " + text(description.CustomX()) + "," +
+                          text(description.CustomY()));
 }
 
 void FakeBitmap::Display(const char* title, int position, bool autonomous, bool saveButton, const void* crop,
                          const void* clone) {
     const bool bare = title == nullptr && crop == nullptr && clone == nullptr;
-    fake_max().call("Display",
-                    label + " " + text(position) + text(autonomous) + text(saveButton) + text(bare));
-}
-
-void FakeBitmap::UnDisplay() {
-    fake_max().call("UnDisplay", label);
+    note("Display", label + " " + text(position) + text(autonomous) + text(saveButton) + text(bare));
 }
 
 void FakeBitmap::DeleteThis() {
-    fake_max().call("DeleteThis", label);
+    note("DeleteThis", label);
     --fake_max().bitmaps_alive;
     delete this;
 }
 
-void FakeMax::call(const std::string& name, const std::string& arguments) {
-    calls.push_back(arguments.empty() ? name : name + " " + arguments);
-    const auto found = inside.find(name);
-    if (found == inside.end()) return;
+void note(const std::string& name, const std::string& arguments) {
+    FakeMax& max = fake_max();
+    max.calls.push_back(arguments.empty() ? name : name + " " + arguments);
     // A copy: the function may take itself away.
-    const std::function<void()> happens = found->second;
-    happens();
+    if (const auto found = max.inside.find(name); found != max.inside.end()) std::function(found->second)();
 }
 
 std::vector<std::string> FakeMax::calls_of(const std::string& name) const {
@@ -114,34 +92,20 @@ std::vector<std::string> FakeMax::calls_of(const std::string& name) const {
     return found;
 }
 
-int FakeMax::LoadFromFile(const char* fileName, int flags) {
-    call("LoadFromFile", std::string(fileName) + " " + text(flags));
-    return load_result;
-}
-
 void FakeMax::SetTime(TimeValue newTime, BOOL redraw) {
-    call("SetTime", text(newTime) + " " + text(redraw));
+    note("SetTime", text(newTime) + " " + text(redraw));
     time = newTime;
 }
 
-void FakeMax::ReleaseViewport(ViewExp* released) {
-    call("ReleaseViewport", released == &viewport ? "active" : "unknown");
-}
-
-INode* FakeMax::GetINodeByName(const char* name) {
-    const auto found = nodes.find(name);
-    return found == nodes.end() ? nullptr : found->second;
-}
-
 void FakeMax::SetupRendParams(RendParams& params, ViewExp* view, int renderType) {
-    call("SetupRendParams", text(renderType) + (view == nullptr ? "" : " with viewport"));
+    note("SetupRendParams", text(renderType) + (view == nullptr ? "" : " with viewport"));
     params.rendType = renderType;
 }
 
 int FakeMax::OpenCurRenderer(INode* cameraNode, ViewExp* view, int renderType, int imageWidth,
                              int imageHeight) {
     const std::string camera = cameraNode == nullptr ? "none" : cameraNode->GetName();
-    call("OpenCurRenderer", "camera " + camera + " viewport " + (view == nullptr ? "none" : "active") +
+    note("OpenCurRenderer", "camera " + camera + " viewport " + (view == nullptr ? "none" : "active") +
                                 " type " + text(renderType) + " " + text(imageWidth) + "x" +
                                 text(imageHeight));
     return open_result;
@@ -154,7 +118,7 @@ int FakeMax::CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendPro
     if (region != nullptr)
         arguments += " region " + text(region->left) + "," + text(region->top) + "," + text(region->right) +
                      "," + text(region->bottom);
-    call("CurRendererRenderFrame", arguments);
+    note("CurRendererRenderFrame", arguments);
     return render_result;
 }
 
@@ -164,11 +128,7 @@ void FakeMax::LogEntry(DWORD type, BOOL dialog, const char* title, const char* f
     va_start(values, format);
     std::vsnprintf(message, sizeof message, format, values);
     va_end(values);
-    system_log.push_back(std::to_string(type) + " " + text(dialog) + " " + title + ": " + message);
-}
-
-BaseInterface* FakeMax::GetInterface(Interface_ID id) {
-    return id == IRENDERERREQUIREMENTS_INTERFACE_ID ? static_cast<IRendererRequirements*>(this) : nullptr;
+    system_log.push_back(text(int(type)) + " " + text(dialog) + " " + title + ": " + message);
 }
 
 Bitmap* FakeMax::Create(const BitmapInfo& info) {

@@ -11,6 +11,9 @@
 
 namespace corrivane::test {
 
+/// Notes a call of the one fake and lets happen what is meant to happen inside it.
+void note(const std::string& name, const std::string& arguments = "");
+
 struct FakeEffect final : IMultiPassCameraEffect {
     Class_ID id{0xE, 0xF};
     int passes = 3;
@@ -21,7 +24,7 @@ struct FakeEffect final : IMultiPassCameraEffect {
     int TotalPasses(TimeValue) const override { return passes; }
     ViewParams* Apply(INode* cameraNode, Object* cameraObject, int pass, TimeValue& time) override;
     void AccumulateBitmap(Bitmap* destination, const Bitmap* source, int pass, TimeValue time) override;
-    void PostRenderFrame() override;
+    void PostRenderFrame() override { note("PostRenderFrame"); }
 };
 
 struct FakeObject final : Object {
@@ -78,23 +81,24 @@ struct FakeBitmap : Bitmap {
     FakeBitmap(std::string bitmap_label, const BitmapInfo& description);
     virtual ~FakeBitmap() = default;
     BMM_Color_fl& pixel(int x, int y) { return pixels[static_cast<std::size_t>(y * Width() + x)]; }
-    const BMM_Color_fl& pixel(int x, int y) const {
-        return pixels[static_cast<std::size_t>(y * Width() + x)];
-    }
+
+    const BMM_Color_fl* row(int y) const { return &pixels[static_cast<std::size_t>(y * Width())]; }
 
     int Width() const override { return info.Width(); }
     int Height() const override { return info.Height(); }
     bool HasStorage() const override { return true; }
     bool GetPixels(int x, int y, int count, BMM_Color_fl* copied) const override;
-    const BMM_Color_fl* FloatRow(int y) const override { return keeps_floats ? &pixel(0, y) : nullptr; }
-    void PrepareGChannels(const BitmapInfo& description) override;
+    const BMM_Color_fl* FloatRow(int y) const override { return keeps_floats ? row(y) : nullptr; }
+    void PrepareGChannels(const BitmapInfo&) override { note("PrepareGChannels", label); }
     BMMRES OpenOutput(const BitmapInfo& description) override;
     BMMRES Write(const BitmapInfo& description, int frame) override;
-    BMMRES Close(const BitmapInfo& description, int flag) override;
+    BMMRES Close(const BitmapInfo&, int flag) override {
+        return note("Close", label + " " + std::to_string(flag)), BMMRES_SUCCESS;
+    }
     void CopyImage(const Bitmap& from, int mode, BMM_Color_fl fill, const BitmapInfo& description) override;
     void Display(const char*, int position, bool autonomous, bool saveButton, const void*,
                  const void*) override;
-    void UnDisplay() override;
+    void UnDisplay() override { note("UnDisplay", label); }
     void DeleteThis() override;
 };
 
@@ -141,18 +145,20 @@ struct FakeMax final : Interface8,
     BMMRES write_result = 0;
     std::set<std::string> dropped_files;  ///< written without an error, and not there afterwards
 
-    /// Notes a call and lets happen what is meant to happen inside it.
-    void call(const std::string& name, const std::string& arguments = "");
     /// The noted calls of that name.
     std::vector<std::string> calls_of(const std::string& name) const;
 
-    bool IsMaxFile(const char* fileName) override { return call("IsMaxFile", fileName), is_max_file; }
-    int LoadFromFile(const char* fileName, int flags) override;
+    bool IsMaxFile(const char* fileName) override { return note("IsMaxFile", fileName), is_max_file; }
+    int LoadFromFile(const char* fileName, int flags) override {
+        return note("LoadFromFile", fileName + (" " + std::to_string(flags))), load_result;
+    }
     TimeValue GetTime() const override { return time; }
     void SetTime(TimeValue newTime, BOOL redraw) override;
-    ViewExp* GetActiveViewport() override { return call("GetActiveViewport"), &viewport; }
-    void ReleaseViewport(ViewExp* released) override;
-    INode* GetINodeByName(const char* name) override;
+    ViewExp* GetActiveViewport() override { return note("GetActiveViewport"), &viewport; }
+    void ReleaseViewport(ViewExp* released) override {
+        note("ReleaseViewport", released == &viewport ? "active" : "unknown");
+    }
+    INode* GetINodeByName(const char* name) override { return nodes.contains(name) ? nodes[name] : nullptr; }
     BitmapInfo& GetRendFileBI() override { return output; }
     BOOL GetRendSaveFile() const override { return save_file; }
     BOOL GetSkipRenderedFrames() const override { return skips_existing; }
@@ -164,12 +170,12 @@ struct FakeMax final : Interface8,
     void SetupRendParams(RendParams& params, ViewExp* view, int renderType) override;
     int OpenCurRenderer(INode* cameraNode, ViewExp* view, int renderType, int imageWidth,
                         int imageHeight) override;
-    void CloseCurRenderer() override { call("CloseCurRenderer"); }
+    void CloseCurRenderer() override { note("CloseCurRenderer"); }
     int CurRendererRenderFrame(TimeValue frameTime, Bitmap* bitmap, RendProgressCallback* callback,
                                float duration, ViewParams* view, RECT* region) override;
     IDefaultActionSystem* GetDefaultActionSystem() override { return this; }
     LogSys* Log() override { return this; }
-    void FileReset(BOOL noPrompt) override { call("FileReset", std::to_string(noPrompt)); }
+    void FileReset(BOOL noPrompt) override { note("FileReset", std::to_string(noPrompt)); }
 
     void SetDefaultAction(int kind, int action, const void*, const void*) override {
         default_actions[kind] = action;
@@ -183,7 +189,9 @@ struct FakeMax final : Interface8,
     IRenderElement* GetRenderElement(int index) override { return elements[static_cast<std::size_t>(index)]; }
 
     Class_ID ClassID() const override { return renderer_class; }
-    BaseInterface* GetInterface(Interface_ID id) override;
+    BaseInterface* GetInterface(Interface_ID id) override {
+        return id == IRENDERERREQUIREMENTS_INTERFACE_ID ? static_cast<IRendererRequirements*>(this) : nullptr;
+    }
     bool HasRequirement(int requirement) const override { return requirements.contains(requirement); }
 
     Bitmap* Create(const BitmapInfo& info) override;

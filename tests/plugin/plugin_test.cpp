@@ -7,7 +7,6 @@
 #include <system/drive_map.h>
 
 #include <algorithm>
-#include <memory>
 
 namespace corrivane::test {
 

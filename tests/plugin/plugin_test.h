@@ -13,6 +13,13 @@
 
 namespace corrivane::test {
 
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
 /// The calling thread's chain of MAXScript local-value frames; null for a thread that has never run MAXScript.
 ValueLocalsFrame* current_locals_frame();
 

@@ -5,6 +5,7 @@
 //   -                       the script on standard input: print (QuillaneUtil.RunCorrivaneDaemon PORT "TOKEN")
 #include "support/wire_peer.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -19,8 +20,7 @@
 namespace {
 
 struct Call {
-    std::string behaviour;  // without the frame
-    std::string bad_frame;
+    std::string behaviour, bad_frame;
     std::string folder;
     int port = 0;
     std::string token;
@@ -137,14 +137,11 @@ private:
             std::signal(SIGSEGV, SIG_DFL);  // whatever a sanitizer wants to say about it
             std::raise(SIGSEGV);
         }
-        if (behaviour == "die-once" && first_time()) std::raise(SIGKILL);
-        if (behaviour == "hang") ::pause();
-        if (behaviour == "hang-deaf") {
-            std::signal(SIGTERM, SIG_IGN);
-            for (;;)
-                ::pause();
-        }
-        if (behaviour == "garbage") m_peer.send_bytes("\xff\xff\xff\xff and more");
+        if (behaviour == "die-once" && ::mkdir((m_call.folder + "/once").c_str(), 0700) == 0)
+            std::raise(SIGKILL);
+        if (behaviour == "hang-deaf") std::signal(SIGTERM, SIG_IGN);
+        while (behaviour.starts_with("hang"))
+            ::pause();
         if (behaviour == "fail") {
             std::cerr << "[error] Renderer: out of memory\n";
             m_peer.send(
@@ -171,13 +168,6 @@ private:
             m_peer.send("FUNCTION: PROGRESS 60");
         } while (m_peer.receive() == "CONTINUE");
         abort_render();
-    }
-
-    bool first_time() const {
-        const std::string marker = m_call.folder + "/once";
-        if (std::ifstream(marker)) return false;
-        std::ofstream(marker).close();
-        return true;
     }
 
     Call m_call;

@@ -1,19 +1,17 @@
 #include "worker/farm_session.h"
 
+#include "support/test.h"
 #include "support/wire_peer.h"
 #include "worker/failures.h"
+#include "worker/farm_answers.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <functional>
 #include <thread>
 
 namespace corrivane::worker {
 namespace {
 
+using namespace testing;
 using namespace std::chrono_literals;
-using testing::HasSubstr;
 
 constexpr const char* plugin_greeting = "Corrivane 2.7.29981 Oct 29 2007 07:16:22 R";
 constexpr const char* failed = "ERROR: Failed to save file.";
@@ -26,7 +24,7 @@ public:
 
     void expect(const std::string& message) { EXPECT_EQ(receive(), message); }
     /// The worker hangs up without another word.
-    void expect_end() { EXPECT_THAT(receive_all(), testing::IsEmpty()); }
+    void expect_end() { EXPECT_THAT(receive_all(), IsEmpty()); }
     void say(const std::vector<std::string>& messages) {
         for (const std::string& message : messages)
             send(message);
@@ -90,106 +88,60 @@ private:
     std::thread m_peer_thread;
 };
 
-/// The text of the failure that the call throws.
-template <typename Call>
-std::string failure_of(Call call) {
-    try {
-        call();
-    } catch (const HostFailure& failure) {
-        return failure.what();
-    }
-    return "no failure";
-}
-
 TEST(FarmSession, ErrorsOfAFrameAreReadToTheLastReply) {
-    const struct {
-        std::vector<std::string> replies;
-        bool hangs_up;  // after them
-        std::string error;
-    } cases[] = {
+    // Replies, whether the host hangs up after them, and the error.
+    const std::tuple<test::Texts, bool, std::string> cases[] = {
         {{"STARTED", failed}, false, "Failed to save file."},
         {{"STARTED", "ERROR: no memory", failed}, false, "no memory"},
         {{"STARTED", "ERROR: thrown", "ERROR: fault\nreport", failed}, false, "thrown\nfault\nreport"},
         {{"ERROR: RenderTask: Called outside."}, false, "RenderTask: Called outside."},
         {{"STARTED", "ERROR: SEH exception: fault\nreport"}, true, "SEH exception: fault\nreport"},
     };
-    for (const auto& entry : cases) {
+    for (const auto& [replies, hangs_up, error] : cases) {
         Farm farm;
         farm.open([&](Peer& peer) {
             peer.expect("RenderTask,3");
-            peer.say(entry.replies);
-            if (entry.hangs_up) return peer.close();
+            peer.say(replies);
+            if (hangs_up) return peer.close();
             peer.expect("RenderTask,4");
             peer.say({"STARTED", "SUCCESS"});
         });
         const CommandResult result = farm.session.render(3);
         EXPECT_FALSE(result.success);
-        EXPECT_EQ(result.error, entry.error);
-        EXPECT_EQ(result.session_over, entry.hangs_up);
-        if (!entry.hangs_up) {
-            EXPECT_TRUE(farm.session.render(4).success) << entry.error;
-        }
-    }
-}
-
-TEST(FarmSession, ErrorsOfAScriptTellWhetherTheSessionGoesOn) {
-    const struct {
-        const char* error;
-        bool session_over;
-    } cases[] = {
-        {"Script did not return success: false", false},
-        {"Exception caught in 3ds max: MAXScriptException: -- Runtime error: no licence", true},
-    };
-    for (const auto& entry : cases) {
-        Farm farm;
-        farm.open([&](Peer& peer) {
-            peer.expect("ExecuteScript,3,a.ms");
-            peer.say({"STARTED", std::string("ERROR: ") + entry.error});
-            if (entry.session_over) return peer.close();
-            peer.expect_end();
-        });
-        const CommandResult result = farm.session.run_script("ExecuteScript,3,a.ms");
-        EXPECT_EQ(result.error, entry.error);
-        EXPECT_EQ(result.session_over, entry.session_over);
+        EXPECT_EQ(result.error, error);
+        EXPECT_EQ(result.session_over, hangs_up);
+        EXPECT_TRUE(hangs_up || farm.session.render(4).success) << error;
     }
 }
 
 TEST(FarmSession, ABrokenPeerFailsTheHostAndTheReasonIsNamed) {
-    const auto framed = [](const std::string& message) { return Peer::frame(message); };
-    const struct {
-        std::string bytes;   // sent after STARTED
-        std::string reason;  // part of the failure's text
-    } cases[] = {
+    std::string errors;
+    for (int i = 0; i < 9; ++i)
+        errors += Peer::frame("ERROR: again");
+    // What is sent after STARTED, and a part of the failure's text.
+    const std::pair<std::string, const char*> cases[] = {
+        {errors, "one error after another"},
         {"", "closed the connection"},
         {Peer::length_field(100001), "packet size (given 100001)"},
         {std::string("\0\0", 2), "closed the connection"},
         {std::string("\0\0\0\5abc", 7), "closed the connection"},
-        {framed("OK"), "no plug-in sends: \"OK\""},
-        {framed("SUCCESSFUL"), "no plug-in sends: \"SUCCESSFUL\""},
-        {framed("ERROR"), "no plug-in sends"},
-        {framed("FUNCTION: FORMATDISK now\x1b[2J"), "no plug-in sends: \"FUNCTION: FORMATDISK now?[2J\""},
-        {framed("STARTED"), "no plug-in sends: \"STARTED\""},
+        {Peer::frame("OK"), "no plug-in sends: \"OK\""},
+        {Peer::frame("SUCCESSFUL"), "no plug-in sends: \"SUCCESSFUL\""},
+        {Peer::frame("ERROR"), "no plug-in sends"},
+        {Peer::frame("FUNCTION: FORMATDISK now\x1b[2J"),
+         "no plug-in sends: \"FUNCTION: FORMATDISK now?[2J\""},
+        {Peer::frame("STARTED"), "no plug-in sends: \"STARTED\""},
     };
-    for (const auto& entry : cases) {
+    for (const auto& [bytes, reason] : cases) {
         Farm farm;
-        farm.open([&](Peer& peer) {
+        farm.open([&bytes = bytes](Peer& peer) {
             peer.expect("RenderTask,3");
             peer.send("STARTED");
-            peer.send_bytes(entry.bytes);
+            peer.send_bytes(bytes);
             peer.close();
         });
-        EXPECT_THAT(failure_of([&] { farm.session.render(3); }), HasSubstr(entry.reason));
+        EXPECT_THAT(test::message_of([&] { farm.session.render(3); }), HasSubstr(reason));
     }
-}
-
-TEST(FarmSession, AHostWithoutEndToItsErrorsIsGivenUp) {
-    Farm farm;
-    farm.open([](Peer& peer) {
-        peer.expect("EndJob");
-        peer.say(std::vector<std::string>(9, "ERROR: again"));
-        peer.expect_end();
-    });
-    EXPECT_THAT(failure_of([&] { farm.session.end_job(); }), HasSubstr("one error after another"));
 }
 
 TEST(FarmSession, RequestsAloneDontKeepAFrameAlive) {
@@ -204,14 +156,11 @@ TEST(FarmSession, RequestsAloneDontKeepAFrameAlive) {
         };
         EXPECT_THROW(keep_asking(), std::runtime_error);  // the worker has hung up
     });
-    EXPECT_THAT(failure_of([&] { farm.session.render(3); }), HasSubstr("did not answer in time"));
+    EXPECT_THAT(test::message_of([&] { farm.session.render(3); }), HasSubstr("did not answer in time"));
 }
 
 TEST(FarmSession, OnlyThePeerWithTheTokenIsLetIn) {
-    const struct {
-        const char* what;
-        std::function<void(Peer&)> stranger;
-    } cases[] = {
+    const std::pair<const char*, std::function<void(Peer&)>> strangers[] = {
         {"another token", [](Peer& peer) { peer.send("guess"); }},
         {"too short a token", [](Peer& peer) { peer.send("toke"); }},
         {"a part of the token", [](Peer& peer) { peer.send_bytes(Peer::frame("token").substr(0, 6)); }},
@@ -221,11 +170,11 @@ TEST(FarmSession, OnlyThePeerWithTheTokenIsLetIn) {
         {"nothing, and gone", [](Peer& peer) { peer.close(); }},
         {"nothing, and died", [](Peer& peer) { peer.reset(); }},
     };
-    for (const auto& entry : cases) {
-        SCOPED_TRACE(entry.what);
+    for (const auto& [what, stranger] : strangers) {
+        SCOPED_TRACE(what);
         Farm farm;
-        farm.run_peer([&](Peer& peer) {
-            entry.stranger(peer);
+        farm.run_peer([&stranger = stranger, &farm](Peer& peer) {
+            stranger(peer);
             Peer host(farm.connection.port());  // has to queue behind a stranger that stays
             for (const char c : Peer::frame("token"))
                 host.send_bytes({&c, 1});
@@ -246,7 +195,7 @@ TEST(FarmSession, AStrangerAloneIsMentionedWhenTimeIsUp) {
         peer.send("guess");
         peer.expect_end();
     });
-    EXPECT_THAT(failure_of([&] { farm.connection.accept("token", deadline_in(2s)); }),
+    EXPECT_THAT(test::message_of([&] { farm.connection.accept("token", deadline_in(2s)); }),
                 HasSubstr("a peer without it was turned away"));
 }
 
@@ -259,7 +208,7 @@ TEST(FarmSession, WrongGreetingsAreRefused) {
             peer.expect_end();
         });
         farm.connection.accept("token", deadline_in(10s));
-        EXPECT_NE(failure_of([&] { farm.session.handshake(); }), "no failure") << greeting;
+        EXPECT_NE(test::message_of([&] { farm.session.handshake(); }), "no exception") << greeting;
     }
 }
 
@@ -268,6 +217,46 @@ TEST(FarmSession, AStopBeforeTheHostHasConnectedEndsTheWait) {
     std::thread user([&farm] { farm.stop.raise(); });
     EXPECT_THROW(farm.connection.accept("token", Deadline::max()), Stopped);
     user.join();
+}
+
+TEST(FarmAnswers, ValueRequestsAreAnsweredFromTheJob) {
+    Job job;
+    job.job_info = {{"Name", "Robot, blue"}, {"Empty", ""}, {"a,b c", "odd key"}};
+    job.submit_info = {
+        {"Files", {"one", "two", "three"}}, {"User", {"ana"}}, {"None", {}}, {"x,y", {"commas"}}};
+    job.aux_files = {"first.txt", "second.txt"};
+    const std::pair<const char*, const char*> answered[] = {{"GETJOBINFOENTRY Name", "Robot, blue"},
+                                                            {"GETJOBINFOENTRY Empty", ""},
+                                                            {"GETJOBINFOENTRY a,b c", "odd key"},
+                                                            {"GETSUBMITINFOENTRY User", "ana"},
+                                                            {"GETSUBMITINFOENTRY Files", "one,two,three"},
+                                                            {"GETSUBMITINFOENTRYELEMENTCOUNT Files", "3"},
+                                                            {"GETSUBMITINFOENTRYELEMENTCOUNT User", "1"},
+                                                            {"GETSUBMITINFOENTRYELEMENTCOUNT None", "0"},
+                                                            {"GETSUBMITINFOENTRYELEMENT 2,Files", "three"},
+                                                            {"GETSUBMITINFOENTRYELEMENT 0,x,y", "commas"},
+                                                            {"GETAUXFILE 1", "second.txt"}};
+    for (const auto& [request, answer] : answered)
+        EXPECT_EQ(answer_value_request(std::string("FUNCTION: ") + request, job),
+                  std::string("SUCCESS: ") + answer);
+    for (const char* unknown : {"JOBINFOENTRY name", "JOBINFOENTRY ", "SUBMITINFOENTRY Nobody",
+                                "SUBMITINFOENTRYELEMENTCOUNT Nobody", "SUBMITINFOENTRYELEMENT 3,Files",
+                                "SUBMITINFOENTRYELEMENT -1,Files", "SUBMITINFOENTRYELEMENT Files",
+                                "SUBMITINFOENTRYELEMENT 99999999999999999999999,Files", "AUXFILE 2",
+                                "AUXFILE -1", "AUXFILE 0x1", "AUXFILE "})
+        EXPECT_THAT(answer_value_request(std::string("FUNCTION: GET") + unknown, job),
+                    Optional(StartsWith("ERROR: ")));
+    for (const char* other : {"FUNCTION: SETTITLE GETAUXFILE 1", "GETAUXFILE 1", "FUNCTION: GETAUXFILE", ""})
+        EXPECT_FALSE(answer_value_request(other, job)) << other;
+}
+
+TEST(FarmAnswers, ProgressIsAPercentageOrUnknown) {
+    const std::pair<const char*, double> cases[] = {
+        {"0", 0},     {"45.5", 45.5}, {"33.33333", 33.33333}, {"100", 100}, {"250", 100}, {"-1", -1},
+        {"-0.5", -1}, {"nan", -1},    {"inf", 100},           {"", -1},     {"x", -1},    {"50%", -1},
+        {"1e999", -1}};
+    for (const auto& [text, percent] : cases)
+        EXPECT_EQ(parse_progress(text), percent) << text;
 }
 
 }  // namespace

@@ -1,19 +1,16 @@
 #include "worker/host_process.h"
 
+#include "support/test.h"
 #include "worker/pidfd.h"
 #include "worker/wait.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 
 namespace corrivane::worker {
 namespace {
 
+using namespace testing;
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::StartsWith;
 
 class HostProcessTest : public testing::Test {
 protected:
@@ -25,17 +22,6 @@ protected:
     StopRequest stop;
     std::vector<std::string> lines;
 };
-
-TEST_F(HostProcessTest, ReportsHowItEnded) {
-    const struct {
-        const char* script;
-        const char* end;
-    } cases[] = {{"exit 0", "exited with code 0"},
-                 {"exit 7", "exited with code 7"},
-                 {"kill -SEGV $$", "was ended by signal 11 (Segmentation fault)"}};
-    for (const auto& entry : cases)
-        EXPECT_EQ(shell(entry.script).end(10s, stop), entry.end) << entry.script;
-}
 
 TEST_F(HostProcessTest, ItsOutputComesAsLines) {
     HostProcess host = shell("printf 'one\\ntwo'; echo ' ends' >&2; printf 'no line end'");

@@ -1,11 +1,11 @@
 #include "worker/job_run.h"
 
-#include "support/temporary_folder.h"
+#include "support/test.h"
 #include "worker/frame_list.h"
 #include "worker/pidfd.h"
+#include "worker/written_files.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <boost/algorithm/string.hpp>
 
 #include <algorithm>
 #include <sstream>
@@ -13,15 +13,8 @@
 namespace corrivane::worker {
 namespace {
 
+using namespace testing;
 using namespace std::chrono_literals;
-using testing::AllOf;
-using testing::Contains;
-using testing::Each;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
-using testing::Optional;
-using testing::StartsWith;
 using Status = FrameOutcome::Status;
 
 class JobRunTest : public testing::Test {
@@ -56,15 +49,12 @@ protected:
     std::vector<std::string> trace() const { return test::read_lines(folder / "trace"); }
     auto count(const std::string& begin) const {
         return std::ranges::count_if(trace(),
-                                     [&begin](const std::string& line) { return line.starts_with(begin); });
+                                     [&](const std::string& line) { return line.starts_with(begin); });
     }
     auto count_hosts() const { return count("host "); }
-    int count_in_output(const std::string& text) const {
-        const std::string all = out.str();
-        int found = 0;
-        for (std::size_t at = 0; (at = all.find(text, at)) != std::string::npos; at += text.size())
-            ++found;
-        return found;
+    auto count_in_output(const std::string& text) const {
+        std::vector<std::string> found;
+        return boost::algorithm::find_all(found, out.str(), text).size();
     }
 
     test::TemporaryFolder folder;
@@ -114,26 +104,21 @@ TEST_F(JobRunTest, AFrameThatItsHostDidNotSurviveIsTriedAgain) {
 
 TEST_F(JobRunTest, FramesFailWithTheirReasonAndTheJobGoesOn) {
     settings.check_files = true;
-    const struct {
-        std::string behaviour;
-        std::string reason;  // part of frame 2's error
-        int attempts;
-        int hosts;  // that the job took
-    } cases[] = {
+    // How a host misbehaves, a part of frame 2's error, the attempts, and the hosts that the job took.
+    const std::tuple<const char*, const char*, int, int> cases[] = {
         {"die", "signal 11 (Segmentation fault)\nlast output of the host:\nthe fake host listens\n", 2, 3},
-        {"garbage", "Invalid packet size (given 4294967295)", 2, 3},
         {"fail", "Access Violation\nfirst line of the report\nits last line\n[error] Renderer: out of memory",
          1, 1},
         {"throw", "MAXException caught in 3ds max: out of handles", 1, 2},
         {"empty-file", "out2.png\" is empty", 1, 1},
         {"die-at-files", "can't be checked", 1, 2},
     };
-    for (const auto& entry : cases) {
-        const JobReport report = run(entry.behaviour + "@2");
+    for (const auto& [behaviour, reason, attempts, hosts] : cases) {
+        const JobReport report = run(behaviour + std::string("@2"));
         EXPECT_THAT(statuses(report), ElementsAre(Status::done, Status::failed, Status::done)) << out.str();
-        EXPECT_THAT(report.frames[1].error, AllOf(HasSubstr(entry.reason), Not(HasSubstr("LoadFromFile"))));
-        EXPECT_EQ(count("RenderTask,2"), entry.attempts) << entry.behaviour;
-        EXPECT_EQ(count_hosts(), entry.hosts) << entry.behaviour;
+        EXPECT_THAT(report.frames[1].error, AllOf(HasSubstr(reason), Not(HasSubstr("LoadFromFile"))));
+        EXPECT_EQ(count("RenderTask,2"), attempts) << behaviour;
+        EXPECT_EQ(count_hosts(), hosts) << behaviour;
         EXPECT_FALSE(report.success() || report.stopped);
         EXPECT_THAT(out.str(), Not(HasSubstr("frame 3 is tried again")));  // on a host that is gone
     }
@@ -150,11 +135,7 @@ TEST_F(JobRunTest, AHostThatHangsInAFrameIsEnded) {
 TEST_F(JobRunTest, AStartThatFailsEndsTheJobWithItsReason) {
     job.pre_script = "pre.ms";
     settings.limits.work = 1s;
-    const struct {
-        const char* behaviour;
-        const char* reason;
-        int hosts;
-    } cases[] = {
+    const std::tuple<const char*, const char*, int> cases[] = {
         {"exit", "exited with code 3\nlast output of the host:\nthe fake host listens\nthe library can't", 2},
         {"refuse-job",
          "The job can't be started: Failed to load max file: \"no.gltf\"\n"
@@ -164,11 +145,11 @@ TEST_F(JobRunTest, AStartThatFailsEndsTheJobWithItsReason) {
         {"fail-script", "the pre-script failed: Script did not return success: false", 1},
         {"hang-script", "No host starts the job: in the pre-script, the host did not answer", 2},
     };
-    for (const auto& entry : cases) {
-        const JobReport report = run(entry.behaviour);
+    for (const auto& [behaviour, reason, hosts] : cases) {
+        const JobReport report = run(behaviour);
         EXPECT_THAT(statuses(report), Each(Status::not_rendered));
-        EXPECT_THAT(report.problems, ElementsAre(HasSubstr(entry.reason))) << out.str();
-        EXPECT_EQ(count_hosts(), entry.hosts) << entry.behaviour;
+        EXPECT_THAT(report.problems, ElementsAre(HasSubstr(reason))) << out.str();
+        EXPECT_EQ(count_hosts(), hosts) << behaviour;
     }
 }
 
@@ -182,19 +163,15 @@ TEST_F(JobRunTest, AHostThatDoesNotConnectOrIsNotThereEndsTheJob) {
 
 TEST_F(JobRunTest, AFailedPostScriptIsAProblemOfTheJob) {
     job.post_script = "post.ms";
-    const struct {
-        const char* behaviour;
-        const char* reason;
-        int ended_jobs;
-    } cases[] = {
+    const std::tuple<const char*, const char*, int> cases[] = {
         {"fail-script", "Script did not return success: false", 1},
         {"throw-script", "Exception caught in 3ds max: no licence", 0},  // and the session was over
     };
-    for (const auto& entry : cases) {
-        const JobReport report = run(entry.behaviour);
+    for (const auto& [behaviour, reason, ended_jobs] : cases) {
+        const JobReport report = run(behaviour);
         EXPECT_THAT(statuses(report), Each(Status::done));
-        EXPECT_THAT(report.problems, ElementsAre(std::string("The post script failed: ") + entry.reason));
-        EXPECT_EQ(count("EndJob"), entry.ended_jobs) << entry.behaviour;
+        EXPECT_THAT(report.problems, ElementsAre(std::string("The post script failed: ") + reason));
+        EXPECT_EQ(count("EndJob"), ended_jobs) << behaviour;
         EXPECT_THAT(out.str(), Not(HasSubstr("failed at the end of the job")));
     }
 }
@@ -214,12 +191,8 @@ TEST_F(JobRunTest, WhatHostsSayOfTheSceneIsShownOnce) {
 }
 
 TEST_F(JobRunTest, AFrameWithoutFilesPassesTheCheckUnlessItsFileIsEmpty) {
-    const struct {
-        const char* behaviour;
-        std::optional<std::string> content;  // of the skipped frame's file
-        Status status;
-        std::string output;
-    } cases[] = {
+    // The second column is the content of the skipped frame's file.
+    const std::tuple<std::string, std::optional<std::string>, Status, const char*> cases[] = {
         {"skip", std::nullopt, Status::done, "no file written (skipped, or the scene saves none)"},
         {"skip", "pixels", Status::done, "no file written (skipped, or the scene saves none)"},
         {"skip", "", Status::failed, "out0102.png\" is empty"},
@@ -227,13 +200,30 @@ TEST_F(JobRunTest, AFrameWithoutFilesPassesTheCheckUnlessItsFileIsEmpty) {
     };
     job.frames = {2};
     job.options.frame_base = 100;
-    for (const auto& entry : cases) {
-        settings.check_files = std::string_view(entry.behaviour) == "skip";
-        if (entry.content) test::write_file(folder / "out0102.png", *entry.content);
-        EXPECT_THAT(statuses(run(std::string(entry.behaviour) + "@2")), ElementsAre(entry.status));
-        EXPECT_THAT(out.str(), HasSubstr(entry.output));
+    for (const auto& [behaviour, content, status, output] : cases) {
+        settings.check_files = behaviour == "skip";
+        if (content) test::write_file(folder / "out0102.png", *content);
+        EXPECT_THAT(statuses(run(behaviour + "@2")), ElementsAre(status));
+        EXPECT_THAT(out.str(), HasSubstr(output));
         out.str("");
     }
+}
+
+TEST(WrittenFiles, NamesAreNumberedAsThePluginDoes) {
+    const std::tuple<const char*, int, int, const char*> cases[] = {
+        {R"(C:\out\beauty.png)", 12, 0, R"(C:\out\beauty0012.png)"},
+        {R"(C:\out\beauty.png)", 12, -15, R"(C:\out\beauty-0003.png)"},
+        {R"(C:\out.d/beauty)", 12345, 0, R"(C:\out.d/beauty12345)"},
+        {"C:a.b.exr", 1, 0, "C:a.b0001.exr"},
+        {"a", std::numeric_limits<int>::max(), 1, "a-2147483648"},
+    };
+    JobOptions options;
+    for (const auto& [output, frame, base, name] : cases) {
+        options.frame_base = base;
+        EXPECT_EQ(frame_file_name(output, frame, options), name);
+    }
+    options.remove_padding = true;
+    EXPECT_EQ(frame_file_name("a.png", 1, options), "a.png");
 }
 
 }  // namespace

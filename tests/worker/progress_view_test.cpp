@@ -1,15 +1,14 @@
 #include "worker/progress_view.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "support/test.h"
 
 #include <sstream>
 
 namespace corrivane::worker {
 namespace {
 
+using namespace testing;
 using namespace std::chrono_literals;
-using testing::HasSubstr;
 using Status = FrameOutcome::Status;
 using Files = std::vector<std::string>;
 
@@ -59,7 +58,7 @@ TEST(ProgressView, OnATerminalLinesNeverMixWithTheBar) {
     view.set_title(0, "\x1b]evil\a");
     view.set_percent(0, 50);
     const std::string bar = "\r[#####---------------]  25%  0/\x1b[K";
-    EXPECT_THAT(out.str(), testing::EndsWith(bar));
+    EXPECT_THAT(out.str(), EndsWith(bar));
     out.str("");
     view.log("", "hello");
     EXPECT_EQ(out.str(), "\r\x1b[Khello\n" + bar);

@@ -48,38 +48,20 @@ std::ptrdiff_t count(const std::string& text, const std::string& pattern) {
     return std::distance(std::sregex_iterator(text.begin(), text.end(), wanted), std::sregex_iterator());
 }
 
-/// The last bytes of a readable page, in no module.
-class EndOfMemory {
-public:
-    EndOfMemory()
-        : m_page(mmap(nullptr, 2 * page_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
-        munmap(static_cast<char*>(m_page) + page_size, page_size);
-    }
-    ~EndOfMemory() { munmap(m_page, page_size); }
-    EndOfMemory(const EndOfMemory&) = delete;
-    EndOfMemory& operator=(const EndOfMemory&) = delete;
-
-    /// Where only so many bytes more can be read.
-    void* before(std::size_t bytes) const { return static_cast<char*>(m_page) + page_size - bytes; }
-
-private:
-    static constexpr std::size_t page_size = 4096;
-    void* m_page;
-};
+/// Where only so many bytes more can be read, in no module.
+void* end_of_memory(std::size_t bytes) {
+    constexpr std::size_t page_size = 4096;
+    static char* const pages = [] {
+        void* mapped =
+            mmap(nullptr, 2 * page_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        mprotect(static_cast<char*>(mapped) + page_size, page_size, PROT_NONE);
+        return static_cast<char*>(mapped);
+    }();
+    return pages + page_size - bytes;
+}
 
 TEST(ExceptionReport, HeaderNamesProcessModuleDateCodeAccessAndInstruction) {
-    std::string bytes;
-    for (int i = 0; i < 16; ++i) {
-        char byte[8];
-        std::snprintf(byte, sizeof byte, " %02X", reinterpret_cast<const unsigned char*>(code_address())[i]);
-        bytes += byte;
-    }
-    const struct {
-        DWORD code;
-        ULONG_PTR kind;
-        ULONG_PTR address;
-        std::string lines;
-    } cases[] = {
+    const std::tuple<DWORD, ULONG_PTR, ULONG_PTR, std::string> cases[] = {
         {0xC0000005, 0, 0x10, "\nException Code:  C0000005\nRead Address:  00000010\n"},
         {0xC0000005, 1, 0xDEADBEEF, "\nException Code:  C0000005\nWrite Address:  DEADBEEF\n"},
         {0xC0000005, 8, 0x30, "\nException Code:  C0000005\nWrite Address:  00000030\n"},
@@ -90,13 +72,10 @@ TEST(ExceptionReport, HeaderNamesProcessModuleDateCodeAccessAndInstruction) {
         fault.record.ExceptionInformation[0] = kind;
         fault.record.ExceptionInformation[1] = address;
         const std::string report = fault.report();
-        const std::string start =
-            "Process:  " + executable() + "\nModule:  " + executable() + "\nDate Modified:  ";
+        const std::string start = "Process:  " + executable() + "\nModule:  " + executable();
         EXPECT_TRUE(report.starts_with(start)) << report;
-        EXPECT_TRUE(std::regex_search(report, std::regex("\nDate Modified:  \\d\\d/\\d\\d/20\\d\\d\n")))
-            << report;
-        EXPECT_NE(report.find(lines + "Instruction: " + bytes + "\nCall Stack:"), std::string::npos)
-            << report;
+        EXPECT_EQ(count(report, "\nDate Modified:  \\d\\d/\\d\\d/20\\d\\d\n"), 1) << report;
+        EXPECT_EQ(count(report, lines + "Instruction: ( [0-9A-F]{2}){16}\nCall Stack:"), 1) << report;
         EXPECT_EQ(count(report, " Address:  "), code == 0xC0000005 ? 1 : 0);
         EXPECT_NE(report.back(), '\n');
     }
@@ -105,19 +84,15 @@ TEST(ExceptionReport, HeaderNamesProcessModuleDateCodeAccessAndInstruction) {
 TEST(ExceptionReport, UnreadableBytesAndAddressesInNoModuleAreShownAsSuch) {
     const std::string unknown = Fault(0x10).report();
     EXPECT_EQ(count(unknown, "\nModule:|\nDate Modified:"), 0) << unknown;
-    EXPECT_NE(unknown.find("\nException Addr:  00000010\n"), std::string::npos) << unknown;
-    EXPECT_TRUE(
-        unknown.ends_with("\nInstruction:  ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ??\nCall Stack:"))
-        << unknown;
+    EXPECT_EQ(count(unknown, "\nException Addr:  00000010\n"), 1) << unknown;
+    EXPECT_EQ(count(unknown, "\nInstruction: ( \\?\\?){16}\nCall Stack:$"), 1) << unknown;
 
-    const EndOfMemory memory;
-    const auto address = reinterpret_cast<ULONG_PTR>(memory.before(2));
+    const auto address = reinterpret_cast<ULONG_PTR>(end_of_memory(2));
     const std::string report = Fault(address).report();
     char shown[32];
     std::snprintf(shown, sizeof shown, "%08lX", address);
-    EXPECT_TRUE(
-        report.ends_with("\nInstruction:  00 00 ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ?? ??\nCall Stack:\n" +
-                         std::string(shown)))
+    EXPECT_EQ(count(report, "\nInstruction:  00 00( \\?\\?){14}\nCall Stack:\n" + std::string(shown) + "$"),
+              1)
         << report;
 }
 
@@ -147,8 +122,7 @@ TEST(ExceptionReport, StackEndsAfterTwentyFramesAndWhereItCannotBeRead) {
     EXPECT_EQ(count(Fault(code_address(), EXCEPTION_STACK_OVERFLOW, nullptr).report(), "\n  \\+"), 1);
 
     // A record of which only the two linkage words are readable has no arguments.
-    const EndOfMemory memory;
-    auto* record = static_cast<FrameRecord*>(memory.before(2 * sizeof(void*)));
+    auto* record = static_cast<FrameRecord*>(end_of_memory(2 * sizeof(void*)));
     record->caller = nullptr;
     record->return_address = code_address();
     const std::string report = Fault(code_address(), EXCEPTION_STACK_OVERFLOW, record).report();

@@ -47,7 +47,7 @@ TEST_F(Log, WithoutItsFolderEverythingIsDiscarded) {
 TEST_F(Log, EntriesOfManyThreadsDoNotMix) {
     constexpr int threads = 8;
     constexpr int entries = 1000;
-    std::vector<std::thread> writers;
+    std::vector<std::jthread> writers;
     for (int writer = 0; writer < threads; ++writer) {
         writers.emplace_back([writer] {
             for (int i = 0; i < entries; ++i)
@@ -55,8 +55,7 @@ TEST_F(Log, EntriesOfManyThreadsDoNotMix) {
                                   std::string(100, static_cast<char>('a' + writer)));
         });
     }
-    for (std::thread& writer : writers)
-        writer.join();
+    writers.clear();  // waits for them
 
     std::map<std::string, int> seen;
     for (const std::string& line : read_lines(on_disk("Quillane\\logs\\3dsmaxConnect.log")))

@@ -4,16 +4,12 @@
 
 #include <windows.h>
 
-#include <stdexcept>
 #include <thread>
-#include <utility>
 
 namespace corrivane::test {
 namespace {
 
 using namespace quorvel::max3d;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 class ScriptExecution : public PluginTest {
 protected:
@@ -34,7 +30,9 @@ std::string outcome(Operation operation) {
     const ValueLocalsFrame* chain = current_locals_frame();
     std::string outcome;
     try {
-        outcome = maxscript_value_text(operation());
+        Value* result = operation();
+        static_cast<void>(new String("garbage"));  // the result survives a collection
+        outcome = maxscript_value_text(result);
     } catch (const std::exception& error) {
         outcome = error.what();
     } catch (int number) {
@@ -82,20 +80,8 @@ TEST_F(ScriptExecution, StreamsAreClosedWhateverTheirScriptDoes) {
         auto* file = locals.keep(0, new FileStream());
         ASSERT_NE(file->open("C:\\a.ms", "r"), nullptr);
         outcome([file] { return execute_maxscript_stream(file); });
-        try {
-            file->get_char();
-            ADD_FAILURE() << "still open after " << script;
-        } catch (MAXScriptException& error) {
-            EXPECT_THAT(maxscript_exception_text(error), HasSubstr("The file is closed"));
-        }
+        EXPECT_THROW(file->get_char(), MAXScriptException) << "still open after " << script;
     }
-}
-
-TEST_F(ScriptExecution, ResultSurvivesCollectionsUntilTheNextOne) {
-    Value* result = execute_maxscript_string("\"ab\" + \"c\"");
-    for (int i = 0; i < 3; ++i)
-        static_cast<void>(new String("garbage"));
-    EXPECT_EQ(maxscript_value_text(result), "\"abc\"");
 }
 
 TEST_F(ScriptExecution, ThreadWithoutABlockGetsOneOrAClearError) {
