@@ -1,6 +1,8 @@
 #include "function_publishing/static_interface.h"
 
 #include "maxscript/corrivane_interface.h"
+#include "maxscript/library_entry.h"
+#include "maxscript/published_interface.h"
 #include "plugin/plugin_test.h"
 
 namespace corrivane::test {
@@ -83,6 +85,34 @@ TEST_F(FunctionPublishing, IdentifiersFollowTheOrder) {
         EXPECT_EQ(result.i, frame) << "CurrentFrame";
     }
     EXPECT_EQ(quillane_util._dispatch_fn(15, 0, result, nullptr), FPS_NO_SUCH_FUNCTION);
+}
+
+TEST_F(FunctionPublishing, ProductIsPublishedAsScriptsAndFarmsKnowIt) {
+    EXPECT_STREQ(LibDescription(), "Corrivane, Cloud interface");
+    EXPECT_EQ(LibVersion(), 0x23281500U);
+    const host::PublishedInterface* published = host::find_published_interface("QuillaneUtil");
+    ASSERT_NE(published, nullptr);
+    EXPECT_EQ(published->id, Interface_ID(0x83928748, 0xA38F941E));
+    std::string functions;
+    for (const auto& function : published->functions) {
+        functions += std::to_string(function.id) + " " + function.name;
+        for (const auto& parameter : function.parameters)
+            functions += " " + parameter.name + ":" + std::to_string(parameter.type);
+        functions += " -> " + std::to_string(function.return_type) + "\n";
+    }
+    EXPECT_EQ(
+        functions,
+        "0 Debug_StartJob fileName:44 cameraName:44 -> 46\n1 Debug_EndJob -> 46\n"
+        "2 Debug_RenderFrame frameIndex:1 -> 46\n3 SetTitle title:44 -> 25\n4 SetProgress percent:0 -> 46\n"
+        "5 FailRender message:44 -> 25\n6 GetSubmitInfoEntry key:44 -> 44\n"
+        "7 GetSubmitInfoEntryElementCount key:44 -> 1\n8 GetSubmitInfoEntryElement index:1 key:44 -> 44\n"
+        "9 GetJobInfoEntry key:44 -> 44\n10 GetAuxFilename index:1 -> 44\n"
+        "11 GetOutputFilename index:1 -> 44\n13 LogMessage message:44 -> 25\n"
+        "14 RunCorrivaneDaemon portNumber:1 token:44 -> 46\n");
+    ASSERT_EQ(published->properties.size(), 1U);
+    EXPECT_EQ(published->properties[0].name, "CurrentFrame");
+    EXPECT_EQ(published->properties[0].getter, 12);
+    EXPECT_EQ(published->properties[0].setter, FP_NO_FUNCTION);
 }
 
 TEST_F(FunctionPublishing, DefaultIdentifierIsRefusedLoudlyAndNotPublished) {
