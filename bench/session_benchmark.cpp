@@ -1,5 +1,5 @@
-#include "images/image_module.h"
 #include "end_to_end/host_session.h"
+#include "images/image_module.h"
 #include "render/renderer.h"
 #include "scene/load_scene.h"
 #include "support/scene_file.h"
