@@ -60,11 +60,9 @@ TEST(Pose, InterpolatesTranslations) {
 TEST(Pose, TurnsTheShortWayAtEvenSpeed) {
     const float half = std::sqrt(0.5f);
     // A quarter turn about y, its quaternion written with the opposite sign.
-    const Scene scene = scene_with({-1,
-                                    Channel::Path::rotation,
-                                    Channel::Interpolation::linear,
-                                    {0, 1},
-                                    {{0, 0, 0, 1}, {0, -half, 0, -half}}});
+    const std::vector<Imath::V4f> values = {{0, 0, 0, 1}, {0, -half, 0, -half}};
+    const Scene scene =
+        scene_with({-1, Channel::Path::rotation, Channel::Interpolation::linear, {0, 1}, values});
     for (const float t : {0.0f, 0.25f, 0.5f, 1.0f}) {
         const Imath::V3f turned = Imath::V3f(1, 0, 0) * pose_at(scene, t)[1];
         const float angle = pi / 2 * t;
@@ -85,20 +83,6 @@ TEST(Pose, CombinesScaleRotationTranslationAndParents) {
     // A quarter turn about z takes x to y.
     expect_near(pose[1].translation(), {1, 6, 0}, "child");
     expect_near(pose[2].translation(), {1, 6, 10}, "grandchild");
-}
-
-TEST(Bounds, CoverWhatIsShownWhereItIs) {
-    Scene scene;
-    EXPECT_TRUE(bounds_of(scene, pose_at(scene, 0)).isEmpty());
-    scene.nodes.resize(2);
-    scene.meshes.resize(1);
-    scene.meshes[0].primitives.resize(1);
-    scene.meshes[0].primitives[0].positions = {{0, 0, 0}, {1, 2, 3}};
-    scene.nodes[1].mesh = 0;
-    scene.nodes[1].transform.translation = {10, 0, 0};
-    const Imath::Box3f box = bounds_of(scene, pose_at(scene, 0));
-    EXPECT_EQ(box.min, Imath::V3f(10, 0, 0));
-    EXPECT_EQ(box.max, Imath::V3f(11, 2, 3));
 }
 
 }  // namespace
