@@ -12,7 +12,8 @@ Value* run_unit(const CodeUnit& unit, const UnitArguments& arguments, Prepare pr
     ThreadState& thread = thread_state();
     check_stack(thread);
     const std::size_t slots = fixed_slots + unit.local_count + unit.temporary_count;
-    auto* frame = static_cast<ValueLocalsFrame*>(alloca(sizeof(ValueLocalsFrame) + slots * sizeof(Value*)));
+    constexpr std::size_t slot_size = sizeof(void*);
+    auto* frame = static_cast<ValueLocalsFrame*>(alloca(sizeof(ValueLocalsFrame) + slots * slot_size));
     const FrameLink link(thread, frame, slots);
     const PlaceScope place(thread);
     thread.place.file = unit.file;

@@ -80,9 +80,9 @@ struct FakeBitmap : Bitmap {
 
     FakeBitmap(std::string bitmap_label, const BitmapInfo& description);
     virtual ~FakeBitmap() = default;
-    BMM_Color_fl& pixel(int x, int y) { return pixels[static_cast<std::size_t>(y * Width() + x)]; }
+    BMM_Color_fl& pixel(int x, int y) { return pixels[std::size_t{info.Width()} * y + x]; }
 
-    const BMM_Color_fl* row(int y) const { return &pixels[static_cast<std::size_t>(y * Width())]; }
+    const BMM_Color_fl* row(int y) const { return &pixels[std::size_t{info.Width()} * y]; }
 
     int Width() const override { return info.Width(); }
     int Height() const override { return info.Height(); }

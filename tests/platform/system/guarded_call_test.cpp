@@ -68,7 +68,10 @@ int use_a_guard(DWORD, EXCEPTION_POINTERS* information, void* owner) {
     const EXCEPTION_RECORD before = *information->ExceptionRecord;
     Watch seen;
     interlude.inside = guarded(write_address_32, seen);
-    interlude.record_is_intact = std::memcmp(&before, information->ExceptionRecord, sizeof(before)) == 0 &&
+    const EXCEPTION_RECORD& after = *information->ExceptionRecord;
+    interlude.record_is_intact = after.ExceptionCode == before.ExceptionCode &&
+                                 after.ExceptionAddress == before.ExceptionAddress &&
+                                 after.ExceptionInformation[1] == before.ExceptionInformation[1] &&
                                  seen.record.ExceptionInformation[1] == 32;
     interlude.frame_is_intact = interlude.frame.find_first_not_of('x') == std::string_view::npos;
     return EXCEPTION_EXECUTE_HANDLER;

@@ -50,9 +50,11 @@ TEST_F(FarmRequests, ValueIsWhatFollowsTheWordAndOtherRepliesMeanThatThereIsNone
     Link link;
     for (const auto& [reply, value] : cases) {
         link.worker.send(reply);
-        const auto ask = [&] { return job_state.GetJobInfoEntry("k", link.socket); };
-        EXPECT_EQ(message_of([&] { EXPECT_EQ(ask(), value == nullptr ? "" : value) << reply; }),
-                  value != nullptr ? "no exception" : "Key k doesn't exist");
+        std::string answer;
+        EXPECT_EQ(message_of([&] { answer = job_state.GetJobInfoEntry("k", link.socket); }),
+                  value != nullptr ? "no exception" : "Key k doesn't exist")
+            << reply;
+        EXPECT_EQ(answer, value == nullptr ? "" : value) << reply;
     }
 }
 
