@@ -1,9 +1,9 @@
 // Runs the worker's program with fake hosts.
 #include "support/test.h"
-#include "worker/host_connection.h"
-#include "worker/host_process.h"
-#include "worker/pidfd.h"
-#include "worker/wait.h"
+#include "worker/base/pidfd.h"
+#include "worker/base/wait.h"
+#include "worker/hosts/host_connection.h"
+#include "worker/hosts/host_process.h"
 
 #include <csignal>
 

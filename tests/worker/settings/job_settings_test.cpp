@@ -1,0 +1,328 @@
+// Job files, command lines and frame lists, and the commands that become of them.
+#include "support/test.h"
+#include "worker/cli/options.h"
+#include "worker/job/command_line_text.h"
+#include "worker/job/frame_list.h"
+#include "worker/job/job_commands.h"
+#include "worker/settings/job_file.h"
+
+#include <boost/tokenizer.hpp>
+
+#include <iterator>
+#include <sstream>
+
+namespace corrivane::worker {
+namespace {
+
+using namespace testing;
+using namespace std::chrono_literals;
+
+/// The arguments stand in one text, with blanks between them; "" is an empty one.
+ParsedCommandLine parse(const std::string& command_line) {
+    std::istringstream words("corrivane-worker " + command_line);
+    const std::vector<std::string> texts{std::istream_iterator<std::string>(words), {}};
+    std::vector<const char*> arguments;
+    for (const std::string& text : texts)
+        arguments.push_back(text == "\"\"" ? "" : text.c_str());
+    return parse_command_line(static_cast<int>(arguments.size()), arguments.data());
+}
+
+constexpr const char* whole_file = R"({
+    "scene": "a,b.gltf", "camera": "Camera01", "frames": "-3", "output": "C:\\out\\b.png",
+    "options": {
+        "frameBase": -7, "region": {"left": -1, "top": 2, "right": 30, "bottom": 40, "padding": 8},
+        "jpegPreview": "C:\\previews", "failOnBlack": {"percentage": 95, "threshold": 0.5},
+        "ignoreMissing": ["files", "uvws", "dlls", "xrefs"],
+        "restartRenderer": true, "hideFrameBuffer": true, "removePadding": true, "alphaSplit": true},
+    "jobInfo": {"Name": "Robot", "Priority": 50, "Urgent": true},
+    "submitInfo": {"Pools": ["night", 2], "Name": "ana"},
+    "auxFiles": ["a.txt", "b.txt"], "preScript": "pre.ms", "postScript": "post.ms",
+    "hosts": 3, "retries": 0, "loadTimeout": 7, "check": true,
+    "host": "my-host", "drives": {"C": "here", "d": "there"}, "network": "net", "library": "x.dlx",
+    "startTimeout": 5, "frameTimeout": 0, "showListener": true})";
+
+constexpr const char* whole_command_line =
+    "render a,b.gltf --camera Camera01 --frames -3 --output C:\\out\\b.png --frame-base -7 "
+    "--region -1,2,30,40 --region-padding 8 --jpeg-preview C:\\previews --fail-on-black 95,0.5 "
+    "--ignore-missing files,dlls --ignore-missing uvws,xrefs --restart-renderer --hide-frame-buffer "
+    "--remove-padding --alpha-split --job-info Name=Robot --job-info Priority=50 --job-info Urgent=true "
+    "--submit-info Pools=night --submit-info Pools=2 --submit-info Name=ana --aux-file a.txt "
+    "--aux-file b.txt --pre-script pre.ms --post-script post.ms --hosts 3 --retries 0 --load-timeout 7 "
+    "--check --host my-host --drive C=here --drive d=there --network net --library x.dlx "
+    "--start-timeout 5 --frame-timeout 0 --show-listener";
+
+void expect_whole_job(const Job& job) {
+    const JobCommands commands = make_job_commands(job);
+    EXPECT_THAT(commands.before_start, ElementsAre("IgnoreMissingExternalFiles", "IgnoreMissingUVWs",
+                                                   "IgnoreMissingDLLs", "IgnoreMissingXREFs"));
+    EXPECT_EQ(commands.start, R"(StartJob,"a,b.gltf",Camera01)");
+    EXPECT_THAT(commands.after_start,
+                ElementsAre(R"(OutputImageFilename,C:\\out\\b.png)", "FrameNumberBase,-7",
+                            "RegionRendering,8,-1,2,30,40", R"(UseJpegOutput,C:\\previews\\)",
+                            "FailOnBlackFrames,95,0.5", "RestartRendererMode", "HideFrameBuffer",
+                            "RemovePadding", "AlphaSplit"));
+    EXPECT_EQ(commands.pre_script, "ExecuteScript,-3,pre.ms");
+    EXPECT_EQ(commands.post_script, "ExecuteScript,-3,post.ms");
+    EXPECT_THAT(job.job_info,
+                UnorderedElementsAre(Pair("Name", "Robot"), Pair("Priority", "50"), Pair("Urgent", "true")));
+    EXPECT_THAT(job.submit_info, UnorderedElementsAre(Pair("Pools", ElementsAre("night", "2")),
+                                                      Pair("Name", ElementsAre("ana"))));
+    EXPECT_THAT(job.aux_files, ElementsAre("a.txt", "b.txt"));
+}
+
+void expect_whole_run(const RunSettings& run) {
+    EXPECT_EQ(run.hosts, 3);
+    EXPECT_EQ(run.retries, 0);
+    EXPECT_TRUE(run.check_files && run.show_host_output);
+    EXPECT_EQ(run.limits.start, 5s);
+    EXPECT_EQ(run.limits.load, 7s);
+    EXPECT_EQ(run.limits.work, std::chrono::milliseconds::max());
+    EXPECT_EQ(run.host.program, "my-host");
+    EXPECT_THAT(run.host.drives, ElementsAre(Pair('C', "here"), Pair('D', "there")));
+    EXPECT_EQ(run.host.network, "net");
+    EXPECT_EQ(run.host.library, "x.dlx");
+}
+
+TEST(JobSettings, AFileAndACommandLineCanSayTheSame) {
+    const JobSettings file = parse_job(whole_file, "job.json");
+    expect_whole_job(file.job);
+    expect_whole_run(file.run);
+    const auto parsed = parse(whole_command_line);
+    ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
+    expect_whole_job(*parsed.invocation->job);
+    expect_whole_run(parsed.invocation->settings);
+}
+
+TEST(JobSettings, FramesMayBeNumbersAndPreviewFoldersEndAnyway) {
+    EXPECT_THAT(parse_job(R"({"scene": "a", "frames": -4})", "").job.frames, ElementsAre(-4));
+    EXPECT_THAT(parse_job(R"({"scene": "a", "frames": [3, -1, 3]})", "").job.frames, ElementsAre(3, -1));
+    Job job;
+    job.options.jpeg_preview = R"(C:\p\)";
+    EXPECT_THAT(make_job_commands(job).after_start, ElementsAre(R"(UseJpegOutput,C:\\p\\)"));
+    job.options.jpeg_preview = "/mnt/p/";
+    EXPECT_THAT(make_job_commands(job).after_start, ElementsAre("UseJpegOutput,/mnt/p/"));
+}
+
+TEST(JobSettings, OptionsReplaceWhatTheFileSaysAndNoMore) {
+    const test::TemporaryFolder folder;
+    test::write_file(folder / "job.json", whole_file);
+    const auto parsed =
+        parse("run " + (folder / "job.json") +
+              " --frames 9 --frame-base 6 --region-padding 1 --ignore-missing files --alpha-split=false "
+              "--job-info Name=x --submit-info Pools=day --drive D=elsewhere --aux-file c.txt");
+    ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
+    const Job& job = *parsed.invocation->job;
+    EXPECT_THAT(job.frames, ElementsAre(9));
+    const JobCommands commands = make_job_commands(job);
+    EXPECT_THAT(commands.before_start, ElementsAre("IgnoreMissingExternalFiles"));
+    EXPECT_THAT(commands.after_start,
+                AllOf(SizeIs(8), Contains("FrameNumberBase,6"), Contains("RegionRendering,1,-1,2,30,40")));
+    EXPECT_EQ(job.job_info.at("Name"), "x");
+    EXPECT_EQ(job.job_info.size(), 3);
+    EXPECT_THAT(job.submit_info.at("Pools"), ElementsAre("day"));
+    EXPECT_THAT(job.aux_files, ElementsAre("c.txt"));
+    const HostSettings& host = parsed.invocation->settings.host;
+    EXPECT_THAT(host.drives, ElementsAre(Pair('C', "here"), Pair('D', "elsewhere")));
+    EXPECT_EQ(host.program, "my-host");
+}
+
+TEST(JobSettings, WrongCommandLinesAreExplained) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "subcommand"},
+        {"paint", "\"paint\" is none of the commands"},
+        {"render --frames 1", "scene"},
+        {"render a", "--frames"},
+        {"render a --frames 1-", "--frames: frame list: \"1-\""},
+        {"render a --frames 1 --frames 2", "--frames"},
+        {"render a --frames 1 --region 1,2,3", "--region: \"1,2,3\" is not of the form L,T,R,B"},
+        {"render a --frames 1 --region 5,5,1,1", "region"},
+        {"render a --frames 1 --region-padding 5", "needs --region"},
+        {"render a --frames 1 --fail-on-black 50 --drive C=x", "--fail-on-black: \"50\" is not of the form"},
+        {"render a --frames 1 --ignore-missing files,all", "--ignore-missing: \"all\" is none of files"},
+        {"render a --frames 1 --hosts 0", "--hosts: must be from 1 to 64"},
+        {"render a --frames 1 --hosts 2x", "--hosts: \"2x\" is not"},
+        {"render a --frames 1 --start-timeout 0", "--start-timeout: must be from 1"},
+        {"render a --frames 1 --load-timeout -1", "--load-timeout: must not be negative"},
+        {"render a --frames 1 --load-timeout 31536001", "--load-timeout: must be from 1 to 31536000"},
+        {"render a --frames 1 --frame-base 99999999999", "--frame-base"},
+        {"render a --frames 1 --alpha-split=1x", "--alpha-split"},
+        {"render a --frames 1 --job-info =x", "--job-info: \"=x\" is not of the form KEY=VALUE"},
+        {"render a --frames 1 --drive C", "--drive: \"C\""},
+        {"render a --frames 1 --drive 4=x", "--drive: \"4\" is not the letter of a drive"},
+        {"render a --frames 1 --drive C=", "--drive: drive C has no folder"},
+        {"render a --frames 1 --drive C=a --drive c=b", "drive C is given twice"},
+        {"render a --frames 1 --drive C=/dev/null", "--drive: \"/dev/null\" is not a folder"},
+        {"script a.ms --network /dev/null", "--network: \"/dev/null\" is not a folder"},
+        {"script a.ms --network \"\"", "--network: is empty"},
+        {"render a --frames 1-2 --remove-padding", "one frame"},
+        {"run /nowhere/job.json", "/nowhere/job.json"},
+        {"run /", "/: it is not a file"},
+        {"script", "file"},
+        {"script a.ms --frames 1", "--frames"},
+    };
+    for (const auto& [command_line, reason] : cases) {
+        internal::CaptureStderr();
+        const auto parsed = parse(command_line);
+        EXPECT_THAT(internal::GetCapturedStderr(), HasSubstr(reason));
+        EXPECT_FALSE(parsed.invocation) << reason;
+        EXPECT_EQ(parsed.exit_code, usage_exit_code) << reason;
+    }
+}
+
+TEST(JobSettings, WrongFilesAreExplained) {
+    // Where a text begins with a key, it is members of a job that is right otherwise.
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "parse error at line 1"},
+        {"{\"scene\": \"a\",\n oops}", "parse error at line 2"},
+        {"[\"\xff\"]", "UTF-8"},
+        {"[]", "job.json: the document should be an object"},
+        {R"({"frames": 1})", "the document lacks \"scene\""},
+        {R"({"scene": "a"})", "the document lacks \"frames\""},
+        {R"({"scene": 5, "frames": 1})", "scene should be a string"},
+        {R"({"scene": "a", "scene": "b", "frames": 1})", "scene: is there twice"},
+        {R"({"scene": "a", "frames": "1-"})", "frames: frame list: \"1-\" lacks the last frame"},
+        {R"({"scene": "a", "frames": []})", "frames: the frame list names no frames"},
+        {R"({"scene": "a", "frames": [1, 2.5]})", "frames[1] should be a whole number from -2147483648"},
+        {R"({"scene": "a", "frames": true})", "frames should be a whole number from -2147483648"},
+        {R"("camera": "a\u0000b")", "camera: holds a NUL"},
+        {R"("Camera": "x")", "Camera: is not a key"},
+        {R"("output": "")", "output: is empty"},
+        {R"("options": [])", "options should be an object"},
+        {R"("options.alphaSplit": true)", "options.alphaSplit: is not a key"},
+        {R"("options": {"frameBase": "1"})", "options.frameBase should be a whole number from -2147483648"},
+        {R"("options": {"alphaSplit": 1})", "options.alphaSplit should be true or false"},
+        {R"("options": {"region": {"left": 1}})", "options.region lacks \"top\""},
+        {R"("options": {"region": {"depth": 1}})", "options.region.depth"},
+        {R"("options": {"failOnBlack": {"percentage": 1, "threshold": "x"}})",
+         "options.failOnBlack.threshold should be a number"},
+        {R"("options": {"ignoreMissing": ["files", "all"]})", "options.ignoreMissing[1]"},
+        {R"("jobInfo": {"x": {}})", "jobInfo.x"},
+        {R"("submitInfo": {"x": [[]]})", "submitInfo.x[0]"},
+        {R"("auxFiles": "a")", "auxFiles should be an array"},
+        {R"("drives": {"CD": "a"})", "drives: \"CD\" is not the letter of a drive"},
+    };
+    for (const auto& [begin, reason] : cases) {
+        std::string text = begin;
+        if (text.starts_with('"')) text = R"({"scene": "a", "frames": 1, )" + text + '}';
+        EXPECT_THAT(test::message_of([&] { parse_job(text, "job.json"); }),
+                    AllOf(StartsWith("job.json: "), HasSubstr(reason)))
+            << text;
+    }
+}
+
+TEST(JobSettings, JobsThatCannotBeAreRefused) {
+    Job good;
+    good.scene = "scene.gltf";
+    good.frames = {1};
+    const std::string longest_value(99987, 'x');
+    good.job_info["key"] = longest_value;
+    ASSERT_NO_THROW(check_job(good));
+    const auto expect_refused = [&good](const auto& change) {
+        Job job = good;
+        change(job);
+        EXPECT_THROW(check_job(job), std::invalid_argument);
+    };
+    expect_refused([](Job& job) { job.scene.clear(); });
+    expect_refused([](Job& job) { job.frames.clear(); });
+    for (const Region& region : {Region{10, 0, 10, 5, 0}, Region{0, 9, 10, 5, 0}, Region{0, 0, 10, 5, -1},
+                                 Region{0, 0, 2147483647, 5, 0}})
+        expect_refused([&](Job& job) { job.options.region = region; });
+    for (const BlackFrameCheck& check : {BlackFrameCheck{101, 0}, BlackFrameCheck{-1, 0},
+                                         BlackFrameCheck{50, -0.1F}, BlackFrameCheck{50, std::stof("nan")}})
+        expect_refused([&](Job& job) { job.options.fail_on_black = check; });
+    expect_refused([&](Job& job) { job.job_info["key"] += 'x'; });
+    expect_refused([&](Job& job) { job.submit_info["key"] = {longest_value, ""}; });
+    expect_refused([](Job& job) { job.aux_files.emplace_back("a\0b", 3); });
+}
+
+TEST(JobSettings, WhoAsksIsAnswered) {
+    const std::pair<const char*, const char*> questions[] = {{"render --help", "[options.frameBase]"},
+                                                             {"--version", "corrivane-worker "},
+                                                             {"-V", "corrivane-worker "}};
+    for (const auto& [question, answer] : questions) {
+        internal::CaptureStdout();
+        const auto parsed = parse(question);
+        EXPECT_THAT(internal::GetCapturedStdout(), HasSubstr(answer));
+        EXPECT_FALSE(parsed.invocation);
+        EXPECT_EQ(parsed.exit_code, 0);
+    }
+}
+
+TEST(FrameList, NamesFramesInOrder) {
+    const std::pair<const char*, std::vector<int>> cases[] = {
+        {"7", {7}},
+        {"1-4", {1, 2, 3, 4}},
+        {"1-9x4,60", {1, 5, 9, 60}},
+        {"-5--3", {-5, -4, -3}},
+        {"-1-1", {-1, 0, 1}},
+        {"4-4,4-1", {4, 3, 2, 1}},
+        {"10-1x4", {10, 6, 2}},
+        {" 5 , 1-2 ", {5, 1, 2}},
+        {"2147483646-2147483647", {2147483646, 2147483647}},
+        {"-2147483648-2147483647x2147483647", {-2147483647 - 1, -1, 2147483646}},
+    };
+    for (const auto& [text, frames] : cases)
+        EXPECT_EQ(parse_frame_list(text), frames) << text;
+}
+
+TEST(FrameList, RefusesWhatIsNoList) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "names no frames"},
+        {" ", "names no frames"},
+        {"1,,2", "empty item"},
+        {"1,", "empty item"},
+        {"a", "\"a\" lacks a frame number"},
+        {"1-5,x", "\"x\" lacks a frame number"},
+        {"1-", "\"1-\" lacks the last frame"},
+        {"1-5x", "\"1-5x\" lacks a step"},
+        {"1-5x0", "\"1-5x0\" has a step below 1"},
+        {"1-5x-2", "step below 1"},
+        {"1x2", "\"x2\" at its end"},
+        {"1-5-9", "\"-9\" at its end"},
+        {"2147483648", "beyond 32 bits"},
+        {"-2147483648-2147483647", "longer than 100000"},
+        {"1-60000,100001-160000", "longer than 100000"},
+    };
+    for (const auto& [text, reason] : cases)
+        EXPECT_THAT(test::message_of([&] { parse_frame_list(text); }), HasSubstr(reason)) << text;
+}
+
+/// The fields as the plug-in splits them.
+std::vector<std::string> split(const std::string& line) {
+    const boost::tokenizer<boost::escaped_list_separator<char>> fields(line);
+    return {fields.begin(), fields.end()};
+}
+
+TEST(CommandLineText, TheSplitterGivesBackEveryField) {
+    std::string all_other_bytes;
+    for (int c = 1; c < 256; ++c)
+        all_other_bytes += static_cast<char>(c);
+    const std::string fields[] = {"",
+                                  "plain",
+                                  R"(C:\new\scene.gltf)",
+                                  R"(\\server\share\a,b.gltf)",
+                                  "a,b",
+                                  R"("quoted")",
+                                  R"(a",\)",
+                                  "two\nlines",
+                                  R"(\n)",
+                                  ",",
+                                  "\\",
+                                  " blanks kept ",
+                                  "\"",
+                                  "\n,\"\\",
+                                  all_other_bytes};
+    for (const std::string& first : fields)
+        for (const std::string& second : fields)
+            EXPECT_EQ(split(command_line("Name", {first, second})),
+                      (std::vector<std::string>{"Name", first, second}));
+}
+
+TEST(CommandLineText, RefusesWhatNoMessageCarries) {
+    EXPECT_THROW(command_line("A", {std::string("a\0b", 3)}), std::invalid_argument);
+    EXPECT_NO_THROW(command_line("A", {std::string(99994, 'x')}));
+    EXPECT_THROW(command_line("A", {std::string(99995, 'x')}), std::invalid_argument);
+}
+
+}  // namespace
+}  // namespace corrivane::worker

@@ -1,0 +1,91 @@
+#include "worker/base/failures.h"
+#include "worker/base/signal_watch.h"
+#include "worker/cli/options.h"
+#include "worker/events/event_stream.h"
+#include "worker/run/job_run.h"
+#include "worker/run/script_run.h"
+#include "worker/views/progress_view.h"
+#include "worker/views/summary.h"
+
+#include <system/plain_files.h>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <iostream>
+
+namespace {
+
+using namespace corrivane::worker;
+
+constexpr int failure_exit_code = 1;
+constexpr int stopped_exit_code = 130;  // as shells report a program that ended by Ctrl-C
+
+std::size_t terminal_width() {
+    winsize size{};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
+    return size.ws_col;
+}
+
+const char* stop_text(StopRequest::Level level) {
+    return level == StopRequest::Level::orderly ? "Stopping; press Ctrl-C again to kill the hosts."
+                                                : "Killing the hosts.";
+}
+
+int run(const Job& job, const RunSettings& settings) {
+    const auto style =
+        ::isatty(STDOUT_FILENO) != 0 ? ProgressView::Style::terminal : ProgressView::Style::plain;
+    ProgressView view(std::cout, style, job.frames.size(), lane_count(job, settings), terminal_width);
+    StopRequest stop;
+    const JobReport report = [&] {
+        EventStream events({&view});
+        const SignalWatch signals(
+            stop, [&](StopRequest::Level level) { events.emit(event::Message{.text = stop_text(level)}); });
+        return run_job(job, settings, stop, events);
+    }();
+    std::cout << summary_text(report) << std::flush;
+    if (report.stopped) return stopped_exit_code;
+    return report.success() ? 0 : failure_exit_code;
+}
+
+int run(const ScriptRun& script, const RunSettings& settings) {
+    StopRequest stop;
+    const SignalWatch signals(stop,
+                              [](StopRequest::Level level) { std::cerr << stop_text(level) << std::endl; });
+    try {
+        const bool success =
+            run_script(script, settings.host, settings.limits, settings.show_host_output, stop, std::cout);
+        return success ? 0 : failure_exit_code;
+    } catch (const Stopped& stopped) {
+        std::cout << stopped.what() << '\n';
+        return stopped_exit_code;
+    }
+}
+
+int run(const Invocation& invocation) {
+    try {
+        return invocation.job ? run(*invocation.job, invocation.settings)
+                              : run(*invocation.script, invocation.settings);
+    } catch (const std::exception& error) {
+        std::cerr << "corrivane-worker: " << error.what() << '\n';
+        return failure_exit_code;
+    }
+}
+
+/// The exit code, which is no success where output was lost.
+int with_output_written(int exit_code) {
+    if (std::cout.flush()) return exit_code;
+    std::cerr << "corrivane-worker: standard output could not be written\n";
+    return exit_code == 0 ? failure_exit_code : exit_code;
+}
+
+}  // namespace
+
+int main(int argument_count, char** arguments) {
+    fill_standard_descriptors();
+    std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that goes away must not end the hosts' jobs
+    const ParsedCommandLine command_line = parse_command_line(argument_count, arguments);
+    return with_output_written(command_line.invocation ? run(*command_line.invocation)
+                                                       : command_line.exit_code);
+}

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "worker/events/job_report.h"
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+/// What happens while a job runs. The run says it once, and whoever shows or keeps it (lines, a bar, files) is fed
+/// from this. Texts come as hosts sent them: who prints one makes it printable.
+namespace corrivane::worker::event {
+
+struct JobBegins {
+    std::string scene;
+    std::vector<int> frames;
+    std::size_t hosts = 1;  // that work side by side
+};
+
+struct HostReady {
+    std::string greeting;  // the plug-in's version and build
+};
+
+/// `how` says how its program ended, and why it was ended where it failed.
+struct HostEnds {
+    std::string how;
+    bool failed = false;
+};
+
+struct FrameBegins {
+    int attempt = 1;
+};
+
+struct TitleSet {
+    std::string title;  // what the host does at the moment
+};
+
+struct Progressed {
+    double percent = 0;  // of the frame
+};
+
+/// The frame is over for good.
+struct FrameEnds {
+    FrameOutcome outcome;
+};
+
+/// The frame's attempt came to nothing: it is tried again for the reason, or left as it is where there is none.
+struct FrameGivenBack {
+    std::string reason;
+};
+
+/// Lines for people.
+struct Message {
+    enum class Severity { info, warning, error };
+    enum class Source { worker, host, script };
+
+    Severity severity = Severity::info;
+    Source source = Source::worker;
+    std::string text;  // one or more lines
+};
+
+struct JobEnds {
+    JobReport report;
+};
+
+using Anything = std::variant<JobBegins, HostReady, HostEnds, FrameBegins, TitleSet, Progressed, FrameEnds,
+                              FrameGivenBack, Message, JobEnds>;
+
+}  // namespace corrivane::worker::event
+
+namespace corrivane::worker {
+
+struct Event {
+    std::chrono::system_clock::time_point time;
+    std::optional<std::size_t> host;  // which of those side by side, from 0; none: the job as a whole
+    std::optional<int> frame;
+    event::Anything what;
+};
+
+/// Takes the events of one job, in their order, one at a time.
+class EventSink {
+public:
+    virtual ~EventSink() = default;
+    virtual void take(const Event& event) = 0;
+};
+
+}  // namespace corrivane::worker

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "worker/settings/job_settings.h"
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace corrivane::worker {
+
+/// What is wrong with a job file: the file, the key and the reason.
+class JobFileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads a job from JSON text, an object with the keys of job_setting_table:
+///
+///     {
+///       "scene": "C:\\scenes\\robot.gltf", "camera": "Camera01", "frames": "1-48x2,60",
+///       "output": "C:\\out\\beauty.png",
+///       "options": {
+///         "frameBase": 1000, "alphaSplit": true,
+///         "region": {"left": 0, "top": 0, "right": 320, "bottom": 240, "padding": 8},
+///         "failOnBlack": {"percentage": 95, "threshold": 0.02}, "ignoreMissing": ["files", "uvws"]
+///       },
+///       "jobInfo": {"Name": "Robot", "Priority": 50},
+///       "submitInfo": {"Pools": ["night", "gpu"], "User": "ana"},
+///       "hosts": 2, "drives": {"C": "drive_c", "D": "/mnt/d"}
+///     }
+///
+/// Folders and files of this machine are taken from the current folder, as on the command line. Throws
+/// JobFileError for text that is not JSON, unknown, missing and repeated keys, wrong types, and values that
+/// the job cannot have; `name` is how the message calls the file. The job still has to pass check_job.
+JobSettings parse_job(std::string_view text, const std::string& name);
+
+/// Reads a job file of this machine. Throws JobFileError also for a file that cannot be read or is
+/// absurdly large.
+JobSettings read_job_file(const std::string& path);
+
+}  // namespace corrivane::worker

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "json/value.h"
+#include "worker/job/job.h"
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+/// The types that settings of a job may have. Each can be read from a job file and from the command line,
+/// and some can be told to the plug-in.
+namespace corrivane::worker {
+
+/// The texts that an option has on the command line: one for each time that it is given, true or false
+/// for a switch.
+using OptionTexts = std::vector<std::string>;
+
+/// Reading replaces the value; of a map it replaces the entries that it names. From a job file it throws
+/// json::Error, and std::invalid_argument for what is of the right type and yet no such value. From texts it
+/// throws std::invalid_argument. Neither says which setting it was in std::invalid_argument.
+void read_value(const json::Value& source, bool& value);
+void read_value(const OptionTexts& texts, bool& value);
+
+void read_value(const json::Value& source, int& value);
+void read_value(const OptionTexts& texts, int& value);
+
+void read_value(const json::Value& source, std::string& value);
+void read_value(const OptionTexts& texts, std::string& value);
+
+/// Whole seconds; 0 stands for no limit.
+void read_value(const json::Value& source, std::chrono::milliseconds& value);
+void read_value(const OptionTexts& texts, std::chrono::milliseconds& value);
+
+/// A list of frames as parse_frame_list reads it; in a job file also a number or a list of numbers.
+void read_value(const json::Value& source, std::vector<int>& value);
+void read_value(const OptionTexts& texts, std::vector<int>& value);
+
+void read_value(const json::Value& source, std::vector<std::string>& value);
+void read_value(const OptionTexts& texts, std::vector<std::string>& value);
+
+/// An object of texts, numbers and booleans; KEY=VALUE.
+void read_value(const json::Value& source, std::map<std::string, std::string>& value);
+void read_value(const OptionTexts& texts, std::map<std::string, std::string>& value);
+
+/// The same, and lists of these; KEY=VALUE, where a key that is given again adds to its list.
+void read_value(const json::Value& source, std::map<std::string, std::vector<std::string>>& value);
+void read_value(const OptionTexts& texts, std::map<std::string, std::vector<std::string>>& value);
+
+/// Folders by drive letter, which becomes upper case: {"C": "DIR"}; LETTER=DIR.
+void read_value(const json::Value& source, std::map<char, std::string>& value);
+void read_value(const OptionTexts& texts, std::map<char, std::string>& value);
+
+/// {"left": 0, "top": 0, "right": 320, "bottom": 240, "padding": 8}; L,T,R,B.
+void read_value(const json::Value& source, Region& value);
+void read_value(const OptionTexts& texts, Region& value);
+
+/// {"percentage": 95, "threshold": 0.02}; PERCENT,THRESHOLD.
+void read_value(const json::Value& source, BlackFrameCheck& value);
+void read_value(const OptionTexts& texts, BlackFrameCheck& value);
+
+/// A list of files, uvws, dlls, xrefs; with commas between them.
+void read_value(const json::Value& source, IgnoreMissing& value);
+void read_value(const OptionTexts& texts, IgnoreMissing& value);
+
+template <typename Source, typename Value>
+void read_value(const Source& source, std::optional<Value>& value) {
+    read_value(source, value.emplace());
+}
+
+/// Whether an option of this type may stand on the command line several times.
+template <typename Value>
+inline constexpr bool is_repeatable = false;
+template <>
+inline constexpr bool is_repeatable<std::vector<std::string>> = true;
+template <>
+inline constexpr bool is_repeatable<IgnoreMissing> = true;
+template <typename Key, typename Entry>
+inline constexpr bool is_repeatable<std::map<Key, Entry>> = true;
+
+/// The parameters of the command that tells the plug-in a value.
+std::vector<std::string> command_parameters(int value);
+std::vector<std::string> command_parameters(const std::string& value);
+std::vector<std::string> command_parameters(const Region& value);
+std::vector<std::string> command_parameters(const BlackFrameCheck& value);
+
+/// The command lines that switch on what the value names.
+std::vector<std::string> ignore_missing_commands(const IgnoreMissing& value);
+
+}  // namespace corrivane::worker
