@@ -65,7 +65,7 @@ private:
     Node* parse_statement(const std::string& word);
     Node* parse_assignment();
     Operand parse_operation(int least_rank);
-    Operand continue_operation(Operand left, int rank);
+    Operand continue_operation(const Operand& left, int rank);
     Operand parse_not();
     Operand parse_unary();
     Operand parse_call();
@@ -75,7 +75,7 @@ private:
     /// In an argument, `()` must stand right behind what it calls.
     Operand parse_operand(bool is_argument = false);
     bool suffix_follows(const Operand& operand, bool is_argument);
-    Operand parse_suffix(Operand operand);
+    Operand parse_suffix(const Operand& operand);
     Operand parse_factor();
     Node* parse_literal();
     Node* parse_block();

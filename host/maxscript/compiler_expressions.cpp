@@ -90,12 +90,12 @@ Node* Compiler::parse_assignment() {
 Compiler::Operand Compiler::parse_operation(int least_rank) {
     Operand left = peek().is_reserved("not") ? parse_not() : parse_unary();
     for (int rank = rank_of(peek()); rank != no_operator && rank >= least_rank; rank = rank_of(peek()))
-        left = continue_operation(std::move(left), rank);
+        left = continue_operation(left, rank);
     return left;
 }
 
 /// Takes all operators of one rank that follow. A line that ends in an operator goes on in the next.
-Compiler::Operand Compiler::continue_operation(Operand left, int rank) {
+Compiler::Operand Compiler::continue_operation(const Operand& left, int rank) {
     const int line = left.node->line();
     const Temporaries temporaries(*m_unit, 1, place());
     if (rank == rank_or || rank == rank_and) {
@@ -186,7 +186,7 @@ Node* Compiler::parse_argument() {
 Compiler::Operand Compiler::parse_operand(bool is_argument) {
     Operand operand = parse_factor();
     while (suffix_follows(operand, is_argument))
-        operand = parse_suffix(std::move(operand));
+        operand = parse_suffix(operand);
     return operand;
 }
 
@@ -196,7 +196,7 @@ bool Compiler::suffix_follows(const Operand& operand, bool is_argument) {
     return (!is_argument || !peek().space_before) && peek(1).is_sign(")");
 }
 
-Compiler::Operand Compiler::parse_suffix(Operand operand) {
+Compiler::Operand Compiler::parse_suffix(const Operand& operand) {
     const Token sign = m_lexer.take();
     if (sign.is_sign(".")) {
         if (peek().kind != TokenKind::identifier && peek().kind != TokenKind::reserved)

@@ -18,10 +18,10 @@ StructInstance& instance_of(const Activation& activation) {
 }
 
 Value* property_of(Value* object, const std::string& name) {
-    if (auto* value = dynamic_cast<ScriptValue*>(object))
-        return call_host([&] { return value->get_property(name); });
     if (name == "count" && object->is(String_class))
         return make_integer(static_cast<int>(static_cast<String*>(object)->size()));
+    if (auto* value = dynamic_cast<ScriptValue*>(object))
+        return call_host([&] { return value->get_property(name); });
     raise_unknown_property(name, object);
 }
 

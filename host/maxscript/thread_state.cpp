@@ -14,7 +14,7 @@ namespace corrivane::host {
 namespace {
 
 // What functions that do not check, the collector's and the C library's among them, may need.
-constexpr std::uintptr_t stack_reserve = 384 * 1024;
+constexpr std::uintptr_t stack_reserve = std::uintptr_t{384} << 10;
 // Where the stack has no limit, this much of it is used.
 constexpr std::uintptr_t most_stack = std::uintptr_t{256} << 20;
 

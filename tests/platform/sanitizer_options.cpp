@@ -4,6 +4,7 @@
     "handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:handle_sigtrap=0"
 
 extern "C" {
+// The names are the sanitizers'. NOLINTBEGIN(bugprone-reserved-identifier)
 const char* __asan_default_options() {
     return FAULTS_ARE_NOT_HANDLED;
 }
@@ -17,4 +18,5 @@ const char* __lsan_default_suppressions() {
 const char* __tsan_default_options() {
     return FAULTS_ARE_NOT_HANDLED ":halt_on_error=1";
 }
+// NOLINTEND(bugprone-reserved-identifier)
 }

@@ -43,7 +43,7 @@ std::pair<std::string, std::string> read_pair(const std::string& text, const cha
 
 /// What goes on as a zero-terminated text.
 std::string text_of(const json::Value& value) {
-    const std::string text(value.text());
+    std::string text(value.text());
     if (text.find('\0') != std::string::npos) value.fail("holds a NUL character");
     return text;
 }

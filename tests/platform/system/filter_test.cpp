@@ -65,7 +65,7 @@ void fault_inside_malloc() {
     void* volatile* volatile block = static_cast<void**>(std::malloc(beyond_the_thread_cache));
     void* volatile barrier = std::malloc(beyond_the_thread_cache);
     std::free(const_cast<void**>(block));
-    block[1] = reinterpret_cast<void*>(16);
+    block[1] = reinterpret_cast<void*>(16);  // NOLINT(clang-analyzer-unix.Malloc)
     void* volatile result = std::malloc(2 * beyond_the_thread_cache);
     std::free(result);
     std::free(barrier);

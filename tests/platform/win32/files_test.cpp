@@ -147,7 +147,7 @@ TEST(FormatMessage, GivesTheSystemsTexts) {
         char* text = nullptr;
         const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ALLOCATE_BUFFER,
                                             nullptr, error, 0, reinterpret_cast<LPSTR>(&text), 0, nullptr);
-        const std::string result = text != nullptr ? std::string(text, length) : std::string();
+        std::string result = text != nullptr ? std::string(text, length) : std::string();
         LocalFree(text);
         return result;
     };

@@ -99,7 +99,7 @@ TEST(FarmSession, ErrorsOfAFrameAreReadToTheLastReply) {
     };
     for (const auto& [replies, hangs_up, error] : cases) {
         Farm farm;
-        farm.open([&](Peer& peer) {
+        farm.open([&replies = replies, hangs_up = hangs_up](Peer& peer) {
             peer.expect("RenderTask,3");
             peer.say(replies);
             if (hangs_up) return peer.close();

@@ -284,7 +284,7 @@ TEST(FrameList, RefusesWhatIsNoList) {
         {"1-60000,100001-160000", "longer than 100000"},
     };
     for (const auto& [text, reason] : cases)
-        EXPECT_THAT(test::message_of([&] { parse_frame_list(text); }), HasSubstr(reason)) << text;
+        EXPECT_THAT(test::message_of([&text = text] { parse_frame_list(text); }), HasSubstr(reason)) << text;
 }
 
 /// The fields as the plug-in splits them.
