@@ -1,8 +1,8 @@
 // Feeds the MAXScript compiler and evaluator with any text: nothing may fault, hang or leak frames.
 
-#include "maxscript/heap.h"
+#include "maxscript/machine/heap.h"
+#include "maxscript/machine/thread_state.h"
 #include "maxscript/runtime.h"
-#include "maxscript/thread_state.h"
 
 #include <chrono>
 #include <cstdint>

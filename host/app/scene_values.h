@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/core.h"
-#include "maxscript/script_value.h"
+#include "maxscript/machine/script_value.h"
 
 #include <memory>
 #include <string>

@@ -1,18 +1,20 @@
 #include "maxscript/runtime.h"
 
-#include "maxscript/builtins.h"
-#include "maxscript/errors.h"
-#include "maxscript/file_access.h"
-#include "maxscript/globals.h"
-#include "maxscript/heap.h"
-#include "maxscript/listener.h"
-#include "maxscript/parser.h"
-#include "maxscript/published_interface.h"
-#include "maxscript/text_sink.h"
-#include "maxscript/thread_state.h"
+#include "maxscript/language/parser.h"
+#include "maxscript/library/library.h"
+#include "maxscript/machine/errors.h"
+#include "maxscript/machine/globals.h"
+#include "maxscript/machine/heap.h"
+#include "maxscript/machine/listener.h"
+#include "maxscript/machine/text_sink.h"
+#include "maxscript/machine/thread_state.h"
+#include "maxscript/published/published_interface.h"
+#include "maxscript/streams/file_access.h"
 
 #include <max/exceptions.h>
+#include <system/plain_files.h>
 
+#include <cerrno>
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -53,11 +55,20 @@ ScriptResult run(CharStream& stream) {
     }
 }
 
+std::FILE* open_log(const std::string& file) {
+    if (file.empty()) return nullptr;
+    std::FILE* log = open_machine_file_for_writing(file, false);
+    if (log == nullptr)
+        throw std::runtime_error("The Listener's log " + file +
+                                 " cannot be opened: " + plain_file_error(errno));
+    return log;
+}
+
 }  // namespace
 
 MaxScriptRuntime::MaxScriptRuntime(const RuntimeOptions& options) {
     if (g_started) throw std::logic_error("The MAXScript runtime has been started already");
-    listener_stream().set_log(options.listener_log);
+    listener_stream().set_log(open_log(options.listener_log));
     listener_stream().set_stdout(options.listener_to_stdout);
     set_file_access(options.file_access);
     define_number_functions();
@@ -74,7 +85,7 @@ MaxScriptRuntime::~MaxScriptRuntime() {
     forget_callbacks();
     thread_state().locals.current_result = nullptr;
     end_globals();
-    listener_stream().set_log({});
+    listener_stream().set_log(nullptr);
     listener_stream().set_stdout(false);
     g_started = false;
 }
@@ -93,28 +104,8 @@ ScriptResult run_file(const std::string& path) {
     return run(*stream);
 }
 
-std::string printed_form(Value* value) {
-    TextSink sink;
-    value->sprin1(&sink);
-    return sink.text();
-}
-
-std::string error_description(MAXScriptException& error) {
-    TextSink sink;
-    error.sprin1(&sink);
-    return sink.text();
-}
-
 void set_listener(std::function<void(std::string_view)> listener) {
     listener_stream().set_receiver(std::move(listener));
-}
-
-Rooted::Rooted(Value* value) : m_frame{1, thread_state().locals.current_locals_frame}, m_slot(value) {
-    thread_state().locals.current_locals_frame = &m_frame;
-}
-
-Rooted::~Rooted() {
-    thread_state().locals.current_locals_frame = m_frame.previous;
 }
 
 }  // namespace corrivane::host

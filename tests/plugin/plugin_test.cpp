@@ -1,7 +1,7 @@
 #include "plugin/plugin_test.h"
 
 #include "farm/daemon_session.h"
-#include "maxscript/heap.h"
+#include "maxscript/machine/heap.h"
 #include "support/log.h"
 
 #include <system/drive_map.h>

@@ -1,5 +1,5 @@
-#include "maxscript/heap.h"
-#include "maxscript/thread_state.h"
+#include "maxscript/machine/heap.h"
+#include "maxscript/machine/thread_state.h"
 #include "script_fixture.h"
 #include "support/sanitizers.h"
 

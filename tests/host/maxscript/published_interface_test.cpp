@@ -1,5 +1,5 @@
-#include "maxscript/errors.h"
-#include "maxscript/heap.h"
+#include "maxscript/machine/errors.h"
+#include "maxscript/machine/heap.h"
 #include "script_fixture.h"
 
 #include <max/function_publishing.h>

@@ -1,7 +1,7 @@
 #include "script_fixture.h"
 
-#include "maxscript/heap.h"
-#include "maxscript/thread_state.h"
+#include "maxscript/machine/heap.h"
+#include "maxscript/machine/thread_state.h"
 
 #include <string_view>
 #include <utility>

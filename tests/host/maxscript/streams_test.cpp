@@ -1,4 +1,4 @@
-#include "maxscript/thread_state.h"
+#include "maxscript/machine/thread_state.h"
 #include "script_fixture.h"
 #include "support/temporary_folder.h"
 

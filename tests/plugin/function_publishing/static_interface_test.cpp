@@ -2,7 +2,7 @@
 
 #include "maxscript/corrivane_interface.h"
 #include "maxscript/library_entry.h"
-#include "maxscript/published_interface.h"
+#include "maxscript/published/published_interface.h"
 #include "plugin/plugin_test.h"
 
 namespace corrivane::test {

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string_view>
+
+/// The functions and names that MAXScript itself has.
+namespace corrivane::host {
+
+/// abs, mod, random, sqrt, …
+void define_number_functions();
+/// substring, findString, filterString, toLower, …
+void define_text_functions();
+/// append, deleteItem, sort, …
+void define_array_functions();
+/// print, format, stringStream, classOf, execute, throw, …
+void define_language_functions();
+/// openFile, readLine, getFiles, doesFileExist, fileIn, …
+void define_file_functions();
+/// callbacks.addScript, callbacks.removeScripts.
+void define_callback_functions();
+
+/// Whether a text matches a pattern with * for any characters and ? for one.
+bool matches_pattern(std::string_view text, std::string_view pattern);
+
+}  // namespace corrivane::host

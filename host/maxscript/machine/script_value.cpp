@@ -1,0 +1,27 @@
+#include "maxscript/machine/script_value.h"
+
+#include "maxscript/machine/errors.h"
+
+namespace corrivane::host {
+
+Value* ScriptValue::get_property(const std::string& name) {
+    raise_unknown_property(name, this);
+}
+
+void ScriptValue::set_property(const std::string& name, Value* /*content*/) {
+    raise_unknown_property(name, this);
+}
+
+Value* ScriptValue::get_element(Value* /*index*/) {
+    raise_no_function("get", this);
+}
+
+void ScriptValue::set_element(Value* /*index*/, Value* /*content*/) {
+    raise_no_function("put", this);
+}
+
+Value* ScriptValue::call(Arguments& /*arguments*/) {
+    raise_type_error("Call needs function or class, got: " + excerpt(this));
+}
+
+}  // namespace corrivane::host

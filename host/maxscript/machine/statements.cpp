@@ -1,0 +1,237 @@
+#include "maxscript/machine/statements.h"
+
+#include "maxscript/machine/errors.h"
+
+namespace corrivane::host {
+
+namespace {
+
+/// Whether the round takes place; a where part may leave the loop.
+Round test_where(const ForParts& parts, Activation& activation, bool& wanted) {
+    wanted = true;
+    if (parts.where == nullptr) return Round::next;
+    Value* value = evaluate(parts.where, activation);
+    if (value == nullptr) return Round::unwind;
+    wanted = condition_holds(value, "where");
+    return Round::next;
+}
+
+/// One round of a for loop, whose variable is set.
+Round run_for_round(const ForParts& parts, Activation& activation, Value*& collected) {
+    bool wanted = false;
+    if (test_where(parts, activation, wanted) == Round::unwind) return Round::unwind;
+    if (!wanted) {
+        count_step();
+        return Round::next;
+    }
+    Value* result = nullptr;
+    const Round round = run_round(parts.body, activation, result);
+    if (parts.collects && round == Round::next && result != nullptr)
+        static_cast<ArrayValue*>(collected)->append(result);
+    return round;
+}
+
+void start_collecting(const ForParts& parts, Value*& collected) {
+    collected = parts.collects ? static_cast<Value*>(new ArrayValue) : &ok;
+}
+
+/// Keeps the error that a handler handles where getCurrentException and throw() find it.
+class CaughtScope {
+public:
+    CaughtScope(ThreadState& state, CaughtError error) : m_state(state) {
+        state.caught.push_back(std::move(error));
+    }
+    ~CaughtScope() { m_state.caught.pop_back(); }
+    CaughtScope(const CaughtScope&) = delete;
+    CaughtScope& operator=(const CaughtScope&) = delete;
+
+private:
+    ThreadState& m_state;
+};
+
+}  // namespace
+
+Value* Block::eval(Activation& activation) const {
+    for (std::size_t i = 0; i < m_local_count; ++i)
+        activation.locals[m_first_local + i] = &undefined;
+    Value* result = &ok;
+    for (const Node* expression : m_expressions) {
+        result = evaluate(expression, activation);
+        if (result == nullptr) return nullptr;
+    }
+    return result;
+}
+
+Value* If::eval(Activation& activation) const {
+    Value* condition = evaluate(m_condition, activation);
+    if (condition == nullptr) return nullptr;
+    activation.thread.place.line = line();
+    if (condition_holds(condition, "if-test")) return evaluate(m_then, activation);
+    return m_else != nullptr ? evaluate(m_else, activation) : &undefined;
+}
+
+Value* Case::eval(Activation& activation) const {
+    Value*& subject = activation.temporaries[m_slot];
+    subject = &true_value;
+    if (m_subject != nullptr && (subject = evaluate(m_subject, activation)) == nullptr) return nullptr;
+    const Node* chosen = nullptr;
+    for (const Branch& branch : m_branches) {
+        if (branch.label == nullptr) {
+            chosen = branch.body;
+            continue;
+        }
+        Value* label = evaluate(branch.label, activation);
+        if (label == nullptr) return nullptr;
+        if (values_equal(subject, label)) return evaluate(branch.body, activation);
+    }
+    return chosen != nullptr ? evaluate(chosen, activation) : &undefined;
+}
+
+Round run_round(const Node* body, Activation& activation, Value*& result) {
+    count_step();
+    Value* value = evaluate(body, activation);
+    if (value != nullptr) {
+        result = value;
+        return Round::next;
+    }
+    if (activation.flow == Flow::return_function) return Round::unwind;
+    const bool leaves = activation.flow == Flow::exit_loop;
+    activation.flow = Flow::none;
+    if (!leaves) return Round::next;
+    result = activation.carried;
+    return Round::leave;
+}
+
+Value* While::eval(Activation& activation) const {
+    Value*& result = activation.temporaries[m_slot];
+    result = &undefined;
+    for (bool test = !m_body_first;; test = true) {
+        if (test) {
+            Value* condition = evaluate(m_condition, activation);
+            if (condition == nullptr) return nullptr;
+            activation.thread.place.line = m_condition->line();
+            if (!condition_holds(condition, "while-test")) return result;
+        }
+        const Round round = run_round(m_body, activation, result);
+        if (round == Round::unwind) return nullptr;
+        if (round == Round::leave) return result;
+    }
+}
+
+void ForRange::fail_on_step() const {
+    raise_runtime_error("the step of a for loop must not be 0");
+}
+
+Value* ForRange::run_integers(Activation& activation, std::int64_t from, std::int64_t last,
+                              std::int64_t step) const {
+    if (step == 0) fail_on_step();
+    Value*& collected = activation.temporaries[m_slot];
+    for (std::int64_t i = from; step > 0 ? i <= last : i >= last; i += step) {
+        activation.locals[m_parts.local] = make_integer(static_cast<int>(i));
+        const Round round = run_for_round(m_parts, activation, collected);
+        if (round == Round::unwind) return nullptr;
+        if (round == Round::leave) break;
+    }
+    return collected;
+}
+
+Value* ForRange::run_floats(Activation& activation, float from, float last, float step) const {
+    if (step == 0.0F) fail_on_step();
+    Value*& collected = activation.temporaries[m_slot];
+    for (double round_number = 0;; ++round_number) {
+        // Not a running sum, whose error would grow from round to round.
+        const auto number =
+            static_cast<float>(static_cast<double>(from) + round_number * static_cast<double>(step));
+        const bool runs = step > 0 ? number <= last : number >= last;
+        if (!runs) break;
+        activation.locals[m_parts.local] = make_float(number);
+        const Round round = run_for_round(m_parts, activation, collected);
+        if (round == Round::unwind) return nullptr;
+        if (round == Round::leave) break;
+    }
+    return collected;
+}
+
+Value* ForRange::eval(Activation& activation) const {
+    Value** slots = activation.temporaries + m_slot;
+    Value** bounds = slots + 1;
+    bounds[2] = make_integer(1);
+    if ((bounds[0] = evaluate(m_from, activation)) == nullptr) return nullptr;
+    if ((bounds[1] = evaluate(m_last, activation)) == nullptr) return nullptr;
+    if (m_step != nullptr && (bounds[2] = evaluate(m_step, activation)) == nullptr) return nullptr;
+    activation.thread.place.line = line();
+    start_collecting(m_parts, slots[0]);
+    if (bounds[0]->is(Integer_class) && bounds[2]->is(Integer_class))
+        return run_integers(activation, to_integer(bounds[0]), to_integer(bounds[1]), to_integer(bounds[2]));
+    return run_floats(activation, to_float(bounds[0]), to_float(bounds[1]), to_float(bounds[2]));
+}
+
+Value* ForIn::eval(Activation& activation) const {
+    Value** slots = activation.temporaries + m_slot;
+    if ((slots[1] = evaluate(m_collection, activation)) == nullptr) return nullptr;
+    activation.thread.place.line = line();
+    auto* array = value_as<ArrayValue>(slots[1]);
+    if (array == nullptr) raise_type_error("for-loop requires a collection, got: " + excerpt(slots[1]));
+    start_collecting(m_parts, slots[0]);
+    for (std::size_t i = 0; i < array->elements().size(); ++i) {
+        activation.locals[m_parts.local] = array->elements()[i];
+        const Round round = run_for_round(m_parts, activation, slots[0]);
+        if (round == Round::unwind) return nullptr;
+        if (round == Round::leave) break;
+    }
+    return slots[0];
+}
+
+Value* Leave::eval(Activation& activation) const {
+    Value* carried = &undefined;
+    if (m_carried != nullptr && (carried = evaluate(m_carried, activation)) == nullptr) return nullptr;
+    activation.carried = carried;
+    activation.flow = m_flow;
+    return nullptr;
+}
+
+Value* Try::handle(Activation& activation, CaughtError error) const {
+    const CaughtScope scope(activation.thread, std::move(error));
+    return evaluate(m_handler, activation);
+}
+
+Value* Try::eval(Activation& activation) const {
+    CaughtError caught;
+    try {
+        return evaluate(m_body, activation);
+    } catch (const StepLimitReached&) {
+        throw;
+    } catch (MAXScriptException& error) {
+        caught = {std::current_exception(), exception_text(error)};
+    } catch (const std::bad_alloc&) {
+        caught = {std::current_exception(), "-- Runtime error: Out of memory"};
+    }
+    return handle(activation, std::move(caught));
+}
+
+Value* FunctionDefinition::eval(Activation& activation) const {
+    auto* function = new ScriptFunction(m_code, m_text.get());
+    function->capture(activation);
+    activation.temporaries[m_slot] = function;
+    m_target->store(activation, function);
+    return function;
+}
+
+Value* StructDefinitionNode::eval(Activation& activation) const {
+    auto* definition = new StructDefinition(m_code, &m_text);
+    activation.temporaries[m_slot] = definition;
+    definition->make_functions(activation);
+    m_target->store(activation, definition);
+    return definition;
+}
+
+Value* Declaration::eval(Activation& activation) const {
+    Value* result = &undefined;
+    for (const Node* part : m_parts) {
+        result = evaluate(part, activation);
+        if (result == nullptr) return nullptr;
+    }
+    return result;
+}
+
+}  // namespace corrivane::host

@@ -1,0 +1,153 @@
+#include "maxscript/streams/file_access.h"
+
+#include "maxscript/machine/errors.h"
+
+#include <system/drive_map.h>
+#include <system/plain_files.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <utility>
+
+namespace corrivane::host {
+
+namespace {
+
+constexpr std::size_t most_without_size = std::size_t{16} << 20;
+
+bool g_allowed = true;
+
+/// Closes a file of the system at the end of its scope.
+class Descriptor {
+public:
+    explicit Descriptor(int number) : m_number(number) {}
+    ~Descriptor() {
+        if (m_number >= 0) close(m_number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int number() const { return m_number; }
+
+private:
+    int m_number;
+};
+
+using Mapping = NativePath (*)(std::string_view windows_path);
+
+/// The path to open; empty, and why, when there is none.
+std::string path_to_open(const std::string& name, Mapping mapping, std::string& failure) {
+    if (!g_allowed) {
+        failure = "scripts may not use files here";
+        return {};
+    }
+    const NativePath path = mapping(name);
+    if (path.error != ERROR_SUCCESS) failure = path_fault(name, path.error);
+    return path.path;
+}
+
+/// Adds to the text until the file ends or the text has `most` characters.
+bool read_up_to(int file, std::size_t most, std::string& text) {
+    std::array<char, 65536> piece;
+    while (text.size() < most) {
+        const ssize_t count = read(file, piece.data(), std::min(piece.size(), most - text.size()));
+        if (count == 0) return true;
+        if (count > 0) {
+            text.append(piece.data(), static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Reads what the file holds now; files of /proc say that they hold nothing, and some never end. Throws
+/// std::bad_alloc when it is too much.
+bool read_all(int file, std::string& text) {
+    struct stat status {};
+    if (fstat(file, &status) != 0) return false;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    const std::size_t most = std::max(size, most_without_size);
+    // Held to the heap's limit before the memory is taken.
+    HeldBytes held;
+    held.update(size);
+    text.reserve(size);
+    if (!read_up_to(file, most, text)) return false;
+    if (text.size() > size && text.size() == most) throw std::bad_alloc();
+    return true;
+}
+
+bool read_descriptor(int file, std::string& failure, TextReader& reader) {
+    std::string text;
+    try {
+        if (!read_all(file, text)) {
+            failure = std::strerror(errno);
+            return false;
+        }
+        if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
+        reader.set_text(std::move(text));
+    } catch (const std::bad_alloc&) {
+        failure = "it is too large";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+void set_file_access(bool allowed) {
+    g_allowed = allowed;
+}
+
+void check_file_access() {
+    if (!g_allowed) raise_runtime_error("scripts may not use files here");
+}
+
+std::string machine_path(const std::string& windows_path) {
+    return native_path(windows_path).path;
+}
+
+bool read_file(const std::string& name, std::string& failure, TextReader& reader) {
+    const std::string path = path_to_open(name, native_path, failure);
+    if (path.empty()) return false;
+    const Descriptor file(open_plain_file(path.c_str(), O_RDONLY));
+    if (file.number() < 0) {
+        failure = plain_file_error(errno);
+        return false;
+    }
+    return read_descriptor(file.number(), failure, reader);
+}
+
+std::FILE* open_for_writing(const std::string& name, const std::string& mode, std::string& failure) {
+    const bool appends = mode == "a" || mode == "at" || mode == "ab";
+    if (!appends && mode != "w" && mode != "wt" && mode != "wb") {
+        failure = "the mode \"" + mode + "\" is not known";
+        return nullptr;
+    }
+    const std::string path = path_to_open(name, native_output_path, failure);
+    if (path.empty()) return nullptr;
+    std::FILE* file = open_machine_file_for_writing(path, appends);
+    if (file == nullptr) failure = plain_file_error(errno);
+    return file;
+}
+
+std::FILE* open_machine_file_for_writing(const std::string& path, bool appends) {
+    const int file = open_plain_file(path.c_str(), O_WRONLY | O_CREAT | (appends ? O_APPEND : O_TRUNC));
+    if (file < 0) return nullptr;
+    std::FILE* stream = fdopen(file, appends ? "a" : "w");
+    if (stream != nullptr) return stream;
+    const int error = errno;
+    close(file);
+    errno = error;
+    return nullptr;
+}
+
+}  // namespace corrivane::host
