@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
@@ -17,6 +18,17 @@ struct JobBegins {
     std::string scene;
     std::vector<int> frames;
     std::size_t hosts = 1;  // that work side by side
+    std::string name{};
+    std::string camera{};  // empty: the scene's active view
+    std::string output{};  // empty: the scene's own
+    int threads = 0;       // of each host
+    std::string worker_version{};
+};
+
+/// The program runs, and has not connected yet.
+struct HostStarts {
+    int process_id = 0;
+    std::string log_folder;  // of this host alone
 };
 
 struct HostReady {
@@ -27,6 +39,15 @@ struct HostReady {
 struct HostEnds {
     std::string how;
     bool failed = false;
+};
+
+/// Nothing has come from the host for a while that it should have. What it was seen to do meanwhile.
+struct HostQuiet {
+    std::chrono::milliseconds quiet_for{0};
+    std::chrono::milliseconds cpu_time{0};  // used since it fell silent
+    std::uint64_t memory_bytes = 0;         // resident
+    std::string title;                      // the last one
+    std::string last_lines;                 // of its output
 };
 
 struct FrameBegins {
@@ -41,6 +62,11 @@ struct Progressed {
     double percent = 0;  // of the frame
 };
 
+/// The plug-in's crash report in full, of the event's frame.
+struct CrashReported {
+    std::string text;
+};
+
 /// The frame is over for good.
 struct FrameEnds {
     FrameOutcome outcome;
@@ -49,6 +75,7 @@ struct FrameEnds {
 /// The frame's attempt came to nothing: it is tried again for the reason, or left as it is where there is none.
 struct FrameGivenBack {
     std::string reason;
+    int attempt = 1;  // that came to nothing
 };
 
 /// Lines for people.
@@ -65,8 +92,8 @@ struct JobEnds {
     JobReport report;
 };
 
-using Anything = std::variant<JobBegins, HostReady, HostEnds, FrameBegins, TitleSet, Progressed, FrameEnds,
-                              FrameGivenBack, Message, JobEnds>;
+using Anything = std::variant<JobBegins, HostStarts, HostReady, HostQuiet, HostEnds, FrameBegins, TitleSet,
+                              Progressed, CrashReported, FrameEnds, FrameGivenBack, Message, JobEnds>;
 
 }  // namespace corrivane::worker::event
 

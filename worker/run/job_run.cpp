@@ -90,7 +90,14 @@ public:
             std::none_of(m_outcomes.begin(), m_outcomes.end(),
                          [](const FrameOutcome& outcome) { return outcome.status == Status::not_rendered; });
         if (!complete && !m_lost_lane.empty()) m_problems.push_back(m_lost_lane);
-        return {std::move(m_outcomes), std::move(m_problems), since(m_begin), stop.requested() && !complete};
+        JobReport report;
+        report.problems = std::move(m_problems);
+        report.elapsed = since(m_begin);
+        report.stopped = stop.requested() && !complete;
+        for (const FrameOutcome& outcome : m_outcomes)
+            if (outcome.status == Status::not_rendered) report.left.push_back(outcome.frame);
+        report.frames = std::move(m_outcomes);
+        return report;
     }
 
     const Job& job;
