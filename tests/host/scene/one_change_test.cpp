@@ -14,19 +14,10 @@ const Json& rows(const char* outcome) {
     return cases.at(outcome);
 }
 
-void change(SceneFile& file, const std::string& at, const Json& value) {
-    const Json::json_pointer place(at.substr(at[0] == '-' ? 1 : 0));
-    if (at[0] != '-') {
-        file.json[place] = value;
-    } else {
-        file.json[place.parent_pointer()].erase(place.back());
-    }
-}
-
 TEST(OneChange, IsRefusedWithAMessageThatNamesTheFault) {
     for (const Json& row : rows("refused")) {
         SceneFile file;
-        change(file, row[0], row[1]);
+        file.change(row[0], row[1]);
         EXPECT_THAT(message_of([&] { file.load(); }),
                     testing::AllOf(testing::StartsWith("scene.gltf: "), HasSubstr(row[2].get<std::string>())))
             << row;
@@ -36,7 +27,7 @@ TEST(OneChange, IsRefusedWithAMessageThatNamesTheFault) {
 TEST(OneChange, IsPassedOverWithAWarningWhereItCannotBeShown) {
     for (const Json& row : rows("passed over")) {
         SceneFile file;
-        change(file, row[0], row[1]);
+        file.change(row[0], row[1]);
         EXPECT_THAT(file.load()->warnings, ElementsAre(HasSubstr(row[2].get<std::string>()))) << row;
     }
 }
@@ -44,7 +35,7 @@ TEST(OneChange, IsPassedOverWithAWarningWhereItCannotBeShown) {
 TEST(OneChange, DoesNotMatterWhereNothingNeedsIt) {
     for (const Json& row : rows("fine")) {
         SceneFile file;
-        change(file, row[0], row[1]);
+        file.change(row[0], row[1]);
         EXPECT_THAT(file.load({.external_files = MissingAction::fail})->warnings, testing::IsEmpty()) << row;
     }
 }
@@ -57,7 +48,7 @@ TEST(OneChange, ObeysThePolicyOfTheKindThatIsMissing) {
     for (const Json& row : rows("missing")) {
         SceneFile file;
         std::filesystem::create_directory(file.path("folder"));
-        change(file, row[1], row[2]);
+        file.change(row[1], row[2]);
         const int kind = row[0];
         const auto policy = policies[kind - 1];
         LoadOptions options;

@@ -28,6 +28,15 @@ Json SceneFile::read_cases(const std::string& name) {
     return Json::parse(corrivane::test::read_file(CORRIVANE_SCENE_CASES "/" + name));
 }
 
+void SceneFile::change(const std::string& at, const Json& value) {
+    const Json::json_pointer place(at.substr(at[0] == '-' ? 1 : 0));
+    if (at[0] != '-') {
+        json[place] = value;
+    } else {
+        json[place.parent_pointer()].erase(place.back());
+    }
+}
+
 std::shared_ptr<const Scene> SceneFile::load(const LoadOptions& options) const {
     write_file(path(), json.dump());
     return load_scene(path(), options);

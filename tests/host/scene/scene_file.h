@@ -27,6 +27,8 @@ public:
     std::filesystem::path path(const std::string& name = "scene.gltf") const {
         return m_folder.path() / name;
     }
+    /// Puts the value at the place of a JSON pointer, or removes what is there if a minus stands in front of it.
+    void change(const std::string& at, const Json& value);
     /// Writes the document as scene.gltf and loads it.
     std::shared_ptr<const Scene> load(const LoadOptions& options = {}) const;
     /// The document as a GLB, buffer 0 in its binary chunk: the last 100 bytes.
