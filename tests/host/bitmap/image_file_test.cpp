@@ -40,7 +40,7 @@ StoredImage read_image(const std::string& path) {
 }
 
 /// What a sample of that type holds for `value`.
-float stored(float value, OIIO::TypeDesc type) {
+float stored(float value, const OIIO::TypeDesc& type) {
     if (type == OIIO::TypeFloat) return value;
     if (type == OIIO::TypeHalf) {
         std::uint16_t half = 0;

@@ -45,7 +45,7 @@ TEST(ImageModule, VerifyingAFileGivesItsSizeAndADamagedOneItsName) {
 }
 
 TEST(ImageModule, EncoderRefusesAJpegThatWouldEndTheProcess) {
-    const std::vector<float> pixels(4 * 65501);
+    const std::vector<float> pixels(std::size_t{4} * 65501);
     std::vector<unsigned char> bytes;
     const EncodeRequest request{.rgba = pixels.data(),
                                 .width = 65501,

@@ -62,7 +62,7 @@ struct Image {
     std::vector<float> rgba;
 
     std::vector<float> at(int x, int y) const {
-        const auto pixel = rgba.begin() + (y * width + x) * 4;
+        const auto pixel = rgba.begin() + std::ptrdiff_t{4} * (y * width + x);
         return {pixel, pixel + 4};
     }
     bool operator==(const Image&) const = default;

@@ -63,8 +63,8 @@ std::vector<float> middle_of(const RenderScene& scene, const std::vector<Element
 Image crop(const Image& image, const PixelRect& rect) {
     Image result{rect.width(), rect.height(), {}};
     for (int y = rect.top; y < rect.bottom; ++y) {
-        const auto row = image.rgba.begin() + (y * image.width + rect.left) * 4;
-        result.rgba.insert(result.rgba.end(), row, row + rect.width() * 4);
+        const auto row = image.rgba.begin() + std::ptrdiff_t{4} * (y * image.width + rect.left);
+        result.rgba.insert(result.rgba.end(), row, row + std::ptrdiff_t{4} * rect.width());
     }
     return result;
 }
@@ -93,11 +93,20 @@ TEST(Renderer, GivesTheSamePixelsWithAnyThreadsInAnyRegionAndAfterOtherFrames) {
 
 TEST(Renderer, FillsElementsOfAKnownPlane) {
     RenderScene scene;
-    // The colour's green is halved by the texture.
-    scene.images.push_back({1, 1, {255, 188, 255, 255}});
-    scene.textures.push_back({0, TextureWrap::repeat, TextureWrap::repeat, false});
-    scene.add_square(5, {0, 0, 2}, flat_color(0.25f, 1, 1));
-    scene.materials[0].base_color_texture.texture = 0;
+    // The colour's green is halved by the texture's second texel, its blue by the vertices. Their normals lean, and
+    // point to the back.
+    scene.images.push_back({2, 1, {0, 0, 0, 0, 255, 188, 255, 255}});
+    scene.textures.push_back({0, TextureWrap::repeat, TextureWrap::repeat, true});
+    scene.add_square(5, {0, 0, 2}, flat_color(0.25f, 1, 1)).transform.scale = {1, 2, 1};
+    TextureUse& use = scene.materials[0].base_color_texture;
+    use = {0, 1, {}};
+    use.uv_transform.setTranslation(Imath::V2f(0.5f, 0));
+    Primitive& square = scene.meshes[0].primitives[0];
+    square.uvs = {{{}, std::vector(4, Imath::V2f(0.25f, 0.5f))}};
+    square.colors.assign(4, {1, 1, 0.5f, 1});
+    square.normals.assign(4, {0, -1, -1});
+    scene.cameras[0].projection.znear = 7.9f;
+    scene.cameras[0].projection.zfar = 8.1f;
     Renderer renderer(scene.share());
     RenderRequest request = request_of(40, 40);
     request.pixel_aspect = 2;
@@ -106,9 +115,10 @@ TEST(Renderer, FillsElementsOfAKnownPlane) {
     const auto eight = FloatNear(8, 1e-4f);
     EXPECT_THAT(images[1].at(20, 20), ElementsAre(eight, eight, eight, 1));
     EXPECT_THAT(images[1].at(15, 28)[0], eight) << "from the camera's plane, not from its eye";
-    EXPECT_THAT(images[2].at(20, 20), ElementsAre(0.5f, 0.5f, 1, 1));
-    EXPECT_THAT(images[3].at(20, 20),
-                ElementsAre(FloatNear(0.5371f, 1e-3f), FloatNear(0.7373f, 1e-3f), 1, 1));
+    EXPECT_THAT(images[2].at(20, 20),
+                ElementsAre(0.5f, FloatNear(0.7236f, 1e-3f), FloatNear(0.9472f, 1e-3f), 1));
+    EXPECT_THAT(images[3].at(20, 20), ElementsAre(FloatNear(0.5371f, 1e-3f), FloatNear(0.7373f, 1e-3f),
+                                                  FloatNear(0.7354f, 1e-3f), 1));
     EXPECT_THAT(images[4].at(20, 20), ElementsAre(1, 1, 1, 1));
     EXPECT_THAT(images[5].at(20, 20), ElementsAre(1, 1, 1, 1)) << "nothing is near the plane";
     EXPECT_THAT(images[0].at(20, 20), images[3].at(20, 20)) << "unlit";
@@ -122,8 +132,10 @@ TEST(Renderer, CompositesTransparencyWithoutDividing) {
     scene.add_square(5, {0, 0, 2}, flat_color(1, 1, 1, 0.5f));
     const auto half = FloatNear(0.7354f, 1e-3f);  // linear 0.5, encoded
     EXPECT_THAT(middle_of(scene), ElementsAre(half, half, half, 0.5f));
+    scene.add_square(5, {0, 0, 1}, flat_color(1, 1, 1, 0.5f));
     scene.add_square(5, {0, 0, 0}, flat_color(1, 0, 0));
-    EXPECT_THAT(middle_of(scene), ElementsAre(1, half, half, 1));
+    const auto three_quarters = FloatNear(0.8808f, 1e-3f);
+    EXPECT_THAT(middle_of(scene), ElementsAre(1, three_quarters, three_quarters, 1));
 }
 
 TEST(Renderer, CutsMasksAndBacksAway) {
@@ -270,7 +282,7 @@ TEST(Renderer, NamesWhatIsWrongWithARequest) {
     for (const auto& [fault, spoil] : cases) {
         RenderRequest request = request_of(8, 8);
         spoil(request);
-        std::vector<float> pixels(8 * 8 * 4);
+        std::vector<float> pixels(std::size_t{4} * 8 * 8);
         EXPECT_THAT(message_of([&] { renderer.render(request, {pixels, {}}); }), testing::HasSubstr(fault));
     }
 }

@@ -8,10 +8,11 @@
 namespace corrivane::host {
 namespace {
 
-/// Two texels: black, opaque; white, transparent.
+/// Two texels: black, opaque; white, transparent. Image 1 has them one below the other.
 Scene two_texels() {
     Scene scene;
     scene.images.push_back({2, 1, {0, 0, 0, 255, 255, 255, 255, 0}});
+    scene.images.push_back({1, 2, scene.images[0].rgba});
     return scene;
 }
 
@@ -41,8 +42,11 @@ TEST(TextureLookup, FiltersAndWraps) {
         const Imath::C4f color = look_up(scene, {0, c.wrap, c.wrap, false}, {c.u, 0.5f});
         EXPECT_NEAR(color.r, c.white, 1e-6f) << int(c.wrap) << " at " << c.u;
         EXPECT_NEAR(color.a, 1 - c.white, 1e-6f) << int(c.wrap) << " at " << c.u;
+        const auto other = TextureWrap((int(c.wrap) + 1) % 3);
+        EXPECT_EQ(look_up(scene, {1, other, c.wrap, false}, {0.5f, c.u}), color);
         const Imath::C4f nearest = look_up(scene, {0, c.wrap, c.wrap, true}, {c.u, 0.5f});
         EXPECT_TRUE(nearest.r == 0 || nearest.r == 1);
+        EXPECT_EQ(look_up(scene, {1, other, c.wrap, true}, {0.5f, c.u}), nearest);
     }
 }
 
