@@ -2,7 +2,7 @@
 
 #include <system/guarded_call.h>
 
-#include <cstring>
+#include <algorithm>
 
 namespace corrivane::host::test {
 namespace {
@@ -55,7 +55,9 @@ TEST_F(CoreRenderTest, WhatDoesNotFitTogetherFailsWithAReasonAndTheNextFrameWork
         SCOPED_TRACE(reason);
         ASSERT_EQ(1, open("Camera01", type));
         element_target()->bm = element;
-        EXPECT_THAT(log_of([&] { EXPECT_EQ(0, render_into(bitmap, region)); }), HasSubstr(reason));
+        EXPECT_THAT(
+            log_of([&, bitmap = bitmap, region = region] { EXPECT_EQ(0, render_into(bitmap, region)); }),
+            HasSubstr(reason));
         element_target()->bm = nullptr;
         EXPECT_EQ(1, render(type == RENDTYPE_REGION ? &whole : nullptr));
     }
@@ -87,7 +89,8 @@ TEST_F(CoreRenderTest, AViewportShowsWhatItsCameraSees) {
     EXPECT_EQ(1, render_into(seen.get(), nullptr));
     ASSERT_EQ(1, m_core.OpenCurRenderer(nullptr, m_core.GetActiveViewport(), RENDTYPE_NORMAL, width, height));
     EXPECT_EQ(1, render());
-    EXPECT_EQ(0, std::memcmp(seen->pixels(), m_bitmap->pixels(), sizeof(BMM_Color_fl) * width * height));
+    const float* const pixels = &seen->pixels()->r;
+    EXPECT_TRUE(std::equal(pixels, pixels + std::ptrdiff_t{4} * width * height, &m_bitmap->pixels()->r));
 }
 
 TEST_F(CoreRenderTest, RendersOnlyWhileOpen) {

@@ -7,8 +7,6 @@
 namespace corrivane::test {
 namespace {
 
-using testing::ElementsAreArray;
-
 /// A job whose frames go to C:\out\a.png.
 class RenderingAFrame : public PluginTest {
 protected:

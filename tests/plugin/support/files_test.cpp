@@ -73,11 +73,11 @@ TEST(FilenameUtilities, NamesOutsideTheRuleAreRefusedByName) {
     for (const auto& [path, element, only_portable] : cases) {
         const std::string whole = only_portable ? element : path;
         const std::string text = "invalid name \"" + element + "\" in path: \"" + whole + "\"";
-        const std::string replacing = message_of([&] { replace_extension(path, ".jpg"); });
+        const std::string replacing = message_of([&path = path] { replace_extension(path, ".jpg"); });
         EXPECT_TRUE(replacing.starts_with(text)) << path << ": " << replacing;
         EXPECT_THROW(replace_extension(path, ".jpg"), boost::filesystem::filesystem_error) << path;
         for (const auto operation : {get_directory_from_path, get_filename_from_path}) {
-            const std::string message = message_of([&] { operation(path); });
+            const std::string message = message_of([&path = path, operation] { operation(path); });
             EXPECT_EQ(message.starts_with(text), !only_portable) << path << ": " << message;
         }
     }
