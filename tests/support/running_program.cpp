@@ -11,8 +11,6 @@
 #include <cstring>
 #include <stdexcept>
 
-extern char** environ;
-
 namespace corrivane::test {
 
 namespace {
