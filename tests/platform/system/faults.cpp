@@ -3,6 +3,8 @@
 #include "core/processor_faults.h"
 #include "support/provoked_fault.h"
 
+#include <system/stack_walk.h>
+
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -89,6 +91,26 @@ void read_address_16() {
 
 void write_address_32() {
     write_address(32);
+}
+
+bool find_module(const void* address, MODULEENTRY32& module) {
+    const HANDLE modules = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, 0);
+    module = {};
+    module.dwSize = sizeof module;
+    const auto holds = [&] {
+        return reinterpret_cast<ULONG_PTR>(address) - reinterpret_cast<ULONG_PTR>(module.modBaseAddr) <
+               module.modBaseSize;
+    };
+    BOOL is_there = Module32First(modules, &module);
+    while (is_there && !holds())
+        is_there = Module32Next(modules, &module);
+    return CloseHandle(modules) && is_there;
+}
+
+bool walk_goes_on(const EXCEPTION_POINTERS& information) {
+    StackWalk walk(information);
+    StackFrame frame;
+    return walk.next(frame) && walk.next(frame);
 }
 
 const std::vector<Provocation>& provocations() {
