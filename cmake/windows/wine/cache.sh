@@ -1,0 +1,23 @@
+# Where Wine's prefixes and the 32-bit system are kept, outside the tree and for all builds. To be sourced.
+cache=${CORRIVANE_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/corrivane/windows}
+
+# What of Wine belongs to a target: a chroot with its own, or this machine's.
+use_target() {
+  case $1 in
+    i686)
+      root=$cache/i386
+      wine=/usr/lib/wine/wine
+      server=/usr/lib/wine/wineserver32
+      ;;
+    x86_64)
+      root=
+      wine=/usr/lib/wine/wine64
+      server=/usr/lib/wine/wineserver64
+      ;;
+    *)
+      echo "there is no target \"$1\": i686 or x86_64" >&2
+      exit 2
+      ;;
+  esac
+  prefix=$cache/prefix-$1
+}
