@@ -146,7 +146,7 @@ void OutputFile::write(const BMM_Color_fl* pixels) const {
 }
 
 bool OutputFile::note_written() const {
-    return frame_outputs.insert(std::filesystem::path(m_path).lexically_normal()).second;
+    return frame_outputs.insert(std::filesystem::path(m_path).lexically_normal().string()).second;
 }
 
 }  // namespace corrivane::host

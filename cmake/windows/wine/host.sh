@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
 # host.sh PROGRAM.exe ARGUMENT...: corrivane-host for Windows as a command that takes what the one of this machine
-# takes: folders for drives and for the network become those of Wine, since a program on Windows cannot choose them. A
-# drive C gets a link named "windows" to Wine's own folder of that name.
+# takes: folders for drives and for the network become those of Wine, since a program on Windows cannot choose them. The
+# folder for drive C gets an empty folder "windows", in whose place the program sees Windows' own.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-source "$here/cache.sh"
 host=$1
 shift
 drives=()
@@ -32,10 +31,7 @@ while [ $# -gt 0 ]; do
   esac
   shift
 done
-if [ -d "$c" ]; then
-  [ -e "$c/windows" ] || ln -sfn "$cache/$(basename "$(dirname "$(dirname "$host")")")" "$c/windows"
-  drives+=("C=$c")
-fi
+[ -d "$c" ] && drives+=("C=$c")
 export WINE_DRIVES
-WINE_DRIVES=$(IFS=:; echo "${drives[*]-}")
+WINE_DRIVES=$(printf '%s\n' "${drives[@]}")
 exec "$here/run.sh" "$host" "${arguments[@]}"

@@ -43,11 +43,17 @@ if [ "$1" != --make-prefix ]; then
   ln -s "$WINE_MASTER/drive_c/windows" "$prefix/drive_c/windows"
   ln -s ../drive_c "$prefix/dosdevices/c:"
   ln -s / "$prefix/dosdevices/z:"
-  IFS=: read -ra drives <<<"${WINE_DRIVES:-}"
-  for drive in "${drives[@]}"; do
+  while IFS= read -r drive; do
+    [ -n "$drive" ] || continue
     letter=${drive%%=*}
-    ln -sfn "${drive#*=}" "$prefix/dosdevices/${letter,,}:"
-  done
+    folder=${drive#*=}
+    ln -sfn "$folder" "$prefix/dosdevices/${letter,,}:"
+    if [ "${letter,,}" = c ]; then
+      mkdir -p "$folder/windows"
+      mount --bind "$WINE_MASTER/drive_c/windows" "$root$folder/windows"
+      mount -o remount,bind,ro "$root$folder/windows"
+    fi
+  done <<<"${WINE_DRIVES:-}"
   [ -z "${WINE_NETWORK:-}" ] || ln -sfn "$WINE_NETWORK" "$prefix/dosdevices/unc"
   prefix=${prefix#"$root"}
 fi

@@ -2,23 +2,12 @@
 # run.sh PROGRAM.exe ARGUMENT...: runs a Windows program under Wine, contained: in namespaces that die with it, with a
 # prefix of its own that is gone afterwards, without a display, and for at most WINE_SECONDS (300). Its exit code is the
 # program's low byte; 124 when the time was up.
-#   WINE_DRIVES   folders that stand for drives, "C=/a/folder:D=/another"; without C, drive C begins empty
+#   WINE_DRIVES   folders that stand for drives, a line "C=/a/folder" for each; without C, drive C begins empty
 #   WINE_NETWORK  a folder that stands for the network, with a folder for each server and in that one for each share
 # Killed, it takes the program along.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/cache.sh"
-
-# The processor that a program is for, which stands behind the offset at byte 60.
-target_of() {
-  local header
-  header=$(od -A n -t u4 -j 60 -N 4 "$1" | tr -d ' ') || exit 1
-  case $(od -A n -t x2 -j $((header + 4)) -N 2 "$1" | tr -d ' ') in
-    014c) echo i686 ;;
-    8664) echo x86_64 ;;
-    *) echo "$1 is no Windows program" >&2; exit 2 ;;
-  esac
-}
 
 if [ "$1" = --make-prefix ]; then
   use_target "$2"
