@@ -9,17 +9,21 @@ DESTDIR ?=
 # What lint-changed looks at: the files that so many commits changed.
 LINT_COMMITS ?= 5
 
+# What make windows builds for.
+WINDOWS_TARGETS ?= i686 x86_64
+
 packages := cmake/install_packages.sh
+end_to_end_tests := $(patsubst %,%_end_to_end_test,session render fault script)
 sources := git ls-files '*.h' '*.cpp'
 
 .PHONY: help setup build demo install test bench bench-build fuzz fuzz-build asan tsan lint lint-changed format \
-	format-check clean
+	format-check windows windows-test clean
 
 help: ## list the targets
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-13s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
 
 setup: ## install every Debian package that any target needs (debian-packages*.txt)
-	@$(packages) build test bench fuzz lint
+	@$(packages) build test bench fuzz lint windows
 
 build: ## build the programs in build/release
 	@$(packages) build
@@ -77,6 +81,21 @@ format: ## clang-format over the whole tree
 format-check: ## name what make format would change
 	@$(packages) lint
 	@$(sources) | xargs clang-format --dry-run -Werror && echo "All files are formatted."
+
+windows: ## build the host and the library for WINDOWS_TARGETS="i686 x86_64", and a ZIP of each
+	@$(packages) build windows
+	@set -e; for target in $(WINDOWS_TARGETS); do \
+		cmake --preset windows-$$target && cmake --build --preset windows-$$target -j $(JOBS) && \
+		(cd build/windows-$$target && cpack); done
+
+windows-test: ## run the tests there, under Wine; TEST=regex picks some
+	@$(packages) build test windows
+	@cmake --preset dev && cmake --build --preset dev -j $(JOBS) --target $(end_to_end_tests)
+	@failed=; for target in $(WINDOWS_TARGETS); do \
+		cmake/windows/wine/set_up.sh $$target && \
+		cmake --preset windows-$$target && cmake --build --preset windows-$$target -j $(JOBS) && \
+		ctest --preset windows-$$target -j $(JOBS) -R '$(TEST)' || failed="$$failed $$target"; done; \
+		[ -z "$$failed" ] || { echo "FAILED for$$failed"; exit 1; }
 
 clean: ## remove everything that was built
 	@rm -rf build

@@ -16,6 +16,10 @@ add_compile_options(
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
     -fno-omit-frame-pointer -fno-optimize-sibling-calls
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+if(WIN32)
+    # What describes a thread there lies at the beginning of a segment, not at a null pointer.
+    add_compile_options(--param=min-pagesize=0)
+endif()
 if(CORRIVANE_WERROR)
     add_compile_options(-Werror)
 endif()

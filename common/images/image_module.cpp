@@ -1,6 +1,6 @@
 #include "images/image_module.h"
 
-#include <dlfcn.h>
+#include "os/shared_library.h"
 
 #include <filesystem>
 #include <future>
@@ -18,16 +18,14 @@ std::string& chosen_path() {
 
 std::string module_path() {
     if (!chosen_path().empty()) return chosen_path();
-    return std::filesystem::read_symlink("/proc/self/exe").replace_filename("corrivane-imageio.so").string();
+    return program_file().replace_filename("corrivane-imageio.so").string();
 }
 
 /// Never unloaded: the image library keeps threads and tables of its own until the program ends.
 const ImageModule* load_module(const std::string& path) {
-    void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!library) throw std::runtime_error(dlerror());
-    const auto entry = reinterpret_cast<const ImageModule* (*)()>(dlsym(library, image_module_entry));
-    if (!entry) throw std::runtime_error(dlerror());
-    return entry();
+    void* entry = library_entry(load_library(path), image_module_entry);
+    if (entry == nullptr) throw std::runtime_error(path + " has no entry point " + image_module_entry);
+    return reinterpret_cast<const ImageModule* (*)()>(entry)();
 }
 
 /// The one load of this process. As a static object it waits, when the program exits, for a load that is

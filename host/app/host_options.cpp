@@ -1,5 +1,7 @@
 #include "app/host_options.h"
 
+#include <system/drive_map.h>
+
 #include <CLI/CLI.hpp>
 #include <corrivane_version.h>
 
@@ -129,7 +131,7 @@ std::optional<HostOptions> read_command_line(int argc, const char* const* argv) 
     for (const std::string& text : raw.drives) {
         add_drive(options, text);
     }
-    options.drives.emplace('C', "drive_c");
+    if (drives_are_mapped()) options.drives.emplace('C', "drive_c");
     if (app.count("--network") > 0) {
         checked_folder("--network", options.network);
     }

@@ -3,11 +3,11 @@
 #include "app/script_globals.h"
 #include "core/core.h"
 #include "maxscript/runtime.h"
+#include "os/output_files.h"
 
 #include <system/drive_map.h>
 #include <system/plain_files.h>
 
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
@@ -15,13 +15,6 @@
 namespace {
 
 using namespace corrivane::host;
-
-/// A worker that goes away and a full disk are errors of the calls that meet them, not the end of
-/// the process.
-void keep_running_on_write_errors() {
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
-}
 
 void map_folders(const HostOptions& options) {
     for (const auto& [letter, folder] : options.drives) {
@@ -88,7 +81,7 @@ void check_output() {
 
 int main(int argc, char** argv) {
     fill_standard_descriptors();
-    keep_running_on_write_errors();
+    corrivane::keep_running_on_write_errors();
     try {
         if (const std::optional<HostOptions> options = read_command_line(argc, argv)) {
             run(*options);

@@ -1,6 +1,6 @@
 #include "app/plugin_library.h"
 
-#include <dlfcn.h>
+#include "os/shared_library.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -34,22 +34,21 @@ void check_is_no_device(const std::string& file) {
 
 PluginLibrary::PluginLibrary(const std::string& file) {
     check_is_no_device(file);
-    m_handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (m_handle == nullptr) {
-        const char* reason = dlerror();
-        throw std::runtime_error("cannot load the library " + file + ": " +
-                                 (reason == nullptr ? "" : reason));
+    try {
+        m_handle = load_library(file);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error("cannot load the library " + file + ": " + error.what());
     }
     try {
         identify(file);
     } catch (...) {
-        dlclose(m_handle);
+        unload_library(m_handle);
         throw;
     }
 }
 
 PluginLibrary::~PluginLibrary() {
-    dlclose(m_handle);
+    unload_library(m_handle);
 }
 
 void PluginLibrary::identify(const std::string& file) {
@@ -65,7 +64,7 @@ void PluginLibrary::identify(const std::string& file) {
 }
 
 void* PluginLibrary::entry_point(const std::string& file, const char* name) const {
-    void* entry = dlsym(m_handle, name);
+    void* entry = library_entry(m_handle, name);
     if (entry == nullptr) {
         throw std::runtime_error("the library " + file + " has no entry point " + name);
     }
@@ -73,7 +72,7 @@ void* PluginLibrary::entry_point(const std::string& file, const char* name) cons
 }
 
 std::string default_library() {
-    return (std::filesystem::read_symlink("/proc/self/exe").parent_path() / "corrivane.dlx").string();
+    return program_file().replace_filename("corrivane.dlx").string();
 }
 
 }  // namespace corrivane::host

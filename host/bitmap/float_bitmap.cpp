@@ -2,9 +2,7 @@
 
 #include "bitmap/bitmap_log.h"
 #include "bitmap/output_codes.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
+#include "os/memory_pages.h"
 
 #include <algorithm>
 #include <atomic>
@@ -20,16 +18,7 @@ std::atomic<std::uint64_t> created = 0;
 std::atomic<std::uint64_t> released = 0;
 
 bool fits_in_memory(std::int64_t bytes) {
-    return bytes / sysconf(_SC_PAGESIZE) < sysconf(_SC_PHYS_PAGES);
-}
-
-/// Zero pages of the system's, which nobody has touched before the renderer does: calloc would clear a block
-/// that it uses again. Huge pages halve the time of that first touch.
-void* zero_pages(std::size_t bytes) {
-    void* pages = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages == MAP_FAILED) return nullptr;
-    madvise(pages, bytes, MADV_HUGEPAGE);
-    return pages;
+    return bytes < std::int64_t{PTRDIFF_MAX} && static_cast<std::uint64_t>(bytes) < physical_memory();
 }
 
 /// Where one image lies over another, along one axis: [begin, end) in the lower one's pixels.
@@ -86,11 +75,12 @@ FloatBitmap* FloatBitmap::make(int width, int height) {
     if (!fits_in_memory(count * sizeof(BMM_Color_fl)))
         return refused(width, height, "too many for the memory");
     const std::size_t bytes = count * sizeof(BMM_Color_fl);
+    // Which nobody has touched before the renderer does: calloc would clear a block that it uses again.
     void* pixels = zero_pages(bytes);
     if (!pixels) return refused(width, height, "no memory left");
     auto* bitmap = new (std::nothrow) FloatBitmap(width, height, static_cast<BMM_Color_fl*>(pixels));
     if (!bitmap) {
-        munmap(pixels, bytes);
+        release_zero_pages(pixels, bytes);
         return refused(width, height, "no memory left");
     }
     return bitmap;
@@ -103,7 +93,7 @@ FloatBitmap::FloatBitmap(int width, int height, BMM_Color_fl* pixels)
 
 FloatBitmap::~FloatBitmap() {
     close_frame_buffer_window(*this);
-    munmap(m_pixels, std::size_t(m_width) * m_height * sizeof(BMM_Color_fl));
+    release_zero_pages(m_pixels, std::size_t(m_width) * m_height * sizeof(BMM_Color_fl));
     ++released;
 }
 

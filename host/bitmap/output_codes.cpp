@@ -19,7 +19,6 @@ BMMRES output_code(int errno_value) {
         case EROFS:
             return output_write_protected;
         case ENOSPC:
-        case EDQUOT:
             return output_disk_full;
         case ENAMETOOLONG:
             return output_name_too_long;

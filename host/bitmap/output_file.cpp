@@ -2,17 +2,14 @@
 
 #include "bitmap/output_codes.h"
 #include "bitmap/staged_file.h"
+#include "os/output_files.h"
 
 #include <system/drive_map.h>
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <new>
@@ -45,29 +42,6 @@ std::string checked_path(std::string_view name) {
     return std::move(native.path);
 }
 
-void check_folder(const std::string& folder) {
-    struct stat status;
-    if (stat(folder.c_str(), &status) != 0) throw OutputFailure{output_code(errno)};
-    if (!S_ISDIR(status.st_mode)) throw OutputFailure{output_not_a_folder};
-    if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
-        throw OutputFailure{output_code(errno)};
-}
-
-/// A rename would replace whatever is there, so a file that may not be written is looked for here.
-void check_replaceable(const std::string& path) {
-    struct stat status;
-    if (stat(path.c_str(), &status) != 0) {
-        if (errno != ENOENT) throw OutputFailure{output_code(errno)};
-        return;
-    }
-    if (S_ISDIR(status.st_mode)) throw OutputFailure{output_is_a_folder};
-    constexpr mode_t any_write = S_IWUSR | S_IWGRP | S_IWOTH;
-    const bool read_only = (status.st_mode & any_write) == 0;
-    if (!S_ISREG(status.st_mode) || read_only || faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) {
-        throw OutputFailure{output_access_denied};
-    }
-}
-
 /// A file name's folder with the slash behind it; empty when there is none.
 std::string folder_of(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1);
@@ -75,8 +49,10 @@ std::string folder_of(const std::string& path) {
 
 void check_place(const std::string& path) {
     const std::string folder = folder_of(path);
-    check_folder(folder.empty() ? "." : folder);
-    check_replaceable(path);
+    if (const int fault = folder_fault(folder.empty() ? "." : folder))
+        throw OutputFailure{output_code(fault)};
+    // A rename would replace whatever is there, so a file that may not be written is looked for here.
+    if (const int fault = replacement_fault(path)) throw OutputFailure{output_code(fault)};
 }
 
 SampleDepth depth_for(const ImageFormat& format, int image_type) {
@@ -120,10 +96,6 @@ std::vector<unsigned char> encoded(EncodeRequest request, const BMM_Color_fl* pi
     return bytes;
 }
 
-void ignore_file_size_signal() {
-    [[maybe_unused]] static const auto previous = std::signal(SIGXFSZ, SIG_IGN);
-}
-
 }  // namespace
 
 void begin_frame_outputs() {
@@ -152,7 +124,7 @@ OutputFile::OutputFile(const BitmapInfo& info, int width, int height)
 }
 
 void OutputFile::write(const BMM_Color_fl* pixels) const {
-    ignore_file_size_signal();
+    keep_running_on_write_errors();
     try {
         StagedFile image(m_path, encoded(m_request, pixels));
         if (!m_alpha_path.empty()) {
@@ -174,7 +146,7 @@ void OutputFile::write(const BMM_Color_fl* pixels) const {
 }
 
 bool OutputFile::note_written() const {
-    return frame_outputs.insert(std::filesystem::path(m_path).lexically_normal()).second;
+    return frame_outputs.insert(std::filesystem::path(m_path).lexically_normal().string()).second;
 }
 
 }  // namespace corrivane::host

@@ -1,10 +1,10 @@
 #include "core/processor_faults.h"
 
+#include "os/system_faults.h"
+
 #include <windows.h>
 
-#include <sys/mman.h>
-#include <unistd.h>
-#include <x86intrin.h>
+#include <xmmintrin.h>
 
 #include <algorithm>
 #include <cfloat>
@@ -19,7 +19,7 @@ namespace corrivane::host {
 namespace {
 
 void read_address(std::uintptr_t address) {
-    asm volatile("movb (%0), %%al" : : "r"(address) : "rax", "memory");
+    asm volatile("movb (%0), %%al" : : "r"(address) : "eax", "memory");
 }
 
 void read_null() {
@@ -42,39 +42,6 @@ void execute_breakpoint() {
     asm volatile("int3");
 }
 
-/// With the alignment-check flag set, the processor objects to a word at an odd address.
-void read_misaligned() {
-    constexpr std::uint64_t alignment_check = 1U << 18;
-    alignas(16) static const char bytes[16] = {};
-    const char* odd = bytes + 1;
-    __writeeflags(__readeflags() | alignment_check);
-    asm volatile("movl (%0), %%eax" : : "r"(odd) : "rax", "memory");
-}
-
-/// A mapped page whose file has become shorter has nothing to be filled from.
-std::uintptr_t map_truncated_file() {
-    const int file = memfd_create("truncated", MFD_CLOEXEC);
-    const long page = sysconf(_SC_PAGESIZE);
-    void* mapped = MAP_FAILED;
-    if (file >= 0 && ftruncate(file, page) == 0) {
-        mapped = mmap(nullptr, static_cast<std::size_t>(page), PROT_READ, MAP_SHARED, file, 0);
-    }
-    const bool truncated = mapped != MAP_FAILED && ftruncate(file, 0) == 0;
-    if (file >= 0) {
-        close(file);
-    }
-    if (!truncated) {
-        throw std::runtime_error("cannot map a file to fault on");
-    }
-    return reinterpret_cast<std::uintptr_t>(mapped);
-}
-
-/// One mapping serves for ever: the call that faults does not return to take it away.
-void read_behind_the_end_of_a_mapped_file() {
-    static const std::uintptr_t address = map_truncated_file();
-    read_address(address);
-}
-
 [[gnu::noinline]] int recurse(int depth) {
     volatile char frame[4096];
     frame[0] = static_cast<char>(depth);
@@ -89,7 +56,7 @@ void overflow_stack() {
 }
 
 void divide_integer_by_zero() {
-    asm volatile("cltd\n\tidivl %0" : : "r"(0), "a"(1) : "rdx", "cc");
+    asm volatile("cltd\n\tidivl %0" : : "r"(0), "a"(1) : "edx", "cc");
 }
 
 enum class SseTrap : unsigned { invalid, denormal, divide_by_zero, overflow, underflow, inexact };

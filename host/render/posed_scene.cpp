@@ -1,13 +1,8 @@
 #include "render/posed_scene.h"
 
-#include "render/surface.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <stdexcept>
-#include <string>
-#include <type_traits>
 
 namespace corrivane::host {
 
@@ -60,20 +55,20 @@ double reach_of(const Imath::M44f& matrix) {
 }
 
 /// The box around a mesh with that matrix, in the world, lies where things are shown.
-bool is_shown(const RTCBounds& box, const Imath::M44f& m) {
-    if (!(box.lower_x <= box.upper_x)) return true;  // of nothing
+bool is_shown(const Imath::Box3f& box, const Imath::M44f& m) {
+    if (!(box.min.x <= box.max.x)) return true;  // of nothing
     for (int column = 0; column < 3; ++column) {
-        const double farthest =
-            std::max(std::abs(box.lower_x), std::abs(box.upper_x)) * std::abs(double(m[0][column])) +
-            std::max(std::abs(box.lower_y), std::abs(box.upper_y)) * std::abs(double(m[1][column])) +
-            std::max(std::abs(box.lower_z), std::abs(box.upper_z)) * std::abs(double(m[2][column])) +
-            std::abs(double(m[3][column]));
+        double farthest = std::abs(double(m[3][column]));
+        for (int axis = 0; axis < 3; ++axis) {
+            farthest += std::max(std::abs(box.min[axis]), std::abs(box.max[axis])) *
+                        std::abs(double(m[axis][column]));
+        }
         if (!(farthest <= farthest_shown)) return false;
     }
     return true;
 }
 
-/// Embree leaves out the triangles of a vertex that is not finite.
+/// The search trees leave out the triangles of a vertex that is not finite.
 std::vector<Imath::V3f> shown_positions(std::vector<Imath::V3f> positions) {
     for (Imath::V3f& p : positions) {
         if (!is_shown(p.x, p.y, p.z)) p = Imath::V3f(std::numeric_limits<float>::infinity());
@@ -81,137 +76,37 @@ std::vector<Imath::V3f> shown_positions(std::vector<Imath::V3f> positions) {
     return positions;
 }
 
-/// What a shadow ray carries along; Embree hands the context, its first member, to the filter.
-struct ShadowQuery {
-    RTCIntersectContext context;
-    const Scene& scene;
-    float visible;
-};
-
-/// Called for each surface that is not opaque and in a shadow ray's way: takes away its share of the light
-/// and lets the ray go on, unless next to nothing is left.
-void pass_through(const RTCFilterFunctionNArguments* arguments) {
-    auto& query = *reinterpret_cast<ShadowQuery*>(arguments->context);
-    const auto& primitive = *static_cast<const Primitive*>(arguments->geometryUserPtr);
-    const RTCHit hit = rtcGetHitFromHitN(arguments->hit, arguments->N, 0);
-    query.visible *= 1 - opacity_at(query.scene, primitive, {static_cast<int>(hit.primID), hit.u, hit.v});
-    if (query.visible > 1e-3f) arguments->valid[0] = 0;
-}
-
-RTCRay to_embree(const Ray& ray) {
-    RTCRay result{};
-    result.org_x = ray.origin.x;
-    result.org_y = ray.origin.y;
-    result.org_z = ray.origin.z;
-    result.dir_x = ray.direction.x;
-    result.dir_y = ray.direction.y;
-    result.dir_z = ray.direction.z;
-    result.tnear = ray.near;
-    result.tfar = ray.far;
-    result.mask = ~0u;
-    return result;
-}
-
 }  // namespace
 
-PosedScene::PosedScene(const Scene& scene, int threads) : m_scene(scene) {
-    const std::string config = threads > 0 ? "threads=" + std::to_string(threads) : std::string();
-    m_device.reset(rtcNewDevice(config.c_str()));
-    if (!m_device) throw std::runtime_error("the ray tracer does not start");
-    m_meshes.resize(scene.meshes.size());
-    m_top.reset(rtcNewScene(m_device.get()));
-    rtcSetSceneFlags(m_top.get(), RTC_SCENE_FLAG_ROBUST);
-    rtcSetSceneBuildQuality(m_top.get(), RTC_BUILD_QUALITY_MEDIUM);
-}
-
-PosedScene::~PosedScene() = default;
-
-void PosedScene::check_device() const {
-    if (rtcGetDeviceError(m_device.get()) != RTC_ERROR_NONE) {
-        throw std::runtime_error("the ray tracer cannot build its search trees");
-    }
-}
+PosedScene::PosedScene(const Scene& scene, int threads) : m_scene(scene), m_trees(scene, threads) {}
 
 bool PosedScene::set_pose(Pose pose, const std::function<bool(int done)>& step_done) {
-    for (int done = 1; m_built < m_meshes.size(); ++done) {
-        build_mesh(m_built);
+    for (int done = 1; m_built < m_scene.meshes.size(); ++done) {
+        m_trees.build_mesh(m_built, shown_positions);
         ++m_built;
         if (!step_done(done)) return false;
     }
-    if (!m_instanced) add_instances();
+    m_trees.add_nodes();
     m_pose = std::move(pose);
     m_normal_matrices.resize(m_pose.size());
     m_reach = embree_limit;
     for (std::size_t node = 0; node < m_pose.size(); ++node) {
         if (m_scene.nodes[node].mesh >= 0) place(node);
     }
-    rtcCommitScene(m_top.get());
-    check_device();
+    m_trees.commit();
     return true;
 }
 
-void PosedScene::build_mesh(std::size_t index) {
-    m_meshes[index].reset(rtcNewScene(m_device.get()));
-    RTCScene mesh = m_meshes[index].get();
-    rtcSetSceneFlags(mesh, RTC_SCENE_FLAG_ROBUST);
-    const std::vector<Primitive>& primitives = m_scene.meshes[index].primitives;
-    for (std::size_t i = 0; i < primitives.size(); ++i) {
-        if (!primitives[i].triangles.empty()) add_geometry(primitives[i], static_cast<unsigned>(i), mesh);
-    }
-    rtcCommitScene(mesh);
-    check_device();
-}
-
-/// Embree gets copies: it reads up to 16 bytes past the last vertex, which the scene's arrays do not have.
-void PosedScene::add_geometry(const Primitive& primitive, unsigned id, RTCScene mesh) {
-    RTCGeometry geometry = rtcNewGeometry(m_device.get(), RTC_GEOMETRY_TYPE_TRIANGLE);
-    const auto copy = [&](RTCBufferType type, RTCFormat format, const auto& elements) {
-        void* buffer =
-            rtcSetNewGeometryBuffer(geometry, type, 0, format, sizeof(elements[0]), elements.size());
-        using Element = std::decay_t<decltype(elements[0])>;
-        if (buffer != nullptr) std::copy(elements.begin(), elements.end(), static_cast<Element*>(buffer));
-    };
-    copy(RTC_BUFFER_TYPE_VERTEX, RTC_FORMAT_FLOAT3, shown_positions(primitive.positions));
-    copy(RTC_BUFFER_TYPE_INDEX, RTC_FORMAT_UINT3, primitive.triangles);
-    if (m_scene.materials[static_cast<std::size_t>(primitive.material)].alpha_mode != AlphaMode::opaque) {
-        rtcSetGeometryUserData(geometry, const_cast<Primitive*>(&primitive));
-        rtcSetGeometryOccludedFilterFunction(geometry, pass_through);
-    }
-    rtcCommitGeometry(geometry);
-    rtcAttachGeometryByID(mesh, geometry, id);
-    rtcReleaseGeometry(geometry);
-    check_device();
-}
-
-void PosedScene::add_instances() {
-    for (std::size_t node = 0; node < m_scene.nodes.size(); ++node) {
-        const int mesh = m_scene.nodes[node].mesh;
-        if (mesh < 0) continue;
-        RTCGeometry instance = rtcNewGeometry(m_device.get(), RTC_GEOMETRY_TYPE_INSTANCE);
-        rtcSetGeometryInstancedScene(instance, m_meshes[static_cast<std::size_t>(mesh)].get());
-        rtcCommitGeometry(instance);
-        rtcAttachGeometryByID(m_top.get(), instance, static_cast<unsigned>(node));
-        rtcReleaseGeometry(instance);
-    }
-    check_device();
-    m_instanced = true;
-}
-
 void PosedScene::place(std::size_t node) {
-    RTCGeometry instance = rtcGetGeometry(m_top.get(), static_cast<unsigned>(node));
     const double reach = is_solid(m_pose[node]) ? reach_of(m_pose[node]) : 0;
-    RTCBounds box;
-    rtcGetSceneBounds(m_meshes[static_cast<std::size_t>(m_scene.nodes[node].mesh)].get(), &box);
+    const Imath::Box3f box = m_trees.bounds(static_cast<std::size_t>(m_scene.nodes[node].mesh));
     if (!(reach >= least_reach) || !is_shown(box, m_pose[node])) {
-        rtcDisableGeometry(instance);
+        m_trees.hide(node);
         return;
     }
     m_reach = std::min(m_reach, reach);
     m_normal_matrices[node] = linear_part(m_pose[node]).inverse().transposed();
-    rtcEnableGeometry(instance);
-    // Row vectors in row-major order are column vectors in column-major order.
-    rtcSetGeometryTransform(instance, 0, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR, &m_pose[node].x[0][0]);
-    rtcCommitGeometry(instance);
+    m_trees.place(node, m_pose[node]);
 }
 
 bool PosedScene::can_trace(const Ray& ray) const {
@@ -223,30 +118,11 @@ bool PosedScene::can_trace(const Ray& ray) const {
 }
 
 bool PosedScene::intersect(const Ray& ray, Hit& hit) const {
-    if (!can_trace(ray)) return false;
-    RTCIntersectContext context;
-    rtcInitIntersectContext(&context);
-    RTCRayHit query{};
-    query.ray = to_embree(ray);
-    query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-    rtcIntersect1(m_top.get(), &context, &query);
-    if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
-    hit = {query.ray.tfar,
-           static_cast<int>(query.hit.instID[0]),
-           static_cast<int>(query.hit.geomID),
-           static_cast<int>(query.hit.primID),
-           query.hit.u,
-           query.hit.v};
-    return true;
+    return can_trace(ray) && m_trees.intersect(ray, hit);
 }
 
 float PosedScene::visibility(const Ray& ray) const {
-    if (!can_trace(ray)) return 1;
-    ShadowQuery query{{}, m_scene, 1};
-    rtcInitIntersectContext(&query.context);
-    RTCRay shadow = to_embree(ray);
-    rtcOccluded1(m_top.get(), &query.context, &shadow);
-    return shadow.tfar < 0 ? 0 : query.visible;
+    return can_trace(ray) ? m_trees.visibility(ray) : 1;
 }
 
 }  // namespace corrivane::host

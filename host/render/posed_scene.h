@@ -1,12 +1,9 @@
 #pragma once
 
-#include "render/ray.h"
+#include "render/search_trees.h"
 #include "scene/scene.h"
 
-#include <embree3/rtcore.h>
-
 #include <functional>
-#include <memory>
 #include <vector>
 
 namespace corrivane::host {
@@ -19,14 +16,13 @@ namespace corrivane::host {
 /// does, whatever the scene holds: a ray that cannot be traced meets nothing.
 class PosedScene {
 public:
-    /// `threads` as for rtcNewDevice; 0: all. Throws std::runtime_error when Embree does not start.
+    /// `threads` as for SearchTrees. Throws std::runtime_error when the tracer does not start.
     PosedScene(const Scene& scene, int threads);
-    ~PosedScene();
     PosedScene(const PosedScene&) = delete;
     PosedScene& operator=(const PosedScene&) = delete;
 
     /// Number of meshes that have to be built before the first pose, and one for the pose itself.
-    int steps() const { return static_cast<int>(m_meshes.size() - m_built) + 1; }
+    int steps() const { return static_cast<int>(m_scene.meshes.size() - m_built) + 1; }
     /// Builds what is not built yet and places everything. `step_done` is called after each step but the
     /// last, and returns whether to go on; false when it said no. Throws std::runtime_error when memory
     /// runs out.
@@ -45,28 +41,13 @@ public:
     float visibility(const Ray& ray) const;
 
 private:
-    struct DeviceRelease {
-        void operator()(RTCDevice device) const { rtcReleaseDevice(device); }
-    };
-    struct SceneRelease {
-        void operator()(RTCScene scene) const { rtcReleaseScene(scene); }
-    };
-    using ScenePointer = std::unique_ptr<RTCSceneTy, SceneRelease>;
-
-    void build_mesh(std::size_t index);
-    void add_geometry(const Primitive& primitive, unsigned id, RTCScene mesh);
-    void add_instances();
     void place(std::size_t node);
-    void check_device() const;
     /// Whether the ray keeps within Embree's limits, in the world and in every shown mesh's own space.
     bool can_trace(const Ray& ray) const;
 
     const Scene& m_scene;
-    std::unique_ptr<RTCDeviceTy, DeviceRelease> m_device;
-    std::vector<ScenePointer> m_meshes;
-    ScenePointer m_top;
+    SearchTrees m_trees;
     std::size_t m_built = 0;
-    bool m_instanced = false;
     double m_reach = 0;  ///< how far from the origin, along each axis, a ray may start
     Pose m_pose;
     std::vector<Imath::M33f> m_normal_matrices;

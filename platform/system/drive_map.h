@@ -1,6 +1,8 @@
 // Which folders of this machine stand for Windows' drives and for the network. The map is process-wide: fill
 // it before other threads use paths. All calls of windows.h that take a path go through native_path.
 //
+// On Windows drives and shares are the system's own: there is no map to fill, and a path leads where it says.
+//
 //   C:\a\b            a/b in the folder of drive C; letters of either case; / and \ are equal
 //   \\server\name\x   server/name/x in the network folder
 //   anything else     taken as it stands, with / for \ (so this machine's own paths work)
@@ -14,6 +16,10 @@
 
 #include <string>
 #include <string_view>
+
+// Whether folders stand for drives, as everywhere but on Windows. There, map_drive and map_network throw
+// std::invalid_argument.
+bool drives_are_mapped();
 
 // Lets `folder` stand for the drive (a letter of either case); an empty folder takes the drive away. The
 // folder need not exist; until it does, the drive is like one that is not there. Throws std::invalid_argument
@@ -34,11 +40,11 @@ struct NativePath {
     // ERROR_INVALID_NAME: on a drive or share, a name that Windows could not store.
     // ERROR_FILENAME_EXCED_RANGE: longer than this machine can open.
     DWORD error = ERROR_SUCCESS;
-    // The drive's or share's folder that `path` lies in; empty for the others.
+    // The drive's or share's folder (on Windows its root) that `path` lies in; empty for the others.
     std::string root = {};
 };
 
-// This machine's path for a Windows path. Does not look whether anything is there.
+// This machine's path for a Windows path, with slashes. Does not look whether anything is there.
 NativePath native_path(std::string_view windows_path);
 
 // The same for a file that is going to be written. ERROR_BAD_NETPATH also for a name with nothing below

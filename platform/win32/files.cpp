@@ -1,5 +1,6 @@
 #include "detail/file_times.h"
 #include "detail/system_error.h"
+#include "detail/toolhelp.h"
 #include "system/posix/mapped_path.h"
 
 #include <system/plain_files.h>
@@ -132,6 +133,7 @@ BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* access, FILETIME* wr
 }
 
 BOOL CloseHandle(HANDLE handle) {
+    if (handle == win32_detail::module_walk_handle()) return TRUE;
     return close(descriptor_of(handle)) == 0 || errno == EINTR ? TRUE
                                                                : fail(win32_detail::system_error(errno));
 }

@@ -65,6 +65,7 @@ inline constexpr DWORD ERROR_TOO_MANY_OPEN_FILES = 4;
 inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
 inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
 inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr DWORD ERROR_NO_MORE_FILES = 18;
 inline constexpr DWORD ERROR_WRITE_PROTECT = 19;
 inline constexpr DWORD ERROR_GEN_FAILURE = 31;
 inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;
@@ -202,7 +203,7 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD written, OVERLAP
 // time. Filter-safe.
 BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* access, FILETIME* write);
 
-// Closes what CreateFileA opened. Filter-safe.
+// Closes what CreateFileA opened, and the walk of CreateToolhelp32Snapshot. Filter-safe.
 BOOL CloseHandle(HANDLE handle);
 
 enum GET_FILEEX_INFO_LEVELS { GetFileExInfoStandard };

@@ -4,9 +4,9 @@
 extern "C" {
 
 /// What the library is, in words.
-[[gnu::visibility("default")]] const char* LibDescription();
+const char* LibDescription();
 /// The release that it is built for: release number, API number, SDK revision in 16, 8 and 8 bits.
-[[gnu::visibility("default")]] unsigned int LibVersion();
+unsigned int LibVersion();
 /// Nothing is left to do: loading the library has published its interface.
-[[gnu::visibility("default")]] void LibInit();
+void LibInit();
 }

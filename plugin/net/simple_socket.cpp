@@ -40,7 +40,7 @@ void shut_and_close(SOCKET& handle) {
 }
 
 /// Whether a socket becomes readable within the time; null means without limit. Negative: select failed.
-int wait_until_readable(SOCKET handle, const timeval* limit) {
+int wait_until_readable(SOCKET handle, timeval* limit) {
     fd_set readable;
     FD_ZERO(&readable);
     FD_SET(handle, &readable);
@@ -122,7 +122,7 @@ void simple_socket::wait_for_connect(int timeoutMs, bool closeListener) {
     if (!is_listening())
         throw simple_socket_error("simple_socket::wait_for_connect: Not listening for a connection.");
 
-    const timeval limit = split_milliseconds(timeoutMs);
+    timeval limit = split_milliseconds(timeoutMs);
     const int ready = wait_until_readable(m_listener, timeoutMs < 0 ? nullptr : &limit);
     if (ready < 0) {
         close(true);
@@ -186,7 +186,7 @@ void simple_socket::send_bytes(const std::string& bytes) const {
 void simple_socket::wait_for_data(DWORD cutoff) const {
     // The tick count wraps; the difference does not mind.
     const auto remaining = static_cast<std::int32_t>(cutoff - GetTickCount());
-    const timeval limit = split_milliseconds(std::max(remaining, std::int32_t{0}));
+    timeval limit = split_milliseconds(std::max(remaining, std::int32_t{0}));
     const int ready = wait_until_readable(m_connection, &limit);
     if (ready < 0)
         throw simple_socket_error("select: Operation on socket failed: WSAError code " + last_error_number());

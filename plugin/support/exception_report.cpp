@@ -1,6 +1,7 @@
 #include "support/exception_report.h"
 
 #include <system/stack_walk.h>
+#include <tlhelp32.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -13,7 +14,6 @@ namespace {
 
 constexpr int instruction_bytes = 16;
 constexpr int max_frames = 20;
-constexpr int shown_arguments = 5;
 
 struct exception_name {
     DWORD code;
@@ -43,15 +43,6 @@ const exception_name* find_handled(DWORD code) {
                                      [code](const exception_name& entry) { return entry.code == code; });
     return found == std::end(handled_exceptions) ? nullptr : found;
 }
-
-/// What the frame-pointer register of a function points at, on the stack.
-struct frame_record {
-    const frame_record* caller;
-    ULONG_PTR return_address;
-    ULONG_PTR arguments[shown_arguments];
-};
-
-constexpr std::size_t linkage_size = offsetof(frame_record, arguments);
 
 bool last_write_time(const char* path, SYSTEMTIME& local) {
     const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
@@ -92,30 +83,22 @@ void append_instruction(const void* address, report_text& report) {
     }
 }
 
-/// Reads the record that a frame pointer points at; how much of it is readable comes back.
-SIZE_T read_frame(const frame_record* frame, frame_record& copy) {
-    SIZE_T readable = 0;
-    ReadProcessMemory(GetCurrentProcess(), frame, &copy, sizeof copy, &readable);
-    return readable;
-}
-
-int append_arguments(const ULONG_PTR (&words)[shown_arguments], report_text& output) {
+int append_arguments(const ULONG_PTR (&words)[5], report_text& output) {
     return output.append("  (%" PRIXPTR ", %" PRIXPTR ", %" PRIXPTR ", %" PRIXPTR ", %" PRIXPTR ")", words[0],
                          words[1], words[2], words[3], words[4]);
 }
 
-int append_frame(const frame_record& frame, bool first, bool has_arguments, report_text& output) {
+int append_frame(const StackFrame& frame, bool first, report_text& output) {
+    const auto address = reinterpret_cast<ULONG_PTR>(frame.address);
     char path[MAX_PATH];
     BYTE* base = nullptr;
-    if (!find_module_for_address(reinterpret_cast<const void*>(frame.return_address), path, &base))
-        return output.append("\n%08" PRIXPTR, frame.return_address);
+    if (!find_module_for_address(frame.address, path, &base)) return output.append("\n%08" PRIXPTR, address);
 
     const auto start = reinterpret_cast<ULONG_PTR>(base);
-    int written =
-        output.append("\n%08" PRIXPTR "  %s\n  +%08" PRIXPTR, start, path, frame.return_address - start);
+    int written = output.append("\n%08" PRIXPTR "  %s\n  +%08" PRIXPTR, start, path, address - start);
     if (first)
         written += output.append("  Exception Offset");
-    else if (has_arguments)
+    else if (frame.has_arguments)
         written += append_arguments(frame.arguments, output);
     return written;
 }
@@ -149,23 +132,29 @@ void report_text::remove_trailing_line_feed() {
 
 bool find_module_for_address(const void* address, char* path, BYTE** base) {
     path[0] = '\0';
-    MODULEENTRY32 module;
-    if (!find_loaded_module(address, &module)) return false;
-    lstrcpynA(path, module.szExePath, MAX_PATH);
-    *base = module.modBaseAddr;
+    const HANDLE modules = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, 0);
+    if (modules == INVALID_HANDLE_VALUE) return false;
+    MODULEENTRY32 module{};
+    module.dwSize = sizeof module;
+    for (BOOL more = Module32First(modules, &module); more; more = Module32Next(modules, &module)) {
+        const ULONG_PTR offset =
+            reinterpret_cast<ULONG_PTR>(address) - reinterpret_cast<ULONG_PTR>(module.modBaseAddr);
+        if (offset >= module.modBaseSize) continue;
+        lstrcpynA(path, module.szExePath, MAX_PATH);
+        *base = module.modBaseAddr;
+        break;
+    }
+    CloseHandle(modules);
     return path[0] != '\0';
 }
 
 int format_call_stack(const EXCEPTION_POINTERS& information, report_text& output) {
-    frame_record frame{reinterpret_cast<const frame_record*>(frame_pointer(*information.ContextRecord)),
-                       reinterpret_cast<ULONG_PTR>(information.ExceptionRecord->ExceptionAddress),
-                       {}};
-    SIZE_T readable = linkage_size;
+    StackWalk walk(information);
+    StackFrame frame;
     int written = 0;
-    for (int index = 0; index < max_frames; ++index) {
-        if (readable < linkage_size || IsBadCodePtr(reinterpret_cast<FARPROC>(frame.return_address))) break;
-        written += append_frame(frame, index == 0, readable == sizeof frame, output);
-        readable = read_frame(frame.caller, frame);
+    for (int index = 0; index < max_frames && walk.next(frame); ++index) {
+        if (IsBadCodePtr(reinterpret_cast<FARPROC>(reinterpret_cast<ULONG_PTR>(frame.address)))) break;
+        written += append_frame(frame, index == 0, output);
     }
     return written;
 }
@@ -180,7 +169,7 @@ std::string_view build_exception_report(const EXCEPTION_POINTERS& information) {
 
     report.append("Process:  %s", executable);
     append_module(record.ExceptionAddress, report);
-    report.append("\nException Code:  %08X", record.ExceptionCode);
+    report.append("\nException Code:  %08X", static_cast<unsigned>(record.ExceptionCode));
     if (record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION)
         report.append("\n%s Address:  %08" PRIXPTR, record.ExceptionInformation[0] != 0 ? "Write" : "Read",
                       record.ExceptionInformation[1]);

@@ -22,7 +22,7 @@ public:
     static constexpr std::size_t capacity = 8000;
 
     /// Appends as printf does and returns how many characters found room.
-    int append(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    int append(const char* format, ...);
     /// Takes a line feed off the end, which stands there when the text was cut off right behind it.
     void remove_trailing_line_feed();
     void clear() { m_size = 0; }
@@ -38,8 +38,7 @@ private:
 bool find_module_for_address(const void* address, char* path, BYTE** base);
 
 /// Appends one entry for each frame of the faulting call stack, 20 at most, and returns the number of
-/// characters. The walk follows the chain of frame pointers and ends where that cannot be read or leads out
-/// of code.
+/// characters. The walk ends where the stack cannot be read or leads out of code.
 int format_call_stack(const EXCEPTION_POINTERS& information, report_text& output);
 
 /// The whole crash report: process, module and its date, code, the address that could not be accessed, the

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <system/text_files.h>
 #include <windows.h>
 
 #include <locale>
@@ -44,6 +45,7 @@ private:
         std::string line;
         (append(line, values), ...);
         line += '\n';
+        end_lines_as_text_streams_do(line);
         return line;
     }
 

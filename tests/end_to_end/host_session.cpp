@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <stdexcept>
 
 namespace corrivane::test {
 
@@ -30,6 +31,26 @@ std::string sanitizer_options_without_leaks() {
 
 }  // namespace
 
+const HostKind& host_kind() {
+    static constexpr HostKind of_this_machine{false, "/", "\n"};
+    // Wine shows the low byte of an exit code; that of an exception nobody took is 5.
+    static constexpr HostKind under_wine{true, "Z:\\", "\r\n"};
+    return std::getenv("CORRIVANE_WINDOWS_HOST") == nullptr ? of_this_machine : under_wine;
+}
+
+std::string host_program() {
+    const char* windows_host = std::getenv("CORRIVANE_WINDOWS_HOST");
+    return windows_host == nullptr ? built_program("corrivane-host") : windows_host;
+}
+
+std::string as_written_by_host(std::string text) {
+    const std::string_view line_end = host_kind().line_end;
+    for (std::size_t at = text.find('\n'); at != std::string::npos;
+         at = text.find('\n', at + line_end.size()))
+        text.replace(at, 1, line_end);
+    return text;
+}
+
 HostSession::HostSession() : HostSession(Options{}) {}
 
 HostSession::HostSession(const Options& options) {
@@ -47,7 +68,7 @@ void HostSession::start(const Options& options) {
                                " \"a token, with \\\"quotes\\\"\")";
     std::vector<std::string> command;
     if (options.ends_by_fault) command = {"/usr/bin/env", sanitizer_options_without_leaks()};
-    command.insert(command.end(), {built_program("corrivane-host"), "--drive", "C=" + drive_c().string()});
+    command.insert(command.end(), {host_program(), "--drive", "C=" + drive_c().string()});
     command.insert(command.end(), {"--execute", script});
     m_host.emplace(command, m_folder.path() / "host-output.txt");
 }
@@ -73,11 +94,17 @@ int HostSession::finish() {
 }
 
 std::vector<std::string> HostSession::log_lines() const {
-    return read_lines(log_folder() / "3dsmaxConnect.log");
+    const std::string log = read_file(log_folder() / "3dsmaxConnect.log");
+    std::vector<std::string> lines;
+    const std::string_view line_end = host_kind().line_end;
+    for (std::size_t start = 0, end; (end = log.find(line_end, start)) != std::string::npos;
+         start = end + line_end.size())
+        lines.push_back(log.substr(start, end - start));
+    return lines;
 }
 
 HostRun::HostRun(const std::filesystem::path& drive_c, const std::vector<std::string>& arguments) {
-    std::vector<std::string> command{built_program("corrivane-host"), "--drive", "C=" + drive_c.string()};
+    std::vector<std::string> command{host_program(), "--drive", "C=" + drive_c.string()};
     command.insert(command.end(), arguments.begin(), arguments.end());
     RunningProgram host(command, drive_c / "output.txt");
     exit_code = host.wait();

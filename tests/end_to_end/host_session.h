@@ -5,6 +5,25 @@
 
 namespace corrivane::test {
 
+/// What differs between a host of this machine and one for Windows under Wine, which the environment variable
+/// CORRIVANE_WINDOWS_HOST names the command of. Everything else is expected to be the same.
+struct HostKind {
+    bool on_windows;
+    const char* path_start;  ///< of this machine's files in what the host says
+    const char* line_end;    ///< of its text files and its output
+    /// What a host ends with that a signal's fault ends: minus the signal, or on Windows the exception's low byte.
+    int exit_code_of_fault(int signal, int exception) const {
+        return on_windows ? exception & 0xFF : -signal;
+    }
+};
+const HostKind& host_kind();
+
+/// The command that starts the host which is tested.
+std::string host_program();
+
+/// Text whose lines end as the host's do.
+std::string as_written_by_host(std::string text);
+
 /// A farm worker on bare sockets that drives one corrivane-host, whose drive C is a folder of its own. It has
 /// nothing in common with the product's code, so what it receives is what the wire says.
 class HostSession {

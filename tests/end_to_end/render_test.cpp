@@ -258,6 +258,7 @@ int run_worker(const TemporaryFolder& folder, std::string& output, const Texts& 
     std::filesystem::create_directories(folder / "c");
     Texts command{built_program("corrivane-worker"), "render", save_scene(small_scene(), folder / "scene"),
                   "--drive", "C=" + (folder / "c")};
+    if (host_kind().on_windows) command.insert(command.end(), {"--host", host_program()});
     command.insert(command.end(), options.begin(), options.end());
     RunningProgram worker(command, folder / "output.txt");
     const int exit_code = worker.wait();

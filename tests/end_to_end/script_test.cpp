@@ -129,13 +129,13 @@ TEST(Scripts, WorkWithoutASession) {
     const HostRun run(folder.path(), {folder / "by_hand.ms"});
     const std::string not_running =
         "Exception: RenderFrame called when consistency check flag jobRunning was not set\nfalse\n";
-    EXPECT_EQ(run.output,
-              "50% \"to the Listener\"\nTitle was set to \"100%d\"\ntrue\n"
-              "#(undefined, undefined, undefined, undefined)\n0\n" +
-                  not_running +
-                  "SEH Exception: Trapped SEH Exception in StartJob(): Access Violation\nfalse\n"
-                  "true\ntrue\n#(\"C:\\out\\beauty0002.png\", undefined, undefined)\ntrue\n" +
-                  not_running + "25\n");
+    EXPECT_EQ(run.output, as_written_by_host(
+                              "50% \"to the Listener\"\nTitle was set to \"100%d\"\ntrue\n"
+                              "#(undefined, undefined, undefined, undefined)\n0\n" +
+                              not_running +
+                              "SEH Exception: Trapped SEH Exception in StartJob(): Access Violation\nfalse\n"
+                              "true\ntrue\n#(\"C:\\out\\beauty0002.png\", undefined, undefined)\ntrue\n" +
+                              not_running + "25\n"));
     EXPECT_EQ(run.exit_code, 0);
     EXPECT_TRUE(std::filesystem::exists(folder.path() / "out/beauty0002.png"));
 }

@@ -87,8 +87,8 @@ TEST(Session, LogsEachCommandAsItArrives) {
     session.host().send_signal(SIGKILL);
     session.host().wait();
     EXPECT_THAT(read_file(session.drive_c() / "Quillane/logs/3dsmaxConnect.log"),
-                EndsWith("running daemon...\n\nGot command: RenderTask,\"x,y\"\n\n"
-                         "Command: RenderTask,\"x,y\"\nRenderTask\nx,y\n\n"));
+                EndsWith(as_written_by_host("running daemon...\n\nGot command: RenderTask,\"x,y\"\n\n"
+                                            "Command: RenderTask,\"x,y\"\nRenderTask\nx,y\n\n")));
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 #include "maxscript/machine/heap.h"
 #include "support/log.h"
 
-#include <system/drive_map.h>
-
 #include <algorithm>
 
 namespace corrivane::test {
@@ -44,7 +42,6 @@ void ScriptTest::define(const std::string& name, std::function<Value*()> functio
 
 PluginTest::PluginTest() {
     std::filesystem::create_directories(m_drive_c.path() / "Quillane/logs");
-    map_drive('C', m_drive_c.path());
     reload(connect_log);
     reload(job_state);
 }
@@ -52,7 +49,6 @@ PluginTest::PluginTest() {
 PluginTest::~PluginTest() {
     session_socket.close(true);
     daemon_running = false;
-    clear_drive_map();
 }
 
 std::string PluginTest::log() const {
@@ -61,7 +57,7 @@ std::string PluginTest::log() const {
 
 std::string PluginTest::on_disk(std::string name) const {
     std::ranges::replace(name, '\\', '/');
-    return m_drive_c / name;
+    return (m_drive_c.path() / name).string();
 }
 
 Texts Link::sent() {

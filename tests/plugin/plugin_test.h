@@ -4,6 +4,7 @@
 #include "maxscript/runtime.h"
 #include "net/simple_socket.h"
 #include "render/job_state.h"
+#include "support/drive_c.h"
 #include "support/provoked_fault.h"
 #include "support/test.h"
 #include "support/wire_peer.h"
@@ -55,7 +56,7 @@ protected:
     std::string on_disk(std::string name) const;
 
 private:
-    TemporaryFolder m_drive_c;
+    DriveC m_drive_c;
 };
 
 /// A connected socket of the product and the worker at its other end. One thread is enough for an exchange:

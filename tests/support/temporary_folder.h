@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -15,9 +15,10 @@ namespace corrivane::test {
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::string name = std::filesystem::temp_directory_path() / "corrivane-test-XXXXXX";
-        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
-        m_path = name;
+        std::random_device random;
+        do {
+            m_path = std::filesystem::temp_directory_path() / ("corrivane-test-" + std::to_string(random()));
+        } while (!std::filesystem::create_directory(m_path));
     }
     ~TemporaryFolder() {
         std::error_code ignored;
@@ -27,7 +28,7 @@ public:
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     const std::filesystem::path& path() const { return m_path; }
-    std::string operator/(const std::string& name) const { return m_path / name; }
+    std::string operator/(const std::string& name) const { return (m_path / name).generic_string(); }
 
 private:
     std::filesystem::path m_path;

@@ -1,12 +1,5 @@
 #include "support/wire_peer.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -16,7 +9,7 @@ namespace corrivane::test {
 namespace {
 
 void require(bool holds, const char* what) {
-    if (!holds) throw std::runtime_error(std::string("wire peer: ") + what + ": " + std::strerror(errno));
+    if (!holds) throw std::runtime_error(std::string("wire peer: ") + what + ": " + socket_failure());
 }
 
 sockaddr_in loopback(int port) {
@@ -27,18 +20,18 @@ sockaddr_in loopback(int port) {
     return address;
 }
 
-void close_if_open(int& descriptor) {
-    if (descriptor >= 0) ::close(std::exchange(descriptor, -1));
+void close_if_open(Socket& socket) {
+    if (socket != no_socket) close_socket(std::exchange(socket, no_socket));
 }
 
-void set_option(int descriptor, int level, int name, const auto& value) {
-    require(setsockopt(descriptor, level, name, &value, sizeof value) == 0, "setsockopt");
+void set_option(Socket socket, int level, int name, const auto& value) {
+    require(setsockopt(socket, level, name, reinterpret_cast<const char*>(&value), sizeof value) == 0,
+            "setsockopt");
 }
 
 }  // namespace
 
-WirePeer::WirePeer(std::chrono::seconds patience)
-    : m_patience(patience), m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+WirePeer::WirePeer(std::chrono::seconds patience) : m_patience(patience), m_listener(new_socket()) {
     prepare(m_listener);
     sockaddr_in address = loopback(0);
     socklen_t size = sizeof address;
@@ -54,20 +47,20 @@ WirePeer::~WirePeer() {
 }
 
 /// Bounds the waits, accept's too, and sends small messages at once.
-void WirePeer::prepare(int descriptor) const {
-    set_option(descriptor, SOL_SOCKET, SO_RCVTIMEO, timeval{m_patience.count(), 0});
-    set_option(descriptor, SOL_SOCKET, SO_SNDTIMEO, timeval{m_patience.count(), 0});
-    set_option(descriptor, IPPROTO_TCP, TCP_NODELAY, 1);
+void WirePeer::prepare(Socket socket) const {
+    set_option(socket, SOL_SOCKET, SO_RCVTIMEO, time_out(m_patience));
+    set_option(socket, SOL_SOCKET, SO_SNDTIMEO, time_out(m_patience));
+    set_option(socket, IPPROTO_TCP, TCP_NODELAY, 1);
 }
 
 void WirePeer::accept() {
-    m_connection = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-    require(m_connection >= 0, "accept");
+    m_connection = accept_from(m_listener);
+    require(m_connection != no_socket, "accept");
     prepare(m_connection);
 }
 
 void WirePeer::connect(int port) {
-    m_connection = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    m_connection = new_socket();
     prepare(m_connection);
     const sockaddr_in address = loopback(port);
     require(::connect(m_connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
@@ -85,15 +78,15 @@ std::string WirePeer::frame(std::string_view message) {
 
 void WirePeer::send_bytes(std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t sent = ::send(m_connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const auto sent = ::send(m_connection, bytes.data(), static_cast<int>(bytes.size()), MSG_NOSIGNAL);
         require(sent > 0, "send");
         bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
 }
 
 std::size_t WirePeer::receive_some(char* bytes, std::size_t count) {
-    const ssize_t got = ::recv(m_connection, bytes, count, 0);
-    require(got >= 0 || errno == ECONNRESET, "recv");
+    const auto got = ::recv(m_connection, bytes, static_cast<int>(count), 0);
+    require(got >= 0 || was_reset(), "recv");
     return got < 0 ? 0 : static_cast<std::size_t>(got);
 }
 

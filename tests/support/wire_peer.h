@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sockets.h>
+
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -8,7 +10,7 @@
 
 namespace corrivane::test {
 
-/// The other end of a loopback connection, in plain POSIX calls, so that a test decides where bytes are cut
+/// The other end of a loopback connection, in the system's plain calls, so that a test decides where bytes are cut
 /// and how the connection ends. Whatever fails or takes longer than the patience throws std::runtime_error.
 class WirePeer {
 public:
@@ -45,14 +47,14 @@ public:
     void stop_listening();
 
 private:
-    void prepare(int descriptor) const;
+    void prepare(Socket socket) const;
     /// Up to `count` bytes: how many, 0 at the connection's end.
     std::size_t receive_some(char* bytes, std::size_t count);
     std::string receive_payload(const std::string& header);
 
     const std::chrono::seconds m_patience;
-    int m_listener;
-    int m_connection = -1;
+    Socket m_listener;
+    Socket m_connection = no_socket;
     int m_port = 0;
 };
 

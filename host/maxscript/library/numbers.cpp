@@ -1,6 +1,7 @@
 #include "maxscript/library/library.h"
 #include "maxscript/machine/operators.h"
 #include "maxscript/machine/signature.h"
+#include "os/local_time.h"
 
 #include <algorithm>
 #include <array>
@@ -70,8 +71,7 @@ Value* extreme(Value* first, Rest others) {
 int time_stamp() {
     const auto now = std::chrono::system_clock::now();
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    std::tm local{};
-    localtime_r(&seconds, &local);
+    const std::tm local = local_time(seconds);
     const auto part =
         std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
     return ((local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec) * 1000 + static_cast<int>(part);

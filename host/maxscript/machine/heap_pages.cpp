@@ -1,6 +1,6 @@
 #include "maxscript/machine/heap_pages.h"
 
-#include <sys/mman.h>
+#include "os/memory_pages.h"
 
 #include <algorithm>
 #include <array>
@@ -26,7 +26,7 @@ namespace {
 constexpr std::array<std::uint32_t, 13> cell_sizes{16,  32,  48,   64,   96,   128, 192,
                                                    256, 512, 1024, 2048, 4096, 8192};
 // Address space, not memory. Less is taken where a limit forbids so much.
-constexpr std::size_t wanted_reserve = std::size_t{8} << 30;
+constexpr std::size_t wanted_reserve = std::size_t{1} << (sizeof(void*) > 4 ? 33 : 29);
 constexpr std::size_t least_reserve = std::size_t{16} << 20;
 
 }  // namespace
@@ -40,9 +40,8 @@ std::size_t HeapPages::size_class(std::size_t size) {
 void HeapPages::reserve() {
     for (std::size_t size = wanted_reserve; size >= least_reserve; size /= 2) {
         // One page more, to start at a multiple of the page size.
-        void* memory = mmap(nullptr, size + page_size, PROT_READ | PROT_WRITE,
-                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        if (memory == MAP_FAILED) continue;
+        void* memory = reserve_pages(size + page_size);
+        if (memory == nullptr) continue;
         const auto address = reinterpret_cast<std::uintptr_t>(memory);
         m_base = reinterpret_cast<std::byte*>((address + page_size - 1) / page_size * page_size);
         m_reserved = size;
@@ -59,7 +58,9 @@ HeapPages::Page* HeapPages::new_page(std::size_t cell_size) {
         m_spare_pages.pop_back();
     } else {
         if ((m_pages_taken + 1) * page_size > m_reserved) throw std::bad_alloc();
-        memory = m_base + m_pages_taken++ * page_size;
+        memory = m_base + m_pages_taken * page_size;
+        if (!commit_pages(memory, page_size)) throw std::bad_alloc();
+        ++m_pages_taken;
     }
     const std::size_t count = (page_size - sizeof(Page) - 16) / (cell_size + sizeof(CellState));
     const std::size_t first_cell = (sizeof(Page) + count * sizeof(CellState) + 15) / 16 * 16;
@@ -121,7 +122,7 @@ void HeapPages::drop_empty_pages(SizeClass& cells) {
         ASAN_UNPOISON_MEMORY_REGION((*page)->cell(0), (*page)->cell_count * (*page)->cell_size);
         m_spare_pages.push_back(*page);
         // The memory goes back to the system; the addresses stay ours and read as zero.
-        madvise(*page, page_size, MADV_DONTNEED);
+        empty_pages(*page, page_size);
     }
     cells.pages.erase(empty, cells.pages.end());
 }

@@ -2,8 +2,6 @@
 
 #include "maxscript/machine/code.h"
 
-#include <alloca.h>
-
 namespace corrivane::host {
 
 template <typename Prepare>
@@ -13,7 +11,8 @@ Value* run_unit(const CodeUnit& unit, const UnitArguments& arguments, Prepare pr
     check_stack(thread);
     const std::size_t slots = fixed_slots + unit.local_count + unit.temporary_count;
     constexpr std::size_t slot_size = sizeof(void*);
-    auto* frame = static_cast<ValueLocalsFrame*>(alloca(sizeof(ValueLocalsFrame) + slots * slot_size));
+    auto* frame =
+        static_cast<ValueLocalsFrame*>(__builtin_alloca(sizeof(ValueLocalsFrame) + slots * slot_size));
     const FrameLink link(thread, frame, slots);
     const PlaceScope place(thread);
     thread.place.file = unit.file;

@@ -1,8 +1,7 @@
 #include "maxscript/machine/thread_state.h"
 
 #include "maxscript/machine/listener.h"
-
-#include <pthread.h>
+#include "os/thread_stack.h"
 
 #include <algorithm>
 #include <memory>
@@ -33,19 +32,12 @@ Registry& registry() {
 }
 
 void measure_stack(ThreadState& state) {
-    pthread_attr_t attributes;
-    void* lowest = nullptr;
-    std::size_t size = 0;
     const std::uintptr_t here = stack_pointer();
-    if (pthread_getattr_np(pthread_self(), &attributes) == 0) {
-        pthread_attr_getstack(&attributes, &lowest, &size);
-        pthread_attr_destroy(&attributes);
-    }
-    const auto bottom = reinterpret_cast<std::uintptr_t>(lowest);
-    state.stack_top = lowest == nullptr ? here + stack_reserve : bottom + size;
+    const auto [bottom, size] = thread_stack();
+    state.stack_top = bottom == 0 ? here + stack_reserve : bottom + size;
     const std::uintptr_t used_at_most = here > most_stack ? here - most_stack : 0;
     // A small stack keeps at least half of itself for script.
-    const std::uintptr_t reserve = std::min(stack_reserve, static_cast<std::uintptr_t>(size) / 2);
+    const std::uintptr_t reserve = std::min(stack_reserve, std::uintptr_t{size} / 2);
     state.stack_bottom = std::max(bottom, used_at_most);
     state.stack_limit = state.stack_bottom + reserve;
 }

@@ -153,6 +153,10 @@ NativePath native(const MappedPath& mapped) {
 
 }  // namespace
 
+bool drives_are_mapped() {
+    return true;
+}
+
 void map_drive(char letter, const std::string& folder) {
     const int drive = drive_index(letter);
     if (drive < 0) throw std::invalid_argument(std::string("not a drive letter: \"") + letter + "\"");
@@ -184,18 +188,4 @@ NativePath native_output_path(std::string_view windows_path) {
         (mapped.is_root() || !std::filesystem::is_directory(path.root, ignored)))
         return {{}, ERROR_BAD_NETPATH};
     return path;
-}
-
-std::string_view path_fault(std::string_view windows_path, DWORD error) {
-    if (windows_path.empty()) return "the name is empty";
-    switch (error) {
-        case ERROR_PATH_NOT_FOUND:
-            return "no folder of this machine stands for that drive";
-        case ERROR_BAD_NETPATH:
-            return "no folder of this machine stands for that share";
-        case ERROR_FILENAME_EXCED_RANGE:
-            return "the name is too long";
-        default:
-            return "Windows could not store a file of that name";
-    }
 }

@@ -1,3 +1,5 @@
+#include "system/cpp_exceptions.h"
+#include "system/float_control.h"
 #include "system/posix/allocator_check.h"
 #include "system/posix/classify_fault.h"
 #include "system/posix/fault_signals.h"
@@ -8,7 +10,6 @@
 
 #include <cxxabi.h>
 #include <pthread.h>
-#include <xmmintrin.h>
 
 #include <csetjmp>
 #include <csignal>
@@ -24,33 +25,9 @@ class Guard;
 [[gnu::tls_model("initial-exec")]] thread_local int t_filter_depth = 0;
 [[gnu::tls_model("initial-exec")]] thread_local std::uintptr_t t_stack_low = 0;
 
-// The C++ runtime's account of the thread's exceptions, as the Itanium C++ ABI lays it out. A call that ends
-// by a fault never ends its catch blocks, so the account is set back by hand.
-struct CppExceptions {
-    void* caught;
-    unsigned uncaught;
-};
-
-CppExceptions& cpp_exceptions() {
-    return *reinterpret_cast<CppExceptions*>(abi::__cxa_get_globals());
-}
-
-// Rounding and traps of both floating-point units. Every guarded call reads them, and fegetenv would be most
-// of its cost.
-class FloatControl {
-public:
-    FloatControl() : m_sse(_mm_getcsr()) { asm volatile("fnstcw %0" : "=m"(m_x87)); }
-
-    // Also empties the x87's register stack and drops its pending exceptions.
-    void restore() const {
-        asm volatile("fninit\n\tfldcw %0" : : "m"(m_x87));
-        _mm_setcsr(m_sse);
-    }
-
-private:
-    std::uint16_t m_x87;
-    unsigned m_sse;
-};
+using system_detail::cpp_exceptions;
+using system_detail::CppExceptions;
+using system_detail::FloatControl;
 
 // One guarded call: a link of the thread's chain, from the innermost outward, and the way back to the guard.
 class Guard {

@@ -1,8 +1,6 @@
 #include "script_fixture.h"
+#include "support/drive_c.h"
 #include "support/script_examples.h"
-#include "support/temporary_folder.h"
-
-#include <system/drive_map.h>
 
 namespace corrivane::host {
 
@@ -14,13 +12,11 @@ protected:
     void run(const std::string& document) {
         const auto examples = test::read_script_examples(CORRIVANE_SCRIPT_CASES "/" + document);
         EXPECT_FALSE(examples.empty());
-        const test::TemporaryFolder folder;
-        map_drive('C', folder.path().string());
+        const test::DriveC drive_c;
         for (const test::ScriptExample& example : examples) {
             SCOPED_TRACE(document + ", line " + std::to_string(example.line));
             expect({{example.script, example.outcome}});
         }
-        clear_drive_map();
     }
 };
 CORRIVANE_SCRIPT_TEST(ScriptCasesTest);

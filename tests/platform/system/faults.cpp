@@ -3,7 +3,9 @@
 #include "core/processor_faults.h"
 #include "support/provoked_fault.h"
 
-#include <sys/mman.h>
+#include <system/stack_walk.h>
+
+#include <machine.h>
 
 #include <algorithm>
 #include <csignal>
@@ -26,15 +28,22 @@ void jump_to(std::uintptr_t address) {
 }
 
 std::uintptr_t read_only_page() {
-    static void* const page = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    static void* const page = corrivane::test::read_only_memory(4096);
     return reinterpret_cast<std::uintptr_t>(page);
 }
 
+#ifdef __x86_64__
+#define STACK_POINTER "rsp"
+
 // Through the frame register, that is the stack segment: another trap, another signal.
 void read_non_canonical_stack() {
-    asm volatile("pushq %%rbp\n\tmovq %0, %%rbp\n\tmovl (%%rbp), %%eax\n\tpopq %%rbp" ::"r"(1UL << 63)
-                 : "eax", "memory");
+    asm volatile(
+        "pushq %%rbp\n\tmovq %0, %%rbp\n\tmovl (%%rbp), %%eax\n\tpopq %%rbp" ::"r"(std::uint64_t{1} << 63)
+        : "eax", "memory");
 }
+#else
+#define STACK_POINTER "esp"
+#endif
 
 // Mask bits, x87 and SSE alike.
 constexpr unsigned denormal = 2, underflow = 16;
@@ -91,6 +100,26 @@ void write_address_32() {
     write_address(32);
 }
 
+bool find_module(const void* address, MODULEENTRY32& module) {
+    const HANDLE modules = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, 0);
+    module = {};
+    module.dwSize = sizeof module;
+    const auto holds = [&] {
+        return reinterpret_cast<ULONG_PTR>(address) - reinterpret_cast<ULONG_PTR>(module.modBaseAddr) <
+               module.modBaseSize;
+    };
+    BOOL is_there = Module32First(modules, &module);
+    while (is_there && !holds())
+        is_there = Module32Next(modules, &module);
+    return CloseHandle(modules) && is_there;
+}
+
+bool walk_goes_on(const EXCEPTION_POINTERS& information) {
+    StackWalk walk(information);
+    StackFrame frame;
+    return walk.next(frame) && walk.next(frame);
+}
+
 const std::vector<Provocation>& provocations() {
     static const ULONG_PTR page = read_only_page();
     static const std::vector<Provocation> table = {
@@ -111,8 +140,14 @@ const std::vector<Provocation>& provocations() {
         {"Write", access_violation, SIGSEGV, write_address_32, {write_kind, 32}},
         {"Jump", access_violation, SIGSEGV, [] { jump_to(48); }, {execute_kind, 48}},
         {"ReadOnly", access_violation, SIGSEGV, [] { write_address(read_only_page()); }, {write_kind, page}},
-        {"NonCanonical", access_violation, SIGSEGV, [] { read_address(1UL << 63); }, {read_kind, nowhere}},
+#ifdef __x86_64__
+        {"NonCanonical",
+         access_violation,
+         SIGSEGV,
+         [] { read_address(std::uintptr_t{1} << 63); },
+         {read_kind, nowhere}},
         {"NonCanonicalStack", access_violation, SIGBUS, read_non_canonical_stack, {read_kind, nowhere}},
+#endif
         {"Interrupt", access_violation, SIGSEGV, [] { asm volatile("int $0x21"); }, {read_kind, nowhere}},
         {"ForbidInterrupts", privileged, SIGSEGV, [] { asm volatile("cli"); }},
         {"MachineRegister", privileged, SIGSEGV, [] { asm volatile("rdmsr" ::"c"(0x10)
@@ -128,7 +163,7 @@ const std::vector<Provocation>& provocations() {
         {"X87Underflow", EXCEPTION_FLT_UNDERFLOW, SIGFPE, x87_underflow},
         {"SingleStep", EXCEPTION_SINGLE_STEP, SIGTRAP,
          [] {
-             asm volatile("pushfq\n\torl $0x100, (%%rsp)\n\tpopfq\n\tnop" ::: "cc");
+             asm volatile("pushf\n\torl $0x100, (%%" STACK_POINTER ")\n\tpopf\n\tnop" ::: "cc");
          }},
     };
     return table;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <system/guarded_call.h>
+#include <tlhelp32.h>
 
 #include <string_view>
 #include <vector>
@@ -22,6 +23,10 @@ const Provocation& provocation(std::string_view name);
 
 void read_address_16();
 void write_address_32();
+
+// What a filter asks about a fault: the module that holds an address, and whether the walk goes on behind the fault.
+bool find_module(const void* address, MODULEENTRY32& module);
+bool walk_goes_on(const EXCEPTION_POINTERS& information);
 
 // What a filter saw, and what it is to decide.
 struct Watch {

@@ -2,10 +2,12 @@
 #include "support/sanitizers.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <machine.h>
+#include <thread_state.h>
+#include <xmmintrin.h>
 
 #include <cfenv>
-#include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <string_view>
@@ -24,7 +26,8 @@ TEST(GuardedCall, TakesFaultsUnderTheirWindowsCode) {
             ASSERT_EQ(guarded(fault.call, seen), fault.code);
             EXPECT_EQ(seen.runs, 1);
             EXPECT_EQ(seen.record.ExceptionCode, fault.code);
-            EXPECT_EQ(reinterpret_cast<ULONG_PTR>(seen.record.ExceptionAddress), seen.context.Rip);
+            EXPECT_EQ(reinterpret_cast<ULONG_PTR>(seen.record.ExceptionAddress),
+                      corrivane::test::instruction_pointer(seen.context));
             const ULONG_PTR* first = seen.record.ExceptionInformation;
             const std::vector<ULONG_PTR> parameters(first, first + seen.record.NumberParameters);
             EXPECT_TRUE(fault.parameters.empty() || parameters == fault.parameters);
@@ -88,48 +91,19 @@ TEST(GuardedCall, FilterMayUseAGuardItself) {
     }
 }
 
-// Signal mask, signal stack and handlers, to be compared.
-struct ThreadState {
-    sigset_t mask;
-    stack_t stack;
-    struct sigaction segv;
-
-    // The state of a thread that has had a guard before: it keeps its signal stack, and the process
-    // the handlers.
-    static ThreadState now() {
-        seh_guarded_call([](void*) {}, nullptr, watch, nullptr);
-        ThreadState state{};
-        pthread_sigmask(SIG_SETMASK, nullptr, &state.mask);
-        sigaltstack(nullptr, &state.stack);
-        sigaction(SIGSEGV, nullptr, &state.segv);
-        return state;
-    }
-};
-
-void expect_same(const ThreadState& before, const ThreadState& after) {
-    for (int signal = 1; signal < SIGRTMAX; ++signal)
-        EXPECT_EQ(sigismember(&before.mask, signal), sigismember(&after.mask, signal)) << signal;
-    EXPECT_EQ(before.stack.ss_sp, after.stack.ss_sp);
-    EXPECT_EQ(before.stack.ss_flags, after.stack.ss_flags);
-    EXPECT_EQ(before.segv.sa_handler, after.segv.sa_handler);
-}
-
-// Every second fault is taken by the inner one of two guards. Each comes with a signal blocked.
+// Every second fault is taken by the inner one of two guards. Each comes with the thread disturbed.
 void fault_often(std::size_t first, std::size_t count) {
     const auto& faults = provocations();
     for (std::size_t i = 0; i < count; ++i) {
         Watch seen;
         const Provocation& fault = faults[(first + i * 7) % faults.size()];
-        const auto block_and_fault = [&] {
-            sigset_t others;
-            sigemptyset(&others);
-            sigaddset(&others, SIGUSR1);
-            pthread_sigmask(SIG_BLOCK, &others, nullptr);
+        const auto disturb_and_fault = [&] {
+            disturb_thread();
             fault.call();
         };
         const bool is_nested = i % 2 == 1;
-        const DWORD code = is_nested ? guarded([&] { guarded(block_and_fault, seen); }, seen)
-                                     : guarded(block_and_fault, seen);
+        const DWORD code = is_nested ? guarded([&] { guarded(disturb_and_fault, seen); }, seen)
+                                     : guarded(disturb_and_fault, seen);
         ASSERT_EQ(seen.code, fault.code) << fault.name;
         ASSERT_EQ(code, is_nested ? 0 : fault.code);
     }
@@ -149,58 +123,40 @@ TEST(GuardedCall, ThreadsFaultIndependently) {
         thread.join();
 }
 
+// Which floating-point exceptions trap: mask bits of both units.
+unsigned traps() {
+    std::uint16_t x87 = 0;
+    asm volatile("fnstcw %0" : "=m"(x87));
+    const unsigned sse = ~_mm_getcsr() >> 7 & FE_ALL_EXCEPT;
+    return (~x87 & FE_ALL_EXCEPT) == sse ? sse : ~0U;
+}
+
+void set_traps(unsigned exceptions) {
+    const auto x87 = static_cast<std::uint16_t>(0x37F & ~exceptions);
+    asm volatile("fldcw %0" ::"m"(x87));
+    _mm_setcsr((_mm_getcsr() | FE_ALL_EXCEPT << 7) & ~(exceptions << 7));
+}
+
 TEST(GuardedCall, FloatingPointEnvironmentIsTheCallersAgain) {
     std::fenv_t original;
     std::fegetenv(&original);
     std::fesetround(FE_UPWARD);
-    feenableexcept(FE_DIVBYZERO);
+    set_traps(FE_DIVBYZERO);
     Watch seen;
     const auto disturb_and_fault = [] {
         std::fesetround(FE_TOWARDZERO);
-        fedisableexcept(FE_ALL_EXCEPT);
+        set_traps(0);
         asm volatile("fld1");  // leaves the register stack of the x87 in use
         read_address_16();
     };
     for (int round = 0; round < 20; ++round) {
         EXPECT_EQ(guarded(disturb_and_fault, seen), EXCEPTION_ACCESS_VIOLATION);
         EXPECT_EQ(std::fegetround(), FE_UPWARD);
-        EXPECT_EQ(fegetexcept(), FE_DIVBYZERO);
+        EXPECT_EQ(traps(), unsigned{FE_DIVBYZERO});
     }
     const long double one = seen.runs / 20.0L;  // not a number if the register stack had overflowed
     EXPECT_EQ(one, 1.0L);
     std::fesetenv(&original);
-}
-
-TEST(GuardedCall, HandlersOfOthersRuleOutsideGuards) {
-    struct sigaction mine {
-    }, late{}, original, now;
-    mine.sa_handler = [](int) { _exit(3); };  // not in place while a guard is
-    sigaction(SIGSEGV, &mine, &original);
-    Watch seen;
-    EXPECT_NE(guarded(read_address_16, seen), 0u);
-    sigaction(SIGSEGV, nullptr, &now);
-    EXPECT_EQ(now.sa_handler, mine.sa_handler);
-
-    late.sa_handler = SIG_IGN;  // installed by the guarded code: it stays
-    EXPECT_EQ(guarded([&] { sigaction(SIGSEGV, &late, nullptr); }, seen), 0u);
-    sigaction(SIGSEGV, &original, &now);
-    EXPECT_EQ(now.sa_handler, SIG_IGN);
-}
-
-TEST(GuardedCall, EndOfAThreadPassesWithoutTheFilter) {
-    Watch seen;
-    ThreadState before{}, after{};
-    std::thread ending([&] {
-        before = ThreadState::now();
-        struct AtEnd {
-            ThreadState& state;
-            ~AtEnd() { state = ThreadState::now(); }
-        } at_end{after};
-        guarded([] { pthread_exit(nullptr); }, seen);
-    });
-    ending.join();
-    EXPECT_EQ(seen.runs, 0);
-    expect_same(before, after);
 }
 
 }  // namespace

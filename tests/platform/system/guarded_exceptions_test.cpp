@@ -1,8 +1,6 @@
 // Exceptions that are no processor faults: those of C++, and those that are raised in software.
 #include "faults.h"
 
-#include <system/stack_walk.h>
-
 #include <gtest/gtest.h>
 
 #include <exception>
@@ -32,8 +30,10 @@ TEST(GuardedCall, CppExceptionPassesAsTheSameObjectOncePastEachFilter) {
         EXPECT_EQ(seen.runs, 1);
         EXPECT_EQ(seen.code, CPP_EXCEPTION_CODE);
         MODULEENTRY32 module;
-        EXPECT_TRUE(find_loaded_module(seen.record.ExceptionAddress, &module));
-        EXPECT_FALSE(IsBadReadPtr(reinterpret_cast<const void*>(frame_pointer(seen.context)), 16));
+        EXPECT_TRUE(find_module(seen.record.ExceptionAddress, module));
+        EXCEPTION_RECORD record = seen.record;
+        CONTEXT context = seen.context;
+        EXPECT_TRUE(walk_goes_on({&record, &context}));
     }
 }
 

@@ -111,8 +111,9 @@ TEST_F(FileSystem, TreesAreCreatedFromTheTopDown) {
         EXPECT_TRUE(directory_exists(path)) << path;
         create_directory_tree(path);
     }
+    if (!drives_are_mapped()) return;  // shares are the system's
     TemporaryFolder network;
-    map_network(network.path());
+    map_network(network.path().string());
     std::filesystem::create_directories(network.path() / "server/share");
     create_directory_tree("\\\\server\\share\\a\\b");
     EXPECT_TRUE(directory_exists("\\\\server\\share\\a\\b"));

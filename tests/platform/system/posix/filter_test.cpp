@@ -2,8 +2,6 @@
 #include "faults.h"
 #include "support/sanitizers.h"
 
-#include <system/stack_walk.h>
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -77,7 +75,7 @@ int report_and_say_so(DWORD, EXCEPTION_POINTERS* information, void*) {
     char executable[MAX_PATH];
     MODULEENTRY32 module;
     bool complete = GetModuleFileNameA(nullptr, executable, MAX_PATH) > 0;
-    complete &= find_loaded_module(address, &module);
+    complete &= find_module(address, module);
     const HANDLE file = CreateFileA(module.szExePath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     FILETIME utc, local;
@@ -87,7 +85,7 @@ int report_and_say_so(DWORD, EXCEPTION_POINTERS* information, void*) {
     complete &= CloseHandle(file) != FALSE;
     BYTE instruction[16];
     complete &= ReadProcessMemory(GetCurrentProcess(), address, instruction, sizeof(instruction), nullptr) &&
-                !IsBadReadPtr(reinterpret_cast<const void*>(frame_pointer(*information->ContextRecord)), 16);
+                walk_goes_on(*information);
     constexpr std::string_view done = "report is complete";
     if (complete && std::strstr(module.szExePath, "libc") != nullptr)
         std::ignore = write(STDERR_FILENO, done.data(), done.size());

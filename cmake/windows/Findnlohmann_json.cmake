@@ -1,0 +1,3 @@
+include(HeaderPackage)
+header_package(nlohmann_json::nlohmann_json nlohmann)
+set(nlohmann_json_FOUND TRUE)

@@ -1,0 +1,3 @@
+include(HeaderPackage)
+header_package(stb::stb stb)
+set(stb_FOUND TRUE)

@@ -1,0 +1,3 @@
+#include <system/text_files.h>
+
+void end_lines_as_text_streams_do(std::string& /*text*/) {}
