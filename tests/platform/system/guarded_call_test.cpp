@@ -132,7 +132,9 @@ unsigned traps() {
 }
 
 void set_traps(unsigned exceptions) {
-    const auto x87 = static_cast<std::uint16_t>(0x37F & ~exceptions);
+    std::uint16_t x87 = 0;
+    asm volatile("fnstcw %0" : "=m"(x87));
+    x87 = static_cast<std::uint16_t>((x87 | FE_ALL_EXCEPT) & ~exceptions);
     asm volatile("fldcw %0" ::"m"(x87));
     _mm_setcsr((_mm_getcsr() | FE_ALL_EXCEPT << 7) & ~(exceptions << 7));
 }
