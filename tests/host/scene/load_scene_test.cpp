@@ -75,7 +75,7 @@ TEST(LoadScene, ReadsRenderSettings) {
     file.json["scenes"][0]["extras"] = Json::parse(R"({"render": {
         "width": 1920, "height": 1080, "pixelAspect": 1.5, "frameRate": 25, "samples": 16,
         "output": "C:\\out\\beauty.png", "saveFile": false, "skipExistingFrames": true,
-        "activeView": "Camera01", "rendererClassId": ["0x52ad1c02", 287125436], "rendererRequirements": [2, 3],
+        "activeView": "Camera01", "rendererClassId": ["0X52ad1c02", 287125436], "rendererRequirements": [2, 3],
         "elementsActive": false,
         "elements": [{"type": "depth", "output": "C:\\out\\depth.exr"}, {"type": "ambientOcclusion"}],
         "tga": {"alphaSplit": true}, "xrefs": ["set.gltf"], "unknown": {}}})");

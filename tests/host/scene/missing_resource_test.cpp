@@ -77,6 +77,8 @@ protected:
 
 TEST_F(Xrefs, AreMerged) {
     write_set("set.gltf", {});
+    m_file.json["textures"].push_back({{"source", 0}});
+    m_file.json["materials"][0]["emissiveTexture"] = {{"index", 1}};
     const auto scene = load({"set.gltf"});
     EXPECT_EQ(scene->settings.width, 320) << "the settings are the main scene's";
     ASSERT_EQ(scene->nodes.size(), 8u);
@@ -86,8 +88,8 @@ TEST_F(Xrefs, AreMerged) {
     EXPECT_EQ(scene->nodes[6].mesh, 1);
     EXPECT_EQ(scene->nodes[7].light, 1);
     EXPECT_EQ(scene->meshes[1].primitives[0].material, 1);
-    EXPECT_EQ(scene->materials.at(1).base_color_texture.texture, 1);
-    EXPECT_EQ(scene->textures.at(1).image, 1);
+    EXPECT_EQ(scene->materials.at(1).base_color_texture.texture, 2);
+    EXPECT_EQ(scene->textures.at(2).image, 1);
     EXPECT_EQ(scene->channels.at(1).node, 6);
     EXPECT_EQ(pose_at(*scene, 1)[6].translation(), Imath::V3f(4, 1, 0));
 }
