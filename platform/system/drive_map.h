@@ -29,6 +29,11 @@ void map_drive(char letter, const std::string& folder);
 // Lets `folder` stand for the network: it holds a folder for each server, which holds one for each share.
 void map_network(const std::string& folder);
 
+// Lets `folder` stand for one folder of a drive, `names`, as those who share the drive and want a folder of their
+// own need it: what lies below C:\names lies in `folder`. Names are compared in either case of letters, and without
+// resolving ".." first. A second call replaces what the first one said.
+void map_folder_of_drive(char letter, const std::string& names, const std::string& folder);
+
 // Forgets all drives and the network.
 void clear_drive_map();
 
