@@ -17,8 +17,8 @@
 #include <string>
 #include <string_view>
 
-// Whether folders stand for drives, as everywhere but on Windows. There, map_drive and map_network throw
-// std::invalid_argument.
+// Whether folders stand for drives, as everywhere but on Windows. There, map_drive, map_network and
+// map_folder_of_drive throw std::invalid_argument.
 bool drives_are_mapped();
 
 // Lets `folder` stand for the drive (a letter of either case); an empty folder takes the drive away. The
