@@ -44,7 +44,7 @@ int threads_of(std::size_t host, std::size_t hosts, int wanted) {
 }
 
 Lane::Lane(SharedJob& shared, std::size_t number, std::size_t lanes)
-    : m_shared(shared), m_number(number), m_host_settings(shared.settings.host) {
+    : m_shared(shared), m_number(number), m_lanes(lanes), m_host_settings(shared.settings.host) {
     m_host_settings.threads = threads_of(number, lanes, m_host_settings.threads);
 }
 
@@ -85,7 +85,7 @@ void Lane::work() {
 /// Leaves m_host null when the host failed and another one may be tried.
 void Lane::start_host() {
     back_off();
-    m_host_settings.log_folder = log_folder_of(m_number);
+    if (m_lanes > 1) m_host_settings.log_folder = log_folder_of(m_number);
     std::string reason;
     bool has_come_up = false;
     try {

@@ -63,6 +63,7 @@ private:
 
     SharedJob& m_shared;
     const std::size_t m_number;
+    const std::size_t m_lanes;
     HostSettings m_host_settings;
     std::unique_ptr<RunningHost> m_host;
     std::vector<pid_t> m_processes;  // of the host
