@@ -50,10 +50,10 @@ const ImageModule& image_module() {
     return *loading().get();
 }
 
-ImageFacts verify_image_file(const std::string& path) {
+ImageFacts verify_image_file(const std::string& path, ImageLook look) {
     const ImageModule& module = image_module();
     try {
-        return module.verify(path);
+        return module.verify(path, look);
     } catch (const std::exception& error) {
         throw std::runtime_error("image file " + path + ": " + error.what());
     }

@@ -29,6 +29,12 @@ struct ImageFacts {
     int channels = 0;
 };
 
+/// How closely an image file is looked at.
+enum class ImageLook {
+    ends,        ///< its header, and how it begins and ends
+    every_pixel  ///< to the last pixel
+};
+
 /// What the module gives. Both functions throw std::runtime_error with what went wrong, or std::bad_alloc.
 struct ImageModule {
     /// Puts the bytes of the file into `bytes`, which comes empty. Colour is not divided by alpha. Integer
@@ -37,7 +43,7 @@ struct ImageModule {
     /// become infinite.
     void (*encode)(const EncodeRequest& request, std::vector<unsigned char>& bytes);
     /// See verify_image_file; the text does not name the file.
-    ImageFacts (*verify)(const std::string& path);
+    ImageFacts (*verify)(const std::string& path, ImageLook look);
 };
 
 /// Name of the function through which the module hands out its ImageModule.
@@ -55,8 +61,8 @@ void prefetch_image_module();
 /// cannot be loaded, every time alike.
 const ImageModule& image_module();
 
-/// Reads an image file of this machine to its last pixel, in bands. Throws std::runtime_error, which names
-/// the file, when it is missing, is not an image, or is damaged or cut short.
-ImageFacts verify_image_file(const std::string& path);
+/// Reads an image file of this machine, to its last pixel in bands unless less is asked for. Throws
+/// std::runtime_error, which names the file, when it is missing, is not an image, or is damaged or cut short.
+ImageFacts verify_image_file(const std::string& path, ImageLook look = ImageLook::every_pixel);
 
 }  // namespace corrivane

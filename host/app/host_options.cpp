@@ -16,6 +16,8 @@ namespace corrivane::host {
 
 namespace {
 
+constexpr int most_threads = 1024;
+
 /// What the options are given as, before their parts are told apart.
 struct RawOptions {
     std::vector<std::string> drives;
@@ -95,6 +97,12 @@ void describe(CLI::App& app, HostOptions& options, RawOptions& raw) {
     repeated("--drive", raw.drives, "LETTER=DIR",
              "Let a folder stand for a drive (C: drive_c in the current folder)");
     app.add_option("--network", options.network, "Let a folder stand for the network")->type_name("DIR");
+    app.add_option("--log-folder", options.log_folder,
+                   "Let a folder stand for C:\\Quillane\\logs, where the plug-in keeps its log")
+        ->type_name("DIR");
+    app.add_option("--threads", options.threads, "Threads that render (one for each processor)")
+        ->type_name("N")
+        ->check(CLI::Range(1, most_threads));
     app.add_option("--library", options.library, "The plug-in to load (corrivane.dlx beside this program)")
         ->type_name("FILE");
     app.add_option("--scene-file", options.scene_file, "A scene to open first")->type_name("FILE");
@@ -134,6 +142,9 @@ std::optional<HostOptions> read_command_line(int argc, const char* const* argv) 
     if (drives_are_mapped()) options.drives.emplace('C', "drive_c");
     if (app.count("--network") > 0) {
         checked_folder("--network", options.network);
+    }
+    if (app.count("--log-folder") > 0) {
+        checked_folder("--log-folder", options.log_folder);
     }
     if (app.count("--execute") > 0) {
         options.execute = raw.execute;

@@ -13,6 +13,8 @@ struct HostOptions {
     /// Folders of this machine by drive letter in upper case; C is always among them.
     std::map<char, std::string> drives;
     std::string network;     ///< folder that stands for the network; empty for none
+    std::string log_folder;  ///< folder that stands for C:\Quillane\logs; empty for the one on drive C
+    int threads = 0;         ///< that render; 0: one for each processor
     std::string library;     ///< file of this machine; empty for the one beside the program
     std::string scene_file;  ///< Windows path; empty for none
     std::map<std::string, std::variant<int, std::string>> script_arguments;  ///< maxOps.mxsCmdLineArgs

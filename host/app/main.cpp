@@ -23,6 +23,9 @@ void map_folders(const HostOptions& options) {
     if (!options.network.empty()) {
         map_network(options.network);
     }
+    if (!options.log_folder.empty()) {
+        map_folder_of_drive('C', "Quillane\\logs", options.log_folder);
+    }
 }
 
 /// A script without a name. None at all is what a program between a worker and the host makes of it that does not
@@ -62,6 +65,7 @@ void run(const HostOptions& options) {
     runtime_options.listener_log = options.listener_log;
     const MaxScriptRuntime runtime(runtime_options);
     Core& core = Core::instance();
+    core.set_render_threads(options.threads);
     define_script_globals(core, options);
     const PluginLibrary library(options.library.empty() ? default_library() : options.library);
     if (!options.scene_file.empty() && core.LoadFromFile(options.scene_file.c_str(), 0) == 0) {

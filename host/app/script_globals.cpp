@@ -5,6 +5,7 @@
 #include "core/processor_faults.h"
 #include "maxscript/runtime.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -95,7 +96,34 @@ std::size_t folder_length(const std::string& path) {
     return separator == std::string::npos ? 0 : separator + 1;
 }
 
+/// What a frame of the open scene is saved as, for whoever wants to find it: a line `size` with width and height, a
+/// line `skip` where frames whose file is there are skipped, a line `main` with the output's name where the plug-in
+/// saves it, and for each render element that is saved `element` and its name. Asked between frames, since during one
+/// the names have its number.
+std::string output_lines(Core& core) {
+    std::string lines;
+    const RenderSettings& settings = core.document().settings();
+    lines += "size " + std::to_string(settings.width) + ' ' + std::to_string(settings.height) + '\n';
+    if (core.GetSkipRenderedFrames()) lines += "skip\n";
+    constexpr int saves_itself = 2;  // a renderer's requirement
+    if (core.GetRendSaveFile() && !std::ranges::count(settings.renderer_requirements, saves_itself))
+        lines += std::string("main ") + core.GetRendFileBI().Name() + '\n';
+    RenderElements& elements = core.document().elements();
+    for (int i = 0; elements.GetElementsActive() && i < elements.NumRenderElements(); ++i) {
+        PBBitmap* target = nullptr;
+        elements.GetRenderElement(i)->GetPBBitmap(target);
+        if (target != nullptr) {
+            lines += std::string("element ") + target->bi.Name() + '\n';
+        }
+    }
+    return lines;
+}
+
 void define_scene(Core& core) {
+    define_function("standin.outputs", [&core](Arguments& arguments) -> Value* {
+        arguments.require(0);
+        return make_string(output_lines(core));
+    });
     define_variable("maxFilePath", [&core] {
         const std::string& path = core.document().file_name();
         return make_string(path.substr(0, folder_length(path)));

@@ -151,6 +151,7 @@ int Core::OpenCurRenderer(INode* cameraNode, ViewExp* viewport, int renderType, 
         RenderSession::Setup setup = session_setup(cameraNode, viewport, renderType);
         setup.width = width;
         setup.height = height;
+        setup.threads = m_render_threads;
         m_session = std::make_shared<RenderSession>(std::move(setup));
         return 1;
     } catch (const std::exception& error) {

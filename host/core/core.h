@@ -34,6 +34,8 @@ public:
     Document& document() { return *m_document; }
     SystemLog& log() { return m_log; }
     void set_render_hooks(RenderHooks hooks) { m_hooks = std::move(hooks); }
+    /// Of the renderers that are opened from now on; 0: one for each processor.
+    void set_render_threads(int threads) { m_render_threads = threads; }
 
     bool IsMaxFile(const char* fileName) override;
     /// Takes a Windows path. A scene that cannot be loaded leaves the open one as it is.
@@ -91,6 +93,7 @@ private:
     SystemLog m_log;
     DefaultActions m_default_actions;
     RenderHooks m_hooks;
+    int m_render_threads = 0;
     ActiveViewport m_viewport{*this};
     std::unique_ptr<Document> m_document = std::make_unique<Document>();
     /// Null while the renderer is closed. Shared, since a script that runs around a frame may close it.

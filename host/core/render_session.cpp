@@ -101,7 +101,8 @@ FrameBuffers buffers_for(Bitmap* bitmap, const RenderElements& elements, const P
 
 }  // namespace
 
-RenderSession::RenderSession(Setup setup) : m_setup(checked(std::move(setup))), m_renderer(m_setup.scene) {}
+RenderSession::RenderSession(Setup setup)
+    : m_setup(checked(std::move(setup))), m_renderer(m_setup.scene, {.threads = m_setup.threads}) {}
 
 bool RenderSession::render(const Frame& frame, const RenderElements& elements) {
     const PixelRect region = checked_region(frame.region);

@@ -23,6 +23,7 @@ public:
         int height = 0;
         float pixel_aspect = 1;
         int samples = 1;
+        int threads = 0;  ///< that render; 0: one for each processor
     };
 
     /// Throws std::invalid_argument for another render type or a size outside 1 to 32768, std::runtime_error

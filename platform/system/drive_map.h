@@ -17,8 +17,8 @@
 #include <string>
 #include <string_view>
 
-// Whether folders stand for drives, as everywhere but on Windows. There, map_drive and map_network throw
-// std::invalid_argument.
+// Whether folders stand for drives, as everywhere but on Windows. There, map_drive, map_network and
+// map_folder_of_drive throw std::invalid_argument.
 bool drives_are_mapped();
 
 // Lets `folder` stand for the drive (a letter of either case); an empty folder takes the drive away. The
@@ -28,6 +28,11 @@ void map_drive(char letter, const std::string& folder);
 
 // Lets `folder` stand for the network: it holds a folder for each server, which holds one for each share.
 void map_network(const std::string& folder);
+
+// Lets `folder` stand for one folder of a drive, `names`, as those who share the drive and want a folder of their
+// own need it: what lies below C:\names lies in `folder`. Names are compared in either case of letters, and without
+// resolving ".." first. A second call replaces what the first one said.
+void map_folder_of_drive(char letter, const std::string& names, const std::string& folder);
 
 // Forgets all drives and the network.
 void clear_drive_map();

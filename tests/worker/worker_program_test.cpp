@@ -1,4 +1,5 @@
 // Runs the worker's program with fake hosts.
+#include "support/running_program.h"
 #include "support/test.h"
 #include "worker/base/pidfd.h"
 #include "worker/base/wait.h"
@@ -6,6 +7,7 @@
 #include "worker/hosts/host_process.h"
 
 #include <csignal>
+#include <thread>
 
 namespace corrivane::worker {
 namespace {
@@ -19,6 +21,7 @@ protected:
     HostProcess start(std::vector<std::string> arguments, const std::string& behaviour) {
         arguments.insert(arguments.end(),
                          {"--host", FAKE_HOST_PROGRAM, "--library", behaviour, "--network", folder.path()});
+        if (arguments[0] == "render") arguments.insert(arguments.end(), {"--verify", "off"});
         return HostProcess(WORKER_PROGRAM, arguments, {},
                            [this](std::string_view line) { output += std::string(line) + '\n'; });
     }
@@ -42,9 +45,7 @@ protected:
             worker.read_output();
     }
 
-    static void signal(const HostProcess& worker, int number) {
-        ASSERT_EQ(::pidfd_send_signal(worker.exit_fd(), number, nullptr, 0), 0);
-    }
+    static void signal(const HostProcess& worker, int number) { ASSERT_EQ(::kill(worker.pid(), number), 0); }
 
     std::string end(HostProcess& worker) { return worker.end(30s, m_no_stop); }
 
@@ -71,11 +72,12 @@ TEST_F(WorkerProgramTest, RunsAScriptAndTellsFailureByItsExitCode) {
 
 TEST_F(WorkerProgramTest, CtrlCAbortsTheFrameAndEndsInOrder) {
     for (const int number : {SIGINT, SIGTERM}) {
+        output.clear();
         std::filesystem::remove(folder / "trace");
         HostProcess worker = start({"render", "a.gltf", "--frames", "1-9"}, "render-on@2");
         wait_for_trace(worker, "rendering on");
         signal(worker, number);
-        EXPECT_EQ(end(worker), "exited with code 130");
+        EXPECT_EQ(end(worker), "exited with code " + std::to_string(128 + number));
         const auto lines = trace();
         EXPECT_THAT(std::vector(lines.end() - 3, lines.end()), ElementsAre("aborted", "EndJob", "end"));
         EXPECT_THAT(output, AllOf(HasSubstr("Stopping"), HasSubstr("1 done, 0 failed, 8 not rendered")));
@@ -113,8 +115,8 @@ TEST_F(WorkerProgramTest, LostOutputEndsNoJobButIsAFailure) {
             "{ (trap '' PIPE; while echo; do :; done) 2> /dev/null; \"$0\" \"$@\"; echo status $? >&2; } " +
             output_end;
         HostProcess shell("/bin/sh",
-                          {"-c", command, WORKER_PROGRAM, "render", "a.gltf", "--frames", "1-3", "--host",
-                           FAKE_HOST_PROGRAM, "--network", folder.path()},
+                          {"-c", command, WORKER_PROGRAM, "render", "a.gltf", "--frames", "1-3", "--verify",
+                           "off", "--host", FAKE_HOST_PROGRAM, "--network", folder.path()},
                           {}, [this](std::string_view line) { output += std::string(line) + '\n'; });
         end(shell);
         EXPECT_EQ(output, "corrivane-worker: standard output could not be written\nstatus 1\n");
@@ -122,14 +124,36 @@ TEST_F(WorkerProgramTest, LostOutputEndsNoJobButIsAFailure) {
     }
 }
 
-TEST_F(WorkerProgramTest, AKilledWorkerLeavesNoHost) {
-    HostProcess worker = start({"render", "a.gltf", "--frames", "1-9"}, "hang-deaf@2");
-    wait_for_trace(worker, "RenderTask,2");
-    const FileDescriptor host(::pidfd_open(std::stoi(trace()[0].substr(5)), 0));
-    ASSERT_NE(host.get(), -1);
-    signal(worker, SIGKILL);
-    end(worker);
-    EXPECT_TRUE(wait_readable({host.get()}, deadline_in(10s)));
+TEST_F(WorkerProgramTest, FramesMayFinishBeforeTheEnd) {
+    HostProcess worker = start({"render", "a.gltf", "--frames", "1-9", "--finish-frames"}, "slow@2");
+    wait_for_trace(worker, "rendering on");
+    signal(worker, SIGINT);
+    EXPECT_EQ(end(worker), "exited with code 130");
+    EXPECT_THAT(output, AllOf(HasSubstr("Stopping when"), HasSubstr("2 done, 0 failed, 7 not rendered")));
+}
+
+TEST_F(WorkerProgramTest, AKilledWorkerLeavesNothing) {
+    // A wrapper that stays, with a child in a session of its own.
+    test::write_file(folder / "host.sh", "#!/bin/sh\nsetsid sleep 1000 &\necho host $! >> " +
+                                             (folder / "trace") + "\n" FAKE_HOST_PROGRAM " \"$@\"\n");
+    std::filesystem::permissions(folder / "host.sh", std::filesystem::perms::owner_all);
+    std::vector<FileDescriptor> left;
+    {
+        test::RunningProgram worker(
+            {WORKER_PROGRAM, "render", "a.gltf", "--frames", "1-9", "--host", folder / "host.sh", "--library",
+             "hang-deaf@2", "--network", folder.path()},
+            folder / "output");
+        const Deadline deadline = deadline_in(30s);
+        while (!Value(trace(), Contains("RenderTask,2")) && Clock::now() < deadline)
+            std::this_thread::sleep_for(10ms);
+        for (const std::string& line : trace())
+            if (line.starts_with("host ")) left.emplace_back(::pidfd_open(std::stoi(line.substr(5)), 0));
+        ASSERT_THAT(left, AllOf(SizeIs(2), Each(Property(&FileDescriptor::get, Ne(-1))))) << worker.output();
+        worker.send_signal(SIGKILL);
+        worker.wait();
+    }
+    for (const FileDescriptor& process : left)
+        EXPECT_TRUE(wait_readable({process.get()}, deadline_in(10s)));
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ namespace {
 sigset_t stop_signals() {
     sigset_t set;
     ::sigemptyset(&set);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGUSR1})
         ::sigaddset(&set, signal);
     return set;
 }
@@ -28,8 +28,12 @@ FileDescriptor checked(int fd, const char* call) {
 
 }  // namespace
 
-SignalWatch::SignalWatch(StopRequest& stop, std::function<void(StopRequest::Level)> on_stop)
-    : m_stop(stop), m_on_stop(std::move(on_stop)), m_end(checked(::eventfd(0, EFD_CLOEXEC), "eventfd")) {
+SignalWatch::SignalWatch(StopRequest& stop, bool finish_frames,
+                         std::function<void(StopRequest::Level)> on_stop)
+    : m_stop(stop),
+      m_finish_frames(finish_frames),
+      m_on_stop(std::move(on_stop)),
+      m_end(checked(::eventfd(0, EFD_CLOEXEC), "eventfd")) {
     const sigset_t set = stop_signals();
     m_signals = checked(::signalfd(-1, &set, SFD_CLOEXEC), "signalfd");
     ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
@@ -43,12 +47,21 @@ SignalWatch::~SignalWatch() {
     ::pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
 }
 
+StopRequest::Level SignalWatch::next_level(int signal) const {
+    using Level = StopRequest::Level;
+    const Level level = m_stop.level();
+    if (signal == SIGUSR1 || (m_finish_frames && level == Level::none)) return Level::finishing;
+    return level < Level::orderly ? Level::orderly : Level::immediate;
+}
+
 void SignalWatch::watch() {
     while (wait_readable({m_end.get(), m_signals.get()}, Deadline::max()) == m_signals.get()) {
         signalfd_siginfo info;
         if (::read(m_signals.get(), &info, sizeof info) != sizeof info) continue;
-        m_stop.raise();
-        m_on_stop(m_stop.level());
+        const StopRequest::Level level = next_level(static_cast<int>(info.ssi_signo));
+        if (level <= m_stop.level()) continue;
+        m_stop.raise(level, static_cast<int>(info.ssi_signo));
+        m_on_stop(level);
     }
 }
 

@@ -16,12 +16,15 @@ FileDescriptor make_event() {
 
 }  // namespace
 
-StopRequest::StopRequest() : m_orderly(make_event()), m_immediate(make_event()) {}
+StopRequest::StopRequest() : m_requested(make_event()), m_orderly(make_event()), m_immediate(make_event()) {}
 
-void StopRequest::raise() {
-    const bool first = m_level == Level::none;
-    m_level = first ? Level::orderly : Level::immediate;
-    ::eventfd_write(first ? m_orderly.get() : m_immediate.get(), 1);
+void StopRequest::raise(Level level, int signal) {
+    if (level <= m_level) return;
+    if (m_signal == 0) m_signal = signal;
+    m_level = level;
+    ::eventfd_write(m_requested.get(), 1);
+    if (level >= Level::orderly) ::eventfd_write(m_orderly.get(), 1);
+    if (level >= Level::immediate) ::eventfd_write(m_immediate.get(), 1);
 }
 
 }  // namespace corrivane::worker

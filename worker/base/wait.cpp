@@ -1,12 +1,10 @@
 #include "worker/base/wait.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <limits>
 #include <system_error>
-#include <vector>
+#include <utility>
 
 namespace corrivane::worker {
 
@@ -21,10 +19,7 @@ int remaining_ms(Deadline deadline) {
     return static_cast<int>(std::clamp<decltype(left)>(left, 0, std::numeric_limits<int>::max()));
 }
 
-std::optional<int> wait_readable(std::initializer_list<int> descriptors, Deadline deadline) {
-    std::vector<pollfd> entries;
-    for (const int descriptor : descriptors)
-        entries.push_back({descriptor, POLLIN, 0});
+std::optional<int> wait_ready(std::vector<pollfd> entries, Deadline deadline) {
     for (;;) {
         const int ready = ::poll(entries.data(), entries.size(), remaining_ms(deadline));
         if (ready < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
@@ -34,6 +29,13 @@ std::optional<int> wait_readable(std::initializer_list<int> descriptors, Deadlin
     return std::find_if(entries.begin(), entries.end(),
                         [](const pollfd& entry) { return entry.revents != 0; })
         ->fd;
+}
+
+std::optional<int> wait_readable(std::initializer_list<int> descriptors, Deadline deadline) {
+    std::vector<pollfd> entries;
+    for (const int descriptor : descriptors)
+        entries.push_back({descriptor, POLLIN, 0});
+    return wait_ready(std::move(entries), deadline);
 }
 
 }  // namespace corrivane::worker

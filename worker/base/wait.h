@@ -1,8 +1,11 @@
 #pragma once
 
+#include <poll.h>
+
 #include <chrono>
 #include <initializer_list>
 #include <optional>
+#include <vector>
 
 namespace corrivane::worker {
 
@@ -19,5 +22,8 @@ int remaining_ms(Deadline deadline);
 /// Waits until one of the descriptors can be read (or has hung up) and returns the first of them in the order
 /// given; nothing when the deadline passed. A descriptor of -1 is left out. Throws std::system_error.
 std::optional<int> wait_readable(std::initializer_list<int> descriptors, Deadline deadline);
+
+/// The same for entries that say what to wait for.
+std::optional<int> wait_ready(std::vector<pollfd> entries, Deadline deadline);
 
 }  // namespace corrivane::worker

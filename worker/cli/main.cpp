@@ -20,7 +20,12 @@ namespace {
 using namespace corrivane::worker;
 
 constexpr int failure_exit_code = 1;
-constexpr int stopped_exit_code = 130;  // as shells report a program that ended by Ctrl-C
+constexpr int cannot_start_exit_code = 3;
+
+/// As shells report a program that was ended by the signal.
+int stopped_exit_code(const StopRequest& stop) {
+    return 128 + stop.signal();
+}
 
 std::size_t terminal_width() {
     winsize size{};
@@ -29,8 +34,14 @@ std::size_t terminal_width() {
 }
 
 const char* stop_text(StopRequest::Level level) {
-    return level == StopRequest::Level::orderly ? "Stopping; press Ctrl-C again to kill the hosts."
-                                                : "Killing the hosts.";
+    switch (level) {
+        case StopRequest::Level::finishing:
+            return "Stopping when the running frames are done; press Ctrl-C to stop them.";
+        case StopRequest::Level::orderly:
+            return "Stopping; press Ctrl-C again to kill the hosts.";
+        default:
+            return "Killing the hosts.";
+    }
 }
 
 int run(const Job& job, const RunSettings& settings) {
@@ -40,18 +51,20 @@ int run(const Job& job, const RunSettings& settings) {
     StopRequest stop;
     const JobReport report = [&] {
         EventStream events({&view});
-        const SignalWatch signals(
-            stop, [&](StopRequest::Level level) { events.emit(event::Message{.text = stop_text(level)}); });
+        const SignalWatch signals(stop, settings.finish_frames, [&](StopRequest::Level level) {
+            events.emit(event::Message{.text = stop_text(level)});
+        });
         return run_job(job, settings, stop, events);
     }();
     std::cout << summary_text(report) << std::flush;
-    if (report.stopped) return stopped_exit_code;
+    if (report.stopped) return stopped_exit_code(stop);
+    if (report.could_not_start) return cannot_start_exit_code;
     return report.success() ? 0 : failure_exit_code;
 }
 
 int run(const ScriptRun& script, const RunSettings& settings) {
     StopRequest stop;
-    const SignalWatch signals(stop,
+    const SignalWatch signals(stop, false,
                               [](StopRequest::Level level) { std::cerr << stop_text(level) << std::endl; });
     try {
         const bool success =
@@ -59,7 +72,7 @@ int run(const ScriptRun& script, const RunSettings& settings) {
         return success ? 0 : failure_exit_code;
     } catch (const Stopped& stopped) {
         std::cout << stopped.what() << '\n';
-        return stopped_exit_code;
+        return stopped_exit_code(stop);
     }
 }
 

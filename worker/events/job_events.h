@@ -48,6 +48,7 @@ struct HostQuiet {
     std::uint64_t memory_bytes = 0;         // resident
     std::string title;                      // the last one
     std::string last_lines;                 // of its output
+    std::string state;                      // "stopped", "waiting for a disk", "working" or "waiting"
 };
 
 struct FrameBegins {

@@ -55,6 +55,8 @@ struct JobReport {
     bool stopped = false;     // by the user
     std::vector<int> left{};  // frames that are to be rendered again: not rendered, lost or interrupted
 
+    bool could_not_start = false;  // no host came so far as to render
+
     /// Every frame done and no problem.
     bool success() const;
 };

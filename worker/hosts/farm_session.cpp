@@ -17,6 +17,9 @@ constexpr std::string_view abort_word = "ABORT";
 constexpr std::chrono::milliseconds patience_after_error{5000};
 constexpr std::chrono::milliseconds handshake_patience{10000};
 constexpr std::chrono::milliseconds end_job_patience{60000};
+/// After so many answers that it missed, one after the other, the plug-in gives the frame up.
+constexpr std::size_t missed_answers = 6;
+constexpr std::chrono::milliseconds moment{50};
 /// The plug-in sends three at most.
 constexpr std::size_t max_error_replies = 8;
 
@@ -32,6 +35,9 @@ constexpr const char* written_files_script = R"((
     )
     names
 ))";
+
+/// A host that is none of ours knows nothing of it.
+constexpr const char* output_lines_script = R"(try (standin.outputs()) catch (""))";
 
 /// What a script returned is its own affair; with every other error of a script the plug-in hangs up.
 bool script_result_is_last(std::string_view reply) {
@@ -112,7 +118,20 @@ void FarmSession::run_pre_script(const std::string& command) {
 }
 
 CommandResult FarmSession::render(int frame) {
-    return run_started(render_command(frame), frame_failed_is_last);
+    m_progress_times.clear();
+    m_answers_missed = false;
+    m_connection.set_stop_patience(render_stop_patience);
+    CommandResult result = run_started(render_command(frame), frame_failed_is_last);
+    m_connection.set_stop_patience(stop_patience);
+    result.answers_missed = m_answers_missed;
+    return result;
+}
+
+std::optional<std::string> FarmSession::output_lines(int frame) {
+    const CommandResult result =
+        run_started(script_text_command(frame, output_lines_script), script_result_is_last);
+    if (result.session_over) throw HostFailure("the host can't tell what it writes: " + result.error);
+    return result.success && !result.text.empty() ? std::optional(result.text) : std::nullopt;
 }
 
 std::optional<std::vector<std::string>> FarmSession::written_files(int frame) {
@@ -212,9 +231,20 @@ bool FarmSession::handle_request(std::string_view message) {
     return true;
 }
 
+/// A request leaves the plug-in when the one before is answered, or 100 ms after it. Requests that are read in one
+/// moment have therefore waited for each other's answers in vain.
+void FarmSession::note_progress() {
+    m_progress_times.push_back(Clock::now());
+    if (m_progress_times.size() < missed_answers) return;
+    if (m_progress_times.back() - m_progress_times.front() < moment) m_answers_missed = true;
+    m_progress_times.pop_front();
+}
+
 /// The render waits 100 ms at most for the answer, so it leaves before anything is shown.
 void FarmSession::answer_progress(std::string_view argument) {
-    m_connection.send(std::string(m_stop.requested() ? abort_word : continue_word));
+    m_connection.send(std::string(m_stop.aborting() ? abort_word : continue_word));
+    if (m_stop.aborting()) m_connection.set_stop_patience(stop_patience);  // it has been told
+    note_progress();
     m_observer.on_progress(parse_progress(argument));
 }
 

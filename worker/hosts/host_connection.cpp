@@ -16,7 +16,9 @@ constexpr std::chrono::milliseconds message_patience{2000};
 /// it has to queue behind a silent peer, waits for an answer to its token.
 constexpr std::chrono::milliseconds token_patience{500};
 /// A host that does not read for so long will not read any more.
-constexpr timeval send_patience{10, 0};
+constexpr std::chrono::milliseconds send_patience{10000};
+/// For a message that is longer than what the system still takes.
+constexpr timeval long_send_patience{2, 0};
 
 /// Runs a call on the socket; its failures become those of the host.
 template <typename Call>
@@ -67,6 +69,9 @@ bool HostConnection::peer_has_token(const std::string& token, Deadline deadline)
 }
 
 void HostConnection::send(const std::string& message) {
+    if (!is_ready_by(deadline_in(send_patience), {handle(), POLLOUT, 0}, StopReaction::go_on))
+        throw HostFailure("the host does not read what it is sent");
+    if (m_quiet != nullptr) m_quiet->heard();
     on_socket([&] { m_socket.send(message); });
 }
 
@@ -79,6 +84,7 @@ std::string HostConnection::receive(Deadline deadline) {
 std::string HostConnection::receive_message() {
     std::string message = on_socket([this] { return m_socket.receive(message_patience.count()); });
     prepare_connection();
+    if (m_quiet != nullptr) m_quiet->heard();
     return message;
 }
 
@@ -89,25 +95,38 @@ std::string HostConnection::receive_message() {
 void HostConnection::prepare_connection() {
     const int at_once = 1;
     ::setsockopt(handle(), IPPROTO_TCP, TCP_QUICKACK, &at_once, sizeof at_once);
-    ::setsockopt(handle(), SOL_SOCKET, SO_SNDTIMEO, &send_patience, sizeof send_patience);
+    ::setsockopt(handle(), SOL_SOCKET, SO_SNDTIMEO, &long_send_patience, sizeof long_send_patience);
 }
 
-bool HostConnection::is_readable_by(Deadline deadline, int descriptor, StopReaction reaction) {
-    for (;;) {
-        if (m_stop.level() == StopRequest::Level::immediate) throw Stopped();
-        if (m_stop.requested() && reaction == StopReaction::give_up) throw Stopped();
-        if (m_stop.requested() && !m_stop_deadline) m_stop_deadline = deadline_in(stop_patience);
-        const Deadline limit = m_stop_deadline ? std::min(deadline, *m_stop_deadline) : deadline;
+/// Until when to wait, after a look at what the user wants.
+Deadline HostConnection::limit_of(Deadline deadline, StopReaction reaction) {
+    if (m_stop.level() == StopRequest::Level::immediate) throw Stopped();
+    if (m_stop.requested() && reaction == StopReaction::give_up) throw Stopped();
+    if (m_stop.aborting() && !m_stop_begin) m_stop_begin = Clock::now();
+    return m_stop_begin ? std::min(deadline, *m_stop_begin + m_stop_patience) : deadline;
+}
 
-        const int stop_fd = m_stop_deadline ? m_stop.immediate_fd() : m_stop.orderly_fd();
+bool HostConnection::is_ready_by(Deadline deadline, pollfd wanted, StopReaction reaction) {
+    for (;;) {
+        const Deadline limit = limit_of(deadline, reaction);
+        int stop_fd = m_stop_begin ? m_stop.immediate_fd() : m_stop.orderly_fd();
+        if (reaction == StopReaction::give_up) stop_fd = m_stop.requested_fd();
         const int output_fd = m_host != nullptr ? m_host->output_fd() : -1;
         const int exit_fd = m_host != nullptr ? m_host->exit_fd() : -1;
-        const auto ready = wait_readable({stop_fd, descriptor, output_fd, exit_fd}, limit);
-        if (ready == descriptor) return true;
+        const Deadline wake = m_quiet != nullptr ? std::min(limit, m_quiet->next()) : limit;
+        const auto ready =
+            wait_ready({{stop_fd, POLLIN, 0}, wanted, {output_fd, POLLIN, 0}, {exit_fd, POLLIN, 0}}, wake);
+        if (ready == wanted.fd) return true;
         if (Clock::now() >= limit) return false;
-        if (ready == output_fd) m_host->read_output();
+        if (m_quiet != nullptr) m_quiet->look();
+        if (ready == output_fd) take_output();
         if (ready == exit_fd) throw HostFailure("the host ended");
     }
+}
+
+void HostConnection::take_output() {
+    m_host->read_output();
+    if (m_quiet != nullptr) m_quiet->heard();
 }
 
 }  // namespace corrivane::worker

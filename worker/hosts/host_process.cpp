@@ -1,10 +1,8 @@
 #include "worker/hosts/host_process.h"
 
-#include "worker/base/pidfd.h"
 #include "worker/base/wait.h"
 
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 
 #include <cerrno>
@@ -20,6 +18,8 @@ constexpr std::size_t kept_lines = 12;
 /// A line of output that grows beyond this is cut, so that a host that never ends its line fills no memory.
 constexpr std::size_t max_line = 4096;
 constexpr std::chrono::milliseconds patience_after_sigterm{2000};
+constexpr std::chrono::milliseconds patience_when_stopping{500};
+constexpr std::chrono::milliseconds patience_with_keeper{3000};
 
 struct Pipe {
     FileDescriptor read_end;
@@ -49,68 +49,32 @@ std::vector<char*> argument_vector(const std::string& program, const std::vector
     return vector;
 }
 
-/// Signals as a program expects them at its start: the worker blocks some and ignores others.
-void restore_signals() {
-    sigset_t none;
-    ::sigemptyset(&none);
-    ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    ::signal(SIGPIPE, SIG_DFL);
-}
-
-/// The child's way from fork to exec. Other threads may have held any lock at the fork, so only system calls
-/// here. Returns the error number when it fails.
-int become_host(char* const* arguments, pid_t worker, int input, int output) {
-    ::setpgid(0, 0);
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != worker) ::_exit(1);  // the worker died before the kernel knew that it matters
-    restore_signals();
-    if (::dup2(input, STDIN_FILENO) == -1) return errno;
-    if (::dup2(output, STDOUT_FILENO) == -1) return errno;
-    if (::dup2(output, STDERR_FILENO) == -1) return errno;
-    ::execv(arguments[0], arguments);
-    return errno;
-}
-
-std::string describe_status(const siginfo_t& info) {
-    if (info.si_code == CLD_EXITED) return "exited with code " + std::to_string(info.si_status);
-    const char* name = ::sigdescr_np(info.si_status);
-    return "was ended by signal " + std::to_string(info.si_status) + " (" + (name ? name : "unknown") + ")";
+std::string describe_end(const ProgramEnd& end) {
+    if (end.code == CLD_EXITED) return "exited with code " + std::to_string(end.status);
+    const char* name = ::sigdescr_np(end.status);
+    return "was ended by signal " + std::to_string(end.status) + " (" + (name ? name : "unknown") + ")";
 }
 
 }  // namespace
 
 HostProcess::HostProcess(const std::string& program, const std::vector<std::string>& arguments,
-                         std::string_view input, LineSink on_output)
+                         std::string_view input, LineSink on_output, int nice)
     : m_on_output(std::move(on_output)) {
     Pipe output = make_pipe();
-    Pipe failure = make_pipe();  // carries exec's error number, or closes at a successful exec
     const FileDescriptor input_end = readable_text(input);
     const std::vector<char*> vector = argument_vector(program, arguments);
-    const pid_t worker = ::getpid();
-
-    m_pid = ::fork();
-    if (m_pid == -1) throw std::system_error(errno, std::generic_category(), "fork");
-    if (m_pid == 0) {
-        const int error = become_host(vector.data(), worker, input_end.get(), output.write_end.get());
-        [[maybe_unused]] const auto written = ::write(failure.write_end.get(), &error, sizeof error);
-        ::_exit(127);
-    }
-    ::setpgid(m_pid, m_pid);  // on both sides: whoever comes first, the group is there before it is signalled
-    failure.write_end.reset();
-    m_exit = FileDescriptor(::pidfd_open(m_pid, 0));
-    const int exit_error = m_exit.get() == -1 ? errno : 0;
+    m_keeper = start_kept({vector.data(), input_end.get(), output.write_end.get(), nice});
+    m_pid = m_keeper.program;
     m_output = std::move(output.read_end);
     ::fcntl(m_output.get(), F_SETFL, O_NONBLOCK);
-
-    int error = exit_error;
-    if (error != 0 || ::read(failure.read_end.get(), &error, sizeof error) == sizeof error) {
-        reap(nullptr);
-        throw std::system_error(error, std::generic_category(), "cannot start the host " + program);
-    }
 }
 
 HostProcess::~HostProcess() {
-    if (m_pid != -1) reap("was killed");
+    if (m_keeper.pid != -1) reap("was killed");
+}
+
+ProcessTree HostProcess::processes() const {
+    return descendants_of(m_keeper.pid);
 }
 
 void HostProcess::read_output() {
@@ -154,12 +118,13 @@ std::string HostProcess::last_output() const {
 }
 
 const std::string& HostProcess::end(std::chrono::milliseconds patience, const StopRequest& stop) {
-    if (m_pid == -1) return m_end_description;
+    if (m_keeper.pid == -1) return m_end_description;
     const char* forced = nullptr;
     if (!wait_for_exit(patience, stop)) {
         forced = "was ended by the worker";
         signal_group(SIGTERM);
-        if (!wait_for_exit(patience_after_sigterm, stop)) forced = "was killed by the worker";
+        const auto last_patience = stop.aborting() ? patience_when_stopping : patience_after_sigterm;
+        if (!wait_for_exit(last_patience, stop)) forced = "was killed by the worker";
     }
     reap(forced);
     return m_end_description;
@@ -168,8 +133,8 @@ const std::string& HostProcess::end(std::chrono::milliseconds patience, const St
 bool HostProcess::wait_for_exit(std::chrono::milliseconds patience, const StopRequest& stop) {
     const Deadline deadline = deadline_in(patience);
     do {
-        const auto ready = wait_readable({m_exit.get(), stop.immediate_fd(), m_output.get()}, deadline);
-        if (ready == m_exit.get()) return true;
+        const auto ready = wait_readable({exit_fd(), stop.immediate_fd(), m_output.get()}, deadline);
+        if (ready == exit_fd()) return true;
         if (!ready || ready == stop.immediate_fd()) return false;
         read_output();
     } while (Clock::now() < deadline);
@@ -180,14 +145,20 @@ void HostProcess::signal_group(int signal) const {
     ::kill(-m_pid, signal);
 }
 
-/// Kills what is left of the group while the dead host still holds its number, and takes the host's status.
+/// Lets the keeper kill what is left, waits for it, and takes the program's status.
 void HostProcess::reap(const char* forced) {
-    signal_group(SIGKILL);
-    siginfo_t info{};
-    while (::waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED) == -1 && errno == EINTR) {
-    }
-    m_pid = -1;
-    m_end_description = forced != nullptr ? forced : describe_status(info);
+    ProgramEnd end;
+    const bool told =
+        wait_readable({exit_fd()}, Clock::now()) && ::read(exit_fd(), &end, sizeof end) == sizeof end;
+    m_keeper.leash.reset();
+    // The keeper's end closes the report. It comes late where the system can't kill a process that waits for a disk.
+    const Deadline deadline = deadline_in(patience_with_keeper);
+    bool is_over = false;
+    for (ProgramEnd late; !is_over && wait_readable({exit_fd()}, deadline);)
+        is_over = ::read(exit_fd(), &late, sizeof late) <= 0;
+    ::waitpid(m_keeper.pid, nullptr, is_over ? 0 : WNOHANG);
+    m_keeper.pid = -1;
+    m_end_description = forced != nullptr ? forced : told ? describe_end(end) : "was killed";
     read_output();
 }
 

@@ -31,6 +31,10 @@ std::vector<std::string> host_arguments(const HostSettings& settings) {
     for (const auto& [letter, folder] : settings.drives)
         arguments.insert(arguments.end(), {"--drive", letter + ('=' + folder)});
     if (!settings.network.empty()) arguments.insert(arguments.end(), {"--network", settings.network});
+    if (!settings.log_folder.empty())
+        arguments.insert(arguments.end(), {"--log-folder", settings.log_folder});
+    if (settings.threads > 0)
+        arguments.insert(arguments.end(), {"--threads", std::to_string(settings.threads)});
     if (!settings.library.empty()) arguments.insert(arguments.end(), {"--library", settings.library});
     arguments.emplace_back("-");
     return arguments;
@@ -42,6 +46,19 @@ std::string host_script(int port, const std::string& token) {
     return "print (QuillaneUtil.RunCorrivaneDaemon " + std::to_string(port) + " \"" + token + "\")\n";
 }
 
+std::string describe_state(char state) {
+    switch (state) {
+        case 'T':
+            return "stopped";
+        case 'D':
+            return "waiting for a disk";
+        case 'R':
+            return "working";
+        default:
+            return "waiting";
+    }
+}
+
 }  // namespace
 
 RunningHost::RunningHost(const HostSettings& settings, const Job& job, SessionObserver& observer,
@@ -49,19 +66,34 @@ RunningHost::RunningHost(const HostSettings& settings, const Job& job, SessionOb
     : m_stop(stop),
       m_connection(stop),
       m_token(make_token()),
-      m_process(settings.program, host_arguments(settings), host_script(m_connection.port(), m_token),
-                [this, on_output = std::move(on_output)](std::string_view line) {
-                    note_log_entry(line);
-                    on_output(line);
-                }),
+      m_process(
+          settings.program, host_arguments(settings), host_script(m_connection.port(), m_token),
+          [this, on_output = std::move(on_output)](std::string_view line) {
+              note_log_entry(line);
+              on_output(line);
+          },
+          settings.nice),
+      m_quiet(limits.quiet, quiet_actions(observer)),
       m_session(m_connection, job, observer, stop, limits) {
+    observer.on_start(m_process.pid());
     m_connection.watch(m_process);
+    m_connection.watch_quiet(m_quiet);
     try {
         m_connection.accept(m_token, deadline_in(limits.start));
         m_greeting = m_session.handshake();
     } catch (const HostFailure& failure) {
         throw HostFailure(end_after(failure.what()));
     }
+}
+
+QuietWatch::Actions RunningHost::quiet_actions(SessionObserver& observer) {
+    const auto on_silence = [this] { m_cpu_time_at_silence = m_process.processes().cpu_time; };
+    const auto on_quiet = [this, &observer](std::chrono::milliseconds quiet_for) {
+        const ProcessTree processes = m_process.processes();
+        observer.on_quiet({quiet_for, processes.cpu_time - m_cpu_time_at_silence, processes.memory_bytes,
+                           describe_state(processes.state), m_process.last_output()});
+    };
+    return {on_silence, on_quiet};
 }
 
 void RunningHost::note_log_entry(std::string_view line) {
@@ -76,7 +108,7 @@ std::vector<std::string> RunningHost::take_log_entries() {
 
 void RunningHost::end() {
     m_connection.close();
-    m_process.end(patience, m_stop);
+    m_process.end(m_stop.aborting() ? patience_after_failure : patience, m_stop);
 }
 
 std::string RunningHost::end_after(const std::string& reason) {

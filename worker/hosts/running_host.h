@@ -20,6 +20,7 @@ public:
                 const StopRequest& stop, const TimeLimits& limits, HostProcess::LineSink on_output);
 
     FarmSession& session() { return m_session; }
+    const HostProcess& process() const { return m_process; }
     const std::string& greeting() const { return m_greeting; }
 
     /// The errors and warnings that the host has printed since the last call, or since its start: its lines
@@ -30,18 +31,24 @@ public:
     /// end itself.
     void end();
 
+    /// How the program ended, after that.
+    const std::string& how_it_ended() { return m_process.end({}, m_stop); }
+
     /// Ends a host that failed. Returns the reason with what became of the program and its last lines
     /// of output.
     std::string end_after(const std::string& reason);
 
 private:
     void note_log_entry(std::string_view line);
+    QuietWatch::Actions quiet_actions(SessionObserver& observer);
 
     const StopRequest& m_stop;
     HostConnection m_connection;
     std::string m_token;
     std::vector<std::string> m_log_entries;
     HostProcess m_process;
+    std::chrono::milliseconds m_cpu_time_at_silence{0};
+    QuietWatch m_quiet;
     FarmSession m_session;
     std::string m_greeting;
 };

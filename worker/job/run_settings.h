@@ -13,6 +13,10 @@ struct HostSettings {
     std::map<char, std::string> drives;  // folders by letter; C is drive_c where it is not among them
     std::string network;                 // folder that stands for the network; empty for none
     std::string library;                 // plug-in library; empty for the host's own
+    int threads = 0;                     // that render; 0: the machine's cores are shared among the hosts
+    int nice = 0;                        // added to the worker's priority
+    int memory_mib = 0;                  // a host that has more is replaced between frames; 0: no limit
+    std::string log_folder;  // of the plug-in's log, for this host alone; empty: the one on drive C
 };
 
 /// How long the worker waits for a host to do its part.
@@ -20,6 +24,15 @@ struct TimeLimits {
     std::chrono::milliseconds start{60'000};    // from the start of the program to its connection
     std::chrono::milliseconds load{600'000};    // StartJob
     std::chrono::milliseconds work{3'600'000};  // one frame, or one script
+    /// After so long without a word from a host at work it is said what the host does; max() for never.
+    std::chrono::milliseconds quiet{60'000};
+};
+
+/// How closely a frame's files are looked at before it counts as done.
+enum class Verify {
+    off,
+    fast,  // they are there and new, have their size, and begin and end as they should
+    full   // every pixel can be read
 };
 
 /// How a job is run.
@@ -27,10 +40,11 @@ struct RunSettings {
     HostSettings host;
     TimeLimits limits;
     int hosts = 1;    // at once; never more than the job has frames
-    int retries = 2;  // of a frame whose host died or hung, and of a host that does not come up
-    /// A frame counts as done only when the files that it wrote are there and not empty. One that wrote none,
-    /// because the scene skips it or saves nothing, counts unless an empty file is in its place.
-    bool check_files = false;
+    int retries = 2;  // further attempts at a frame that came to nothing, and at a host that does not come up
+    bool retry_errors = true;  // also for a frame that was answered with an error
+    Verify verify = Verify::full;
+    bool resume = false;         // frames whose files are there and whole are not rendered again
+    bool finish_frames = false;  // the first wish to stop lets the running frames finish
     bool show_host_output = false;
 };
 

@@ -14,8 +14,9 @@ std::size_t lane_count(const Job& job, const RunSettings& settings);
 /// Renders a job: starts the hosts, hands out the frames, and starts a new host where one fails, until every
 /// frame is done or failed, or the user stops. `events` gets what happens.
 ///
-/// A frame that the plug-in answers with an error has failed. One whose host dies or hangs is tried again
-/// with a new host, `retries` times. A job that the plug-in refuses to start ends at once, as does one for
+/// A frame of which nothing came is tried again, `retries` times: the plug-in answered with an error, the host died or
+/// hung, or the files are not what they should be. When all are over, the files of all frames are looked at again. A
+/// job that the plug-in refuses to start ends at once, as does one for
 /// which no host comes up. No host is left when this returns. Throws std::invalid_argument for a job that
 /// check_job refuses.
 JobReport run_job(const Job& job, const RunSettings& settings, const StopRequest& stop, EventStream& events);

@@ -137,6 +137,19 @@ JobSetting region_padding() {
     return row;
 }
 
+/// What verifying was called when it looked at less.
+JobSetting check() {
+    JobSetting row{.key = "check", .flag = "--check", .form = "", .help = "The same as --verify full"};
+    const auto read = [](const auto& source, JobSettings& settings) {
+        bool is_wanted = false;
+        read_value(source, is_wanted);
+        if (is_wanted) settings.run.verify = Verify::full;
+    };
+    row.read = read;
+    row.read_option = read;
+    return row;
+}
+
 void add_ignore_missing(const Job& job, JobCommands& commands) {
     commands.before_start = ignore_missing_commands(job.options.ignore_missing);
 }
@@ -195,16 +208,25 @@ std::vector<JobSetting> job_settings() {
                 {.check = is_named}),
         setting("hosts", "--hosts", "N", "Hosts at work at the same time (default: 1)", &RunSettings::hosts,
                 {.check = within<1, 64>}),
-        setting("retries", "--retries", "N",
-                "Further attempts at a frame whose host died or hung (default: 2)", &RunSettings::retries,
-                {.check = within<0, 100>}),
+        setting("retries", "--retries", "N", "Further attempts at a frame that came to nothing (default: 2)",
+                &RunSettings::retries, {.check = within<0, 100>}),
+        setting("retryErrors", "--retry-errors", "on|off",
+                "Whether a frame that was answered with an error is tried again (default: on)",
+                &RunSettings::retry_errors),
         setting("loadTimeout", "--load-timeout", "S",
                 "Seconds for a host to load the scene, 0 for no limit (default: 600)", &TimeLimits::load,
                 {.check = within_a_year_or_none}),
-        setting("check", "--check", "",
-                "A frame counts only when the files it wrote are there and not empty; one that wrote none "
-                "(skipped, or the scene saves none) counts unless its file is empty",
-                &RunSettings::check_files),
+        check(),
+        setting(
+            "verify", "--verify", "full|fast|off",
+            "How the files of a frame are looked at before it counts: to the last pixel; header, size and "
+            "end; not at all (default: full)",
+            &RunSettings::verify),
+        setting("resume", "--resume", "", "Render only the frames whose files are missing or not whole",
+                &RunSettings::resume),
+        setting("finishFrames", "--finish-frames", "",
+                "The first Ctrl-C lets the running frames finish; the second one stops them",
+                &RunSettings::finish_frames),
     };
 }
 
@@ -221,6 +243,16 @@ std::vector<JobSetting> host_settings() {
                 {.check = may_be_folder}),
         setting("library", "--library", "FILE", "The plug-in library (default: the host's)",
                 &HostSettings::library),
+        setting("threads", "--threads", "N",
+                "Threads that each host renders with (default: the cores, shared among the hosts)",
+                &HostSettings::threads, {.check = within<1, 1024>}),
+        setting("nice", "--nice", "N", "Lower the hosts' priority, by 1 to 19", &HostSettings::nice,
+                {.check = within<0, 19>}),
+        setting("memory", "--memory", "MIB", "Replace a host that has more memory than that, between frames",
+                &HostSettings::memory_mib, {.check = within<0, 1 << 24>}),
+        setting("quietTimeout", "--quiet-timeout", "S",
+                "Say what a host does that was quiet for so many seconds, 0 for never (default: 60)",
+                &TimeLimits::quiet, {.check = within_a_year_or_none}),
         setting("startTimeout", "--start-timeout", "S",
                 "Seconds for a host to start and connect (default: 60)", &TimeLimits::start,
                 {.check = within_a_year}),

@@ -121,9 +121,10 @@ void read_value(const json::Value& source, bool& value) {
 }
 
 void read_value(const OptionTexts& texts, bool& value) {
-    if (texts.front() != "true" && texts.front() != "false")
-        throw std::invalid_argument('"' + texts.front() + "\" is neither true nor false");
-    value = texts.front() == "true";
+    const std::string& text = texts.front();
+    if (text != "true" && text != "false" && text != "on" && text != "off")
+        throw std::invalid_argument('"' + text + "\" is neither true nor false, on nor off");
+    value = text == "true" || text == "on";
 }
 
 void read_value(const json::Value& source, int& value) {
@@ -289,6 +290,23 @@ std::vector<std::string> command_parameters(int value) {
 
 std::vector<std::string> command_parameters(const std::string& value) {
     return {value};
+}
+
+void read_value(const json::Value& source, Verify& value) {
+    try {
+        read_value({text_of(source)}, value);
+    } catch (const std::invalid_argument& error) {
+        source.fail(error.what());
+    }
+}
+
+void read_value(const OptionTexts& texts, Verify& value) {
+    static const std::map<std::string_view, Verify> names = {
+        {"full", Verify::full}, {"fast", Verify::fast}, {"off", Verify::off}};
+    const auto name = names.find(texts.front());
+    if (name == names.end())
+        throw std::invalid_argument('"' + texts.front() + "\" is none of full, fast, off");
+    value = name->second;
 }
 
 std::vector<std::string> command_parameters(const Region& value) {

@@ -2,6 +2,7 @@
 
 #include "json/value.h"
 #include "worker/job/job.h"
+#include "worker/job/run_settings.h"
 
 #include <chrono>
 #include <map>
@@ -64,6 +65,10 @@ void read_value(const OptionTexts& texts, BlackFrameCheck& value);
 /// A list of files, uvws, dlls, xrefs; with commas between them.
 void read_value(const json::Value& source, IgnoreMissing& value);
 void read_value(const OptionTexts& texts, IgnoreMissing& value);
+
+/// full, fast or off.
+void read_value(const json::Value& source, Verify& value);
+void read_value(const OptionTexts& texts, Verify& value);
 
 template <typename Source, typename Value>
 void read_value(const Source& source, std::optional<Value>& value) {

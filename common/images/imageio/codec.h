@@ -10,6 +10,6 @@ namespace corrivane {
 // The module's two functions, as ImageModule describes them.
 
 void encode_image(const EncodeRequest& request, std::vector<unsigned char>& bytes);
-ImageFacts verify_image(const std::string& path);
+ImageFacts verify_image(const std::string& path, ImageLook look);
 
 }  // namespace corrivane

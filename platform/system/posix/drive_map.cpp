@@ -2,6 +2,7 @@
 
 #include <system/drive_map.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <filesystem>
@@ -15,6 +16,9 @@ namespace {
 struct DriveMap {
     std::array<std::string, 26> drives;
     std::string network;
+    int own_drive = -1;  // that has a folder which lies elsewhere
+    std::string own_names;
+    std::string own_folder;
 };
 
 DriveMap& drive_map() {
@@ -76,11 +80,32 @@ DWORD append_below_root(std::string_view path, MappedPath& mapped) {
     return ERROR_SUCCESS;
 }
 
+char lower(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+bool same_name(std::string_view left, std::string_view right) {
+    return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin(),
+                                                     [](char a, char b) { return lower(a) == lower(b); });
+}
+
+// Takes the names of the folder that lies elsewhere off the path; false where the path leads past it.
+bool take_own_folder(int drive, std::string_view& path) {
+    if (drive != drive_map().own_drive) return false;
+    std::string_view left = path;
+    std::string_view names = drive_map().own_names;
+    for (std::string_view name = take_name(names); !name.empty(); name = take_name(names))
+        if (!same_name(take_name(left), name)) return false;
+    path = left;
+    return true;
+}
+
 DWORD map_drive_path(int drive, std::string_view path, MappedPath& mapped) {
     const std::string& folder = drive_map().drives[static_cast<std::size_t>(drive)];
     if (folder.empty()) return ERROR_PATH_NOT_FOUND;
     mapped.root = PathRoot::Drive;
-    if (!mapped.append(folder)) return ERROR_FILENAME_EXCED_RANGE;
+    const std::string& root = take_own_folder(drive, path) ? drive_map().own_folder : folder;
+    if (!mapped.append(root)) return ERROR_FILENAME_EXCED_RANGE;
     return append_below_root(path, mapped);
 }
 
@@ -165,6 +190,12 @@ void map_drive(char letter, const std::string& folder) {
 
 void map_network(const std::string& folder) {
     drive_map().network = system_detail::without_trailing_separators(folder);
+}
+
+void map_folder_of_drive(char letter, const std::string& names, const std::string& folder) {
+    drive_map().own_drive = drive_index(letter);
+    drive_map().own_names = names;
+    drive_map().own_folder = system_detail::without_trailing_separators(folder);
 }
 
 void clear_drive_map() {

@@ -95,6 +95,11 @@ void map_network(const std::string& folder) {
                                 folder);
 }
 
+void map_folder_of_drive(char letter, const std::string& names, const std::string& folder) {
+    throw std::invalid_argument("no folder can stand for " + (letter + (":\\" + names)) +
+                                " on Windows, which has drives of its own: " + folder);
+}
+
 void clear_drive_map() {}
 
 NativePath native_path(std::string_view windows_path) {

@@ -15,9 +15,10 @@ std::optional<HostOptions> read(std::vector<const char*> arguments) {
 
 TEST(HostOptionsTest, ReadsEverything) {
     const auto options =
-        read({"--drive", "d=/data", "--network", "/net", "--drive=E=/e=f", "--library", "x.dlx",
-              "--scene-file", "D:\\a.gltf", "--mxs-string", "file:C:\\x:y", "--mxs-int", "port:-17",
-              "--mxs-string", "empty:", "--listener-log", "log.txt", "run.ms"});
+        read({"--drive",  "d=/data",      "--network",  "/net",           "--drive=E=/e=f", "--library",
+              "x.dlx",    "--scene-file", "D:\\a.gltf", "--mxs-string",   "file:C:\\x:y",   "--mxs-int",
+              "port:-17", "--mxs-string", "empty:",     "--listener-log", "log.txt",        "--threads",
+              "3",        "--log-folder", "/log",       "run.ms"});
     ASSERT_TRUE(options.has_value());
     EXPECT_EQ((std::map<char, std::string>{{'C', "drive_c"}, {'D', "/data"}, {'E', "/e=f"}}),
               options->drives);
@@ -28,6 +29,8 @@ TEST(HostOptionsTest, ReadsEverything) {
         {"file", "C:\\x:y"}, {"port", -17}, {"empty", ""}};
     EXPECT_EQ(arguments, options->script_arguments);
     EXPECT_EQ("log.txt", options->listener_log);
+    EXPECT_EQ(3, options->threads);
+    EXPECT_EQ("/log", options->log_folder);
     EXPECT_EQ("run.ms", options->script);
     EXPECT_FALSE(options->execute.has_value());
     EXPECT_EQ("", *read({"--execute", ""})->execute);
@@ -44,6 +47,8 @@ TEST(HostOptionsTest, EveryBadArgumentIsNamed) {
         {{"--drive", "c=/x", "--drive", "C=/y"}, "drive C is given twice"},
         {{"--drive"}, "--drive"},
         {{"--network", ""}, "--network"},
+        {{"--log-folder", "/dev/null"}, "--log-folder: \"/dev/null\" is not a folder"},
+        {{"--threads", "0"}, "--threads"},
         {{"--network", "/dev/null"}, "--network: \"/dev/null\" is not a folder"},
         {{"--mxs-string", "key"}, "\"key\" does not have the form KEY:VALUE"},
         {{"--mxs-string", ":value"}, "KEY:VALUE"},

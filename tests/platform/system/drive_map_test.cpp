@@ -15,6 +15,7 @@ protected:
         map_drive('C', "/drives/c");
         map_drive('z', "relative/z/");
         map_drive('R', "/");
+        map_folder_of_drive('c', "Quillane\\logs", "/logs/1/");
         map_network("/net");
     }
     void TearDown() override { clear_drive_map(); }
@@ -47,6 +48,11 @@ TEST_F(DriveMap, TurnsWindowsPathsIntoPathsOfThisMachine) {
         {"/usr/lib/x:y ", "/usr/lib/x:y ", ""},
         {"..\\a", "../a", ""},
         {"C:\\\x81\xfe", "/drives/c/\x81\xfe", "/drives/c"},
+        {"C:/quillane\\LOGS\\a.log", "/logs/1/a.log", "/logs/1"},
+        {"C:\\Quillane\\logs", "/logs/1", "/logs/1"},
+        {"C:\\Quillane\\logs2\\a", "/drives/c/Quillane/logs2/a", "/drives/c"},
+        {"Z:\\Quillane\\logs\\a", "relative/z/Quillane/logs/a", "relative/z"},
+        {"C:\\Quillane\\logs\\..\\..\\a", "/logs/1/a", "/logs/1"},
         // Dots never lead out of a root.
         {"C:\\..\\..\\etc", "/drives/c/etc", "/drives/c"},
         {"C:\\a\\..\\..\\b", "/drives/c/b", "/drives/c"},

@@ -97,7 +97,7 @@ private:
         const bool bad = !m_frame.empty() && m_frame == m_call.bad_frame;
         if (command.ends_with("rendOutputFilename")) return m_call.folder + "/out.png";
         if (bad && m_call.behaviour == "die-at-files") std::exit(0);
-        if (m_frame.empty() || (bad && m_call.behaviour == "skip")) return "";
+        if (m_frame.empty()) return "";
         return m_call.folder + "/out" + m_frame + ".png\n";
     }
 
@@ -139,6 +139,10 @@ private:
         }
         if (behaviour == "die-once" && ::mkdir((m_call.folder + "/once").c_str(), 0700) == 0)
             std::raise(SIGKILL);
+        if (behaviour == "impatient" && ::mkdir((m_call.folder + "/once").c_str(), 0700) == 0) {
+            give_up_waiting();
+            return true;
+        }
         if (behaviour == "hang-deaf") std::signal(SIGTERM, SIG_IGN);
         while (behaviour.starts_with("hang"))
             ::pause();
@@ -153,12 +157,29 @@ private:
             std::exit(0);
         }
         if (behaviour == "render-on") render_until_told();
-        if (behaviour == "skip") m_peer.send("SUCCESS");
-        if (behaviour == "empty-file") {
-            std::ofstream(m_call.folder + "/out" + m_frame + ".png").close();
-            m_peer.send("SUCCESS");
+        if (behaviour == "slow") render_slowly();
+        if (behaviour == "flood") std::cout << std::string(3'000'000, '\n') << std::flush;
+        return behaviour != "die-once" && behaviour != "die-at-files" && behaviour != "impatient" &&
+               behaviour != "slow" && behaviour != "flood";
+    }
+
+    /// As after six answers that did not come in time.
+    void give_up_waiting() {
+        for (int i = 0; i < 6; ++i)
+            m_peer.send("FUNCTION: PROGRESS 60");
+        for (int i = 0; i < 6; ++i)
+            m_peer.receive();
+        abort_render();
+    }
+
+    /// Until the worker wants to stop, which it doesn't say, and a little longer.
+    void render_slowly() {
+        trace("rendering on");
+        for (int i = 0; i < 20; ++i) {
+            ::usleep(50000);
+            m_peer.send("FUNCTION: PROGRESS 60");
+            m_peer.receive();
         }
-        return behaviour != "die-once" && behaviour != "die-at-files";
     }
 
     void render_until_told() {

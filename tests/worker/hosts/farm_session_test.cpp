@@ -214,7 +214,7 @@ TEST(FarmSession, WrongGreetingsAreRefused) {
 
 TEST(FarmSession, AStopBeforeTheHostHasConnectedEndsTheWait) {
     Farm farm;
-    std::thread user([&farm] { farm.stop.raise(); });
+    std::thread user([&farm] { farm.stop.raise(StopRequest::Level::finishing); });
     EXPECT_THROW(farm.connection.accept("token", Deadline::max()), Stopped);
     user.join();
 }

@@ -1,7 +1,6 @@
 #include "worker/hosts/host_process.h"
 
 #include "support/test.h"
-#include "worker/base/pidfd.h"
 #include "worker/base/wait.h"
 
 #include <csignal>
@@ -40,8 +39,7 @@ TEST_F(HostProcessTest, MuchOutputNeitherBlocksItNorFillsMemory) {
 
 TEST_F(HostProcessTest, AHostThatDoesNotEndIsEndedByForce) {
     EXPECT_EQ(shell("exec sleep 1000").end(0ms, stop), "was ended by the worker");
-    stop.raise();
-    stop.raise();
+    stop.raise(StopRequest::Level::immediate);
     HostProcess stubborn = shell("trap '' TERM; echo ready; while :; do sleep 1000; done");
     while (lines.empty()) {
         ASSERT_TRUE(wait_readable({stubborn.output_fd()}, deadline_in(10s)));
@@ -51,15 +49,13 @@ TEST_F(HostProcessTest, AHostThatDoesNotEndIsEndedByForce) {
 }
 
 TEST_F(HostProcessTest, WhatItStartedEndsWithIt) {
-    HostProcess host = shell("sleep 1000 & echo $!");
-    host.end(10s, stop);
-    ASSERT_EQ(lines.size(), 1);
-    // A killed orphan may stay a zombie for a moment, or for good where nobody reaps, but it can't be
-    // opened alive.
-    const FileDescriptor orphan(::pidfd_open(std::stoi(lines[0]), 0));
-    if (orphan.get() != -1) {
-        EXPECT_TRUE(wait_readable({orphan.get()}, deadline_in(10s)));
-    }
+    // In its group, in a session of its own, and without a parent.
+    HostProcess host =
+        shell("sleep 1000 & echo $!; setsid sleep 1000 & echo $!; (setsid sleep 1000 & echo $!)");
+    EXPECT_EQ(host.end(10s, stop), "exited with code 0");
+    ASSERT_EQ(lines.size(), 3);
+    for (const std::string& orphan : lines)
+        EXPECT_EQ(::kill(std::stoi(orphan), 0), -1) << orphan;
 }
 
 TEST_F(HostProcessTest, StartsWithoutTheWorkersSignalsAndDescriptors) {

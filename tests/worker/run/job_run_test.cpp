@@ -1,9 +1,8 @@
 #include "worker/run/job_run.h"
 
 #include "support/test.h"
-#include "worker/base/pidfd.h"
 #include "worker/job/frame_list.h"
-#include "worker/run/written_files.h"
+#include "worker/run/output_plan.h"
 #include "worker/views/progress_view.h"
 
 #include <boost/algorithm/string.hpp>
@@ -25,6 +24,7 @@ protected:
         job.frames = parse_frame_list("1-3");
         settings.host.program = FAKE_HOST_PROGRAM;
         settings.retries = 1;
+        settings.verify = Verify::off;  // the fake host writes no images
     }
 
     JobReport run(const std::string& behaviour) {
@@ -37,7 +37,7 @@ protected:
         events.close();
         for (const std::string& line : trace())
             if (line.starts_with("host ")) {
-                EXPECT_EQ(::pidfd_open(std::stoi(line.substr(5)), 0), -1) << line << " is left";
+                EXPECT_EQ(::kill(std::stoi(line.substr(5)), 0), -1) << line << " is left";
             }
         return report;
     }
@@ -72,16 +72,15 @@ TEST_F(JobRunTest, RendersEveryFrameWithOneHost) {
     job.job_info["Name"] = "Robot";
     job.options.ignore_missing.files = true;
     job.options.alpha_split = true;
-    settings.check_files = true;
     const JobReport report = run("");
     EXPECT_TRUE(report.success()) << out.str();
     EXPECT_THAT(report.frames[2].files, Optional(ElementsAre(folder / "out3.png")));
     EXPECT_EQ(count_hosts(), 1);
     const auto lines = trace();
-    EXPECT_THAT(std::vector(lines.begin() + 1, lines.begin() + 8),
-                ElementsAre("IgnoreMissingExternalFiles", "StartJob,scene.gltf,", "AlphaSplit",
-                            StartsWith("ExecuteStringScript,1,"), "ExecuteScript,1,pre.ms", "SUCCESS: Robot",
-                            "RenderTask,1"));
+    EXPECT_THAT(
+        std::vector(lines.begin() + 1, lines.begin() + 7),
+        ElementsAre("IgnoreMissingExternalFiles", "StartJob,scene.gltf,", "AlphaSplit",
+                    StartsWith("ExecuteStringScript,1,"), "ExecuteScript,1,pre.ms", "SUCCESS: Robot"));
     EXPECT_THAT(std::vector(lines.end() - 4, lines.end()),
                 ElementsAre("ExecuteScript,1,post.ms", "SUCCESS: Robot", "EndJob", "end"));
     EXPECT_THAT(out.str(),
@@ -105,16 +104,23 @@ TEST_F(JobRunTest, AFrameThatItsHostDidNotSurviveIsTriedAgain) {
     EXPECT_THAT(out.str(), HasSubstr("was ended by signal 9"));
 }
 
+TEST_F(JobRunTest, AFrameThatWasGivenUpOverMissedAnswersIsTriedAgainWhateverTheRetries) {
+    settings.retries = 0;
+    settings.retry_errors = false;
+    EXPECT_TRUE(run("impatient@2").success()) << out.str();
+    EXPECT_EQ(count("RenderTask,2"), 2);
+    EXPECT_THAT(out.str(), HasSubstr("This worker was held up"));
+    EXPECT_EQ(count_hosts(), 1);
+}
+
 TEST_F(JobRunTest, FramesFailWithTheirReasonAndTheJobGoesOn) {
-    settings.check_files = true;
     // How a host misbehaves, a part of frame 2's error, the attempts, and the hosts that the job took.
     const std::tuple<const char*, const char*, int, int> cases[] = {
         {"die", "signal 11 (Segmentation fault)\nlast output of the host:\nthe fake host listens\n", 2, 3},
         {"fail", "Access Violation\nfirst line of the report\nits last line\n[error] Renderer: out of memory",
-         1, 1},
-        {"throw", "MAXException caught in 3ds max: out of handles", 1, 2},
-        {"empty-file", "out2.png\" is empty", 1, 1},
-        {"die-at-files", "can't be checked", 1, 2},
+         2, 1},
+        {"throw", "MAXException caught in 3ds max: out of handles", 2, 3},
+        {"die-at-files", "the host closed the connection", 2, 3},
     };
     for (const auto& [behaviour, reason, attempts, hosts] : cases) {
         const JobReport report = run(behaviour + std::string("@2"));
@@ -193,26 +199,14 @@ TEST_F(JobRunTest, WhatHostsSayOfTheSceneIsShownOnce) {
     }
 }
 
-TEST_F(JobRunTest, AFrameWithoutFilesPassesTheCheckUnlessItsFileIsEmpty) {
-    // The second column is the content of the skipped frame's file.
-    const std::tuple<std::string, std::optional<std::string>, Status, const char*> cases[] = {
-        {"skip", std::nullopt, Status::done, "no file written (skipped, or the scene saves none)"},
-        {"skip", "pixels", Status::done, "no file written (skipped, or the scene saves none)"},
-        {"skip", "", Status::failed, "out0102.png\" is empty"},
-        {"die-at-files", "", Status::done, ", its files are not known\n"},  // where nobody checks
-    };
-    job.frames = {2};
-    job.options.frame_base = 100;
-    for (const auto& [behaviour, content, status, output] : cases) {
-        settings.check_files = behaviour == "skip";
-        if (content) test::write_file(folder / "out0102.png", *content);
-        EXPECT_THAT(statuses(run(behaviour + "@2")), ElementsAre(status));
-        EXPECT_THAT(out.str(), HasSubstr(output));
-        out.str("");
-    }
+TEST_F(JobRunTest, AFloodIsCutShort) {
+    settings.show_host_output = true;
+    EXPECT_TRUE(run("flood@2").success());
+    EXPECT_THAT(out.str(), HasSubstr("what follows is left out"));
+    EXPECT_LT(out.str().size(), 200'000);
 }
 
-TEST(WrittenFiles, NamesAreNumberedAsThePluginDoes) {
+TEST(OutputPlan, NamesAreNumberedAsThePluginDoes) {
     const std::tuple<const char*, int, int, const char*> cases[] = {
         {R"(C:\out\beauty.png)", 12, 0, R"(C:\out\beauty0012.png)"},
         {R"(C:\out\beauty.png)", 12, -15, R"(C:\out\beauty-0003.png)"},

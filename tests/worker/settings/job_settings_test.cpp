@@ -37,7 +37,8 @@ constexpr const char* whole_file = R"({
     "jobInfo": {"Name": "Robot", "Priority": 50, "Urgent": true},
     "submitInfo": {"Pools": ["night", 2], "Name": "ana"},
     "auxFiles": ["a.txt", "b.txt"], "preScript": "pre.ms", "postScript": "post.ms",
-    "hosts": 3, "retries": 0, "loadTimeout": 7, "check": true,
+    "hosts": 3, "retries": 0, "retryErrors": false, "loadTimeout": 7, "verify": "fast", "resume": true,
+    "finishFrames": true, "threads": 2, "nice": 5, "memory": 4096, "quietTimeout": 9,
     "host": "my-host", "drives": {"C": "here", "d": "there"}, "network": "net", "library": "x.dlx",
     "startTimeout": 5, "frameTimeout": 0, "showListener": true})";
 
@@ -48,7 +49,8 @@ constexpr const char* whole_command_line =
     "--remove-padding --alpha-split --job-info Name=Robot --job-info Priority=50 --job-info Urgent=true "
     "--submit-info Pools=night --submit-info Pools=2 --submit-info Name=ana --aux-file a.txt "
     "--aux-file b.txt --pre-script pre.ms --post-script post.ms --hosts 3 --retries 0 --load-timeout 7 "
-    "--check --host my-host --drive C=here --drive d=there --network net --library x.dlx "
+    "--retry-errors off --check --verify fast --resume --finish-frames --threads 2 --nice 5 --memory 4096 "
+    "--quiet-timeout 9 --host my-host --drive C=here --drive d=there --network net --library x.dlx "
     "--start-timeout 5 --frame-timeout 0 --show-listener";
 
 void expect_whole_job(const Job& job) {
@@ -73,7 +75,12 @@ void expect_whole_job(const Job& job) {
 void expect_whole_run(const RunSettings& run) {
     EXPECT_EQ(run.hosts, 3);
     EXPECT_EQ(run.retries, 0);
-    EXPECT_TRUE(run.check_files && run.show_host_output);
+    EXPECT_TRUE(run.resume && run.finish_frames && run.show_host_output && !run.retry_errors);
+    EXPECT_EQ(run.verify, Verify::fast);
+    EXPECT_EQ(run.host.threads, 2);
+    EXPECT_EQ(run.host.nice, 5);
+    EXPECT_EQ(run.host.memory_mib, 4096);
+    EXPECT_EQ(run.limits.quiet, 9s);
     EXPECT_EQ(run.limits.start, 5s);
     EXPECT_EQ(run.limits.load, 7s);
     EXPECT_EQ(run.limits.work, std::chrono::milliseconds::max());
