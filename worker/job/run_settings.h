@@ -47,6 +47,7 @@ struct ViewSettings {
 
     Progress progress = Progress::automatic;
     std::string events;         // a file that JSON lines are added to; empty for none
+    std::string report;         // the folder for a page about the job; empty for none
     std::string crash_reports;  // the folder for the plug-in's crash reports
 };
 

@@ -274,6 +274,8 @@ std::vector<JobSetting> view_settings() {
                 &ViewSettings::progress),
         setting("events", "--events", "FILE", "Add what happens to this file, as lines of JSON",
                 &ViewSettings::events, {.check = not_empty}),
+        setting("report", "--report", "DIR", "Write a page about the job, index.html, into this folder",
+                &ViewSettings::report, {.check = may_be_folder}),
         setting(
             "crashReports", "--crash-reports", "DIR",
             "Folder for the plug-in's crash reports (default: corrivane-crashes beside the job file or in "

@@ -79,8 +79,9 @@ void CrashFiles::keep(const Event& event, const std::string& report) {
     }
     if (!event.frame) return;
     m_files[*event.frame].push_back(path);
+    // What the host logged is a reason that is told with the error.
     for (std::string& line : printable_lines(report))
-        m_lines[*event.frame].insert(std::move(line));
+        if (!line.starts_with('[')) m_lines[*event.frame].insert(std::move(line));
 }
 
 const std::vector<std::string>& CrashFiles::of_frame(int frame) const {

@@ -41,6 +41,7 @@ Lines quiet_lines(const event::HostQuiet& quiet) {
     std::string text = "quiet for " + format_seconds(quiet.quiet_for) + ", with " +
                        format_seconds(quiet.cpu_time) + " of processor time and " +
                        format_bytes(quiet.memory_bytes) + " of memory";
+    if (!quiet.state.empty()) text += "; it is " + quiet.state;
     if (!quiet.title.empty()) text += "; its last title: " + quiet.title;
     Lines lines{"warning: " + printable(text)};
     if (!quiet.last_lines.empty())

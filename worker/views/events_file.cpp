@@ -69,6 +69,7 @@ Json quiet_line(const Event& event, const event::HostQuiet& quiet) {
                  {"quietMs", quiet.quiet_for.count()},
                  {"cpuMs", quiet.cpu_time.count()},
                  {"memoryBytes", quiet.memory_bytes},
+                 {"hostState", quiet.state},
                  {"title", quiet.title},
                  {"lastLines", quiet.last_lines}});
 }

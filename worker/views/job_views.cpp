@@ -4,6 +4,7 @@
 #include "worker/views/events_file.h"
 #include "worker/views/farm_view.h"
 #include "worker/views/lines_view.h"
+#include "worker/views/report/report_view.h"
 #include "worker/views/summary.h"
 
 namespace corrivane::worker {
@@ -15,6 +16,11 @@ JobViews::JobViews(const ViewSettings& settings, Screen screen)
     const auto complaint = [this](const std::string& problem) { complain(problem); };
     if (!settings.events.empty())
         m_views.push_back(std::make_unique<EventsFile>(settings.events, m_crashes, complaint));
+    if (!settings.report.empty()) {
+        auto report = std::make_unique<ReportView>(settings.report, m_crashes, complaint);
+        m_report = report.get();
+        m_views.push_back(std::move(report));
+    }
     add_screen(settings.progress, screen);
 }
 
@@ -52,6 +58,8 @@ std::string JobViews::summary(const JobReport& report) const {
     std::string text = summary_text(report, m_crashes);
     for (const std::string& problem : m_problems)
         text += "warning: " + printable(problem) + '\n';
+    if (m_report != nullptr && !m_report->written_file().empty())
+        text += "report: " + printable(m_report->written_file()) + '\n';
     return text;
 }
 

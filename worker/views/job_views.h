@@ -12,6 +12,8 @@
 
 namespace corrivane::worker {
 
+class ReportView;
+
 /// Where a job is shown.
 struct Screen {
     std::ostream& out;
@@ -43,6 +45,7 @@ private:
     std::vector<std::unique_ptr<EventSink>> m_views;
     std::vector<std::string> m_problems;
     std::size_t m_problems_said = 0;
+    const ReportView* m_report = nullptr;  // one of the views
 };
 
 }  // namespace corrivane::worker

@@ -94,7 +94,7 @@ protected:
             at(7s, Message{Message::Severity::info, Message::Source::script, "hi\n\x1b[2J"}, 0),
             at(8s,
                Message{Message::Severity::warning, Message::Source::worker, "recv: x: WSAError code 10054"}),
-            at(9s, HostQuiet{60s, 10ms, 3 << 20, "Loading", "line"}, 0, 3),
+            at(9s, HostQuiet{60s, 10ms, 3 << 20, "Loading", "line", "stopped"}, 0, 3),
             at(9s, FrameGivenBack{""}, 0, 3),
             at(10s, JobEnds{report}),
         };
@@ -142,7 +142,7 @@ TEST_F(JobViewsTest, LinesHaveTimeHostAndFrame) {
             "12:00:08 job: warning: connection reset by the host\n"
             "12:00:09 host 1 frame 3: warning: quiet for 60.00 s, with 0.01 s of processor time and 3.0 MiB "
             "of "
-            "memory; its last title: Loading\n"
+            "memory; it is stopped; its last title: Loading\n"
             "12:00:09 host 1 frame 3:     line\n"
             "12:00:09 host 1 frame 3: interrupted\n");
     EXPECT_THAT(test::read_lines(report),
