@@ -96,7 +96,7 @@ std::string time_chart(const JobReport& report) {
     std::string bars;
     for (std::size_t i = 0; i < report.frames.size(); ++i)
         bars += bar(i, report.frames[i], top);
-    // The axis is labelled by the pages's own letters, which stay as they are while the bars are stretched.
+    // The axis is labelled by letters of the page, which stay as they are while the bars are stretched.
     return "<div class=\"chart\">\n" + lines + "<svg viewBox=\"0 0 " +
            std::to_string(std::max<std::size_t>(report.frames.size(), 1)) +
            " 1\" preserveAspectRatio=\"none\" role=\"img\" aria-label=\"Time of each frame\">\n" + bars +
