@@ -35,7 +35,7 @@ enum class ImageLook {
     every_pixel  ///< to the last pixel
 };
 
-/// What the module gives. Both functions throw std::runtime_error with what went wrong, or std::bad_alloc.
+/// What the module gives. Its functions throw std::runtime_error with what went wrong, or std::bad_alloc.
 struct ImageModule {
     /// Puts the bytes of the file into `bytes`, which comes empty. Colour is not divided by alpha. Integer
     /// samples are rounded, 1.0 is the largest one; what lies outside 0 to 1 is clamped, what is not a
@@ -44,6 +44,10 @@ struct ImageModule {
     void (*encode)(const EncodeRequest& request, std::vector<unsigned char>& bytes);
     /// See verify_image_file; the text does not name the file.
     ImageFacts (*verify)(const std::string& path, ImageLook look);
+    /// Puts a small JPEG file of an image file of this machine into `jpeg`, which comes empty: at most
+    /// `longest_side` pixels wide and high, never larger than the image. Alpha is left out; a channel alone is
+    /// grey.
+    void (*shrink)(const std::string& path, int longest_side, std::vector<unsigned char>& jpeg);
 };
 
 /// Name of the function through which the module hands out its ImageModule.

@@ -4,8 +4,7 @@
 #include "worker/events/event_stream.h"
 #include "worker/run/job_run.h"
 #include "worker/run/script_run.h"
-#include "worker/views/progress_view.h"
-#include "worker/views/summary.h"
+#include "worker/views/job_views.h"
 
 #include <system/plain_files.h>
 
@@ -27,10 +26,10 @@ int stopped_exit_code(const StopRequest& stop) {
     return 128 + stop.signal();
 }
 
-std::size_t terminal_width() {
+TerminalSize terminal_size() {
     winsize size{};
-    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
-    return size.ws_col;
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return {};
+    return {size.ws_col, size.ws_row};
 }
 
 const char* stop_text(StopRequest::Level level) {
@@ -45,18 +44,16 @@ const char* stop_text(StopRequest::Level level) {
 }
 
 int run(const Job& job, const RunSettings& settings) {
-    const auto style =
-        ::isatty(STDOUT_FILENO) != 0 ? ProgressView::Style::terminal : ProgressView::Style::plain;
-    ProgressView view(std::cout, style, job.frames.size(), lane_count(job, settings), terminal_width);
+    JobViews views(settings.views, {std::cout, ::isatty(STDOUT_FILENO) != 0, terminal_size});
     StopRequest stop;
     const JobReport report = [&] {
-        EventStream events({&view});
+        EventStream events({&views});
         const SignalWatch signals(stop, settings.finish_frames, [&](StopRequest::Level level) {
             events.emit(event::Message{.text = stop_text(level)});
         });
         return run_job(job, settings, stop, events);
     }();
-    std::cout << summary_text(report) << std::flush;
+    std::cout << views.summary(report) << std::flush;
     if (report.stopped) return stopped_exit_code(stop);
     if (report.could_not_start) return cannot_start_exit_code;
     return report.success() ? 0 : failure_exit_code;

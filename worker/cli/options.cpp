@@ -89,6 +89,11 @@ void set_drive_map(const HostSettings& host) {
     if (!host.network.empty()) map_network(host.network);
 }
 
+/// Beside the job, so that whoever looks for one finds the other.
+std::string crash_report_folder(const std::string& job_file) {
+    return (std::filesystem::path(job_file).parent_path() / "corrivane-crashes").string();
+}
+
 Invocation make_invocation(const Command& command, const std::string& job_file, const ScriptRun& script) {
     JobSettings settings;
     if (!job_file.empty()) settings = read_job_file(job_file);
@@ -96,6 +101,8 @@ Invocation make_invocation(const Command& command, const std::string& job_file, 
     HostSettings& host = settings.run.host;
     if (host.program.empty()) host.program = host_beside_worker();
     set_drive_map(host);
+    ViewSettings& views = settings.run.views;
+    if (views.crash_reports.empty()) views.crash_reports = crash_report_folder(job_file);
     if (command.app->get_name() == "script") return {std::nullopt, script, std::move(settings.run)};
     check_job(settings.job);
     return {std::move(settings.job), std::nullopt, std::move(settings.run)};

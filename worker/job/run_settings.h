@@ -35,10 +35,27 @@ enum class Verify {
     full   // every pixel can be read
 };
 
+/// What is shown and kept of a job. Files and folders are this machine's.
+struct ViewSettings {
+    enum class Progress {
+        automatic,  // the bar on a terminal, lines elsewhere
+        bar,
+        lines,
+        farm,  // lines, and the progress as other farms' parsers read it
+        none
+    };
+
+    Progress progress = Progress::automatic;
+    std::string events;         // a file that JSON lines are added to; empty for none
+    std::string report;         // the folder for a page about the job; empty for none
+    std::string crash_reports;  // the folder for the plug-in's crash reports
+};
+
 /// How a job is run.
 struct RunSettings {
     HostSettings host;
     TimeLimits limits;
+    ViewSettings views;
     int hosts = 1;    // at once; never more than the job has frames
     int retries = 2;  // further attempts at a frame that came to nothing, and at a host that does not come up
     bool retry_errors = true;  // also for a frame that was answered with an error

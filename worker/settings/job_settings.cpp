@@ -35,6 +35,8 @@ Part& part_of(JobSettings& settings) {
         return settings.run.host;
     else if constexpr (std::is_same_v<Part, TimeLimits>)
         return settings.run.limits;
+    else if constexpr (std::is_same_v<Part, ViewSettings>)
+        return settings.run.views;
 }
 
 /// What is special about a setting whose field has this type.
@@ -264,8 +266,28 @@ std::vector<JobSetting> host_settings() {
     };
 }
 
+std::vector<JobSetting> view_settings() {
+    return {
+        setting("progress", "--progress", "KIND",
+                "How progress is shown: bar, lines, farm (lines, and PROGRESS: 45%, ALF_PROGRESS 45%, "
+                "@IMAGE@path), none; auto is the bar on a terminal and lines elsewhere (default: auto)",
+                &ViewSettings::progress),
+        setting("events", "--events", "FILE", "Add what happens to this file, as lines of JSON",
+                &ViewSettings::events, {.check = not_empty}),
+        setting("report", "--report", "DIR", "Write a page about the job, index.html, into this folder",
+                &ViewSettings::report, {.check = may_be_folder}),
+        setting(
+            "crashReports", "--crash-reports", "DIR",
+            "Folder for the plug-in's crash reports (default: corrivane-crashes beside the job file or in "
+            "the current folder)",
+            &ViewSettings::crash_reports, {.check = may_be_folder}),
+    };
+}
+
 std::vector<JobSetting> make_table() {
     std::vector<JobSetting> table = job_settings();
+    for (JobSetting& row : view_settings())
+        table.push_back(std::move(row));
     for (JobSetting& row : host_settings()) {
         row.scope = JobSetting::Scope::hosts;
         table.push_back(std::move(row));

@@ -92,6 +92,19 @@ bool set_ignore_missing(IgnoreMissing& ignore, std::string_view name) {
     return false;
 }
 
+ViewSettings::Progress progress_named(const std::string& name) {
+    using Progress = ViewSettings::Progress;
+    static const std::map<std::string, Progress> kinds = {{"auto", Progress::automatic},
+                                                          {"bar", Progress::bar},
+                                                          {"lines", Progress::lines},
+                                                          {"farm", Progress::farm},
+                                                          {"none", Progress::none}};
+    const auto kind = kinds.find(name);
+    if (kind == kinds.end())
+        throw std::invalid_argument('"' + name + "\" is none of auto, bar, lines, farm, none");
+    return kind->second;
+}
+
 /// Enters the folder of a drive. Throws std::invalid_argument for what is no letter and for a letter that
 /// comes again.
 void add_drive(std::map<char, std::string>& drives, const std::string& letter, const std::string& folder) {
@@ -282,6 +295,14 @@ void read_value(const OptionTexts& texts, IgnoreMissing& value) {
             if (!set_ignore_missing(value, name))
                 throw std::invalid_argument('"' + name + "\" is none of files, uvws, dlls, xrefs");
     }
+}
+
+void read_value(const json::Value& source, ViewSettings::Progress& value) {
+    value = progress_named(text_of(source));
+}
+
+void read_value(const OptionTexts& texts, ViewSettings::Progress& value) {
+    value = progress_named(texts.front());
 }
 
 std::vector<std::string> command_parameters(int value) {

@@ -70,6 +70,10 @@ void read_value(const OptionTexts& texts, IgnoreMissing& value);
 void read_value(const json::Value& source, Verify& value);
 void read_value(const OptionTexts& texts, Verify& value);
 
+/// One of auto, bar, lines, farm, none.
+void read_value(const json::Value& source, ViewSettings::Progress& value);
+void read_value(const OptionTexts& texts, ViewSettings::Progress& value);
+
 template <typename Source, typename Value>
 void read_value(const Source& source, std::optional<Value>& value) {
     read_value(source, value.emplace());

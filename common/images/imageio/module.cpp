@@ -2,7 +2,8 @@
 
 namespace {
 
-constexpr corrivane::ImageModule module_functions{corrivane::encode_image, corrivane::verify_image};
+constexpr corrivane::ImageModule module_functions{corrivane::encode_image, corrivane::verify_image,
+                                                  corrivane::shrink_image};
 
 }  // namespace
 

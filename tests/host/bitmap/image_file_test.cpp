@@ -176,5 +176,31 @@ TEST(ImageFile, SmallestAndLongestSidesAreWritten) {
     }
 }
 
+TEST(ImageFile, ASmallPictureShowsTheMeans) {
+    const TemporaryFolder folder;
+    const OwnedBitmap bitmap(FloatBitmap::make(400, 200));
+    for (int i = 0; i < 400 * 200; ++i) {  // on the left stripes, on the right green, below it is too bright
+        const bool stripe = i % 400 < 200 && i % 2 == 0;
+        const float green = i % 400 < 200 ? 0.0F : i < 400 * 100 ? 1.0F : 9.0F;
+        bitmap->pixels()[i] = {stripe ? 1.0F : 0.0F, green, 0, 1};
+    }
+    for (const auto& [name, side, width] :
+         {std::tuple{"a.exr", 100, 100}, {"a.png", 100, 100}, {"a.tif", 999, 400}}) {
+        ASSERT_EQ(save(*bitmap, describe(folder / name)), BMMRES_SUCCESS);
+        std::vector<unsigned char> jpeg;
+        image_module().shrink(folder / name, side, jpeg);
+        write_file(folder / "small.jpg", std::string(jpeg.begin(), jpeg.end()));
+        const StoredImage small = read_image(folder / "small.jpg");
+        EXPECT_EQ(small.spec.width, width);
+        ASSERT_EQ(small.spec.height, width / 2);
+        if (width == 100) EXPECT_NEAR(small.pixel(20, 20)[0], 0.5, 0.03) << name;
+        EXPECT_NEAR(small.pixel(width - 10, 10)[1], 1, 0.03);
+        EXPECT_NEAR(small.pixel(width - 10, width / 2 - 5)[1], 1, 0.03);
+    }
+    std::vector<unsigned char> jpeg;
+    write_file(folder / "a.png", "no image");
+    EXPECT_THROW(image_module().shrink(folder / "a.png", 9, jpeg), std::runtime_error);
+}
+
 }  // namespace
 }  // namespace corrivane::host

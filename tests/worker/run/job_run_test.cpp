@@ -3,7 +3,7 @@
 #include "support/test.h"
 #include "worker/job/frame_list.h"
 #include "worker/run/output_plan.h"
-#include "worker/views/progress_view.h"
+#include "worker/views/lines_view.h"
 
 #include <boost/algorithm/string.hpp>
 
@@ -31,8 +31,9 @@ protected:
         std::filesystem::remove(folder / "trace");
         settings.host.library = behaviour;
         settings.host.network = folder.path();
-        ProgressView view(out, ProgressView::Style::plain, job.frames.size(), lane_count(job, settings));
-        EventStream events({&view});
+        CrashFiles crashes(folder / "crashes", [](const std::string&) {});
+        LinesView view(out, crashes);
+        EventStream events({&crashes, &view});
         JobReport report = run_job(job, settings, StopRequest(), events);
         events.close();
         for (const std::string& line : trace())
@@ -83,8 +84,7 @@ TEST_F(JobRunTest, RendersEveryFrameWithOneHost) {
                     StartsWith("ExecuteStringScript,1,"), "ExecuteScript,1,pre.ms", "SUCCESS: Robot"));
     EXPECT_THAT(std::vector(lines.end() - 4, lines.end()),
                 ElementsAre("ExecuteScript,1,post.ms", "SUCCESS: Robot", "EndJob", "end"));
-    EXPECT_THAT(out.str(),
-                AllOf(HasSubstr("first line\nsecond?[2J line\n"), HasSubstr("] frame 3 done in ")));
+    EXPECT_THAT(out.str(), AllOf(HasSubstr("script: second?[2J line\n"), HasSubstr("frame 3: done in ")));
 }
 
 TEST_F(JobRunTest, FramesAreSharedAmongHosts) {
@@ -100,7 +100,7 @@ TEST_F(JobRunTest, FramesAreSharedAmongHosts) {
 TEST_F(JobRunTest, AFrameThatItsHostDidNotSurviveIsTriedAgain) {
     EXPECT_TRUE(run("die-once@2").success()) << out.str();
     EXPECT_EQ(count("RenderTask,2"), 2);
-    EXPECT_THAT(out.str(), HasSubstr("frame 2 is tried again"));
+    EXPECT_THAT(out.str(), HasSubstr("frame 2: attempt 1 failed, it is tried again"));
     EXPECT_THAT(out.str(), HasSubstr("was ended by signal 9"));
 }
 
@@ -129,7 +129,9 @@ TEST_F(JobRunTest, FramesFailWithTheirReasonAndTheJobGoesOn) {
         EXPECT_EQ(count("RenderTask,2"), attempts) << behaviour;
         EXPECT_EQ(count_hosts(), hosts) << behaviour;
         EXPECT_FALSE(report.success() || report.stopped);
-        EXPECT_THAT(out.str(), Not(HasSubstr("frame 3 is tried again")));  // on a host that is gone
+        EXPECT_THAT(
+            out.str(),
+            Not(HasSubstr("frame 3: attempt 1 failed, it is tried again")));  // on a host that is gone
     }
 }
 
