@@ -16,7 +16,7 @@ packages := cmake/install_packages.sh
 end_to_end_tests := $(patsubst %,%_end_to_end_test,session render fault script)
 sources := git ls-files '*.h' '*.cpp'
 
-.PHONY: help setup build demo install test bench bench-build fuzz fuzz-build asan tsan lint lint-changed format \
+.PHONY: help setup build demo install package test bench bench-build fuzz fuzz-build asan tsan lint lint-changed format \
 	format-check windows windows-test clean
 
 help: ## list the targets
@@ -34,6 +34,9 @@ demo: build ## render the example job: a worker, its host, an animated scene, im
 
 install: build ## install below PREFIX=/usr/local; DESTDIR=folder stages it there
 	@DESTDIR='$(DESTDIR)' cmake --install build/release --prefix '$(abspath $(PREFIX))'
+
+package: build ## make a Debian package, build/release/corrivane_VERSION_ARCHITECTURE.deb
+	@cd build/release && cpack -G DEB && ls corrivane_*.deb
 
 test: ## build with warnings as errors and run every test; TEST=regex picks some
 	@$(packages) build test

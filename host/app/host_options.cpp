@@ -1,5 +1,7 @@
 #include "app/host_options.h"
 
+#include "manual/manual.h"
+
 #include <system/drive_map.h>
 
 #include <CLI/CLI.hpp>
@@ -24,6 +26,7 @@ struct RawOptions {
     std::vector<std::string> strings;
     std::vector<std::string> integers;
     std::string execute;
+    std::string describe;
 };
 
 std::string checked_folder(const std::string& option, const std::string& folder) {
@@ -35,6 +38,26 @@ std::string checked_folder(const std::string& option, const std::string& folder)
         throw CommandLineError(option + ": \"" + folder + "\" is not a folder");
     }
     return folder;
+}
+
+const Manual& host_manual() {
+    static const Manual manual{
+        .name = "corrivane-host",
+        .version = CORRIVANE_VERSION,
+        .summary = "run a render plug-in and its scripts without 3ds Max",
+        .description = "Runs a render plug-in and its scripts without 3ds Max.",
+        .examples = {{"corrivane-host --drive C=project --scene-file 'C:\\scene.gltf' script.ms",
+                      "Open a scene and run a script. Paths with backslashes stand in quotes."},
+                     {"corrivane-host --execute 'print (QuillaneUtil.RunCorrivaneDaemon 4000 \"token\")'",
+                      "Serve the farm's worker that listens on a port."},
+                     {"corrivane-host --describe scene.gltf", "Tell what a scene holds."}},
+        .exit_codes = {{"0", "done"}, {"1", "an error, which stands on standard error"}},
+        .signals = {},
+        .files = {{"drive_c",
+                   "the folder in the current one that stands for drive C unless --drive says otherwise"},
+                  {"C:\\Quillane\\logs", "the folder of the plug-in's log, which is written if it is there"}},
+    };
+    return manual;
 }
 
 /// Splits at the first separator; both parts but the value may not be empty.
@@ -106,6 +129,8 @@ void describe(CLI::App& app, HostOptions& options, RawOptions& raw) {
     app.add_option("--library", options.library, "The plug-in to load (corrivane.dlx beside this program)")
         ->type_name("FILE");
     app.add_option("--scene-file", options.scene_file, "A scene to open first")->type_name("FILE");
+    app.add_option("--describe", raw.describe, "Tell as JSON what a scene holds, on standard output, and end")
+        ->type_name("FILE");
     repeated("--mxs-string", raw.strings, "KEY:VALUE", "A text for maxOps.mxsCmdLineArgs");
     repeated("--mxs-int", raw.integers, "KEY:VALUE", "An integer for maxOps.mxsCmdLineArgs");
     app.add_option("--listener-log", options.listener_log, "A file that receives the Listener's text too")
@@ -122,9 +147,13 @@ void describe(CLI::App& app, HostOptions& options, RawOptions& raw) {
 std::optional<HostOptions> read_command_line(int argc, const char* const* argv) {
     HostOptions options;
     RawOptions raw;
-    CLI::App app("Runs a render plug-in and its scripts without 3ds Max.", "corrivane-host");
-    app.set_version_flag("-V,--version", "corrivane-host " CORRIVANE_VERSION);
+    CLI::App app;
+    add_manual(app, host_manual());
     describe(app, options, raw);
+    if (const auto text = manual_asked_for(app, host_manual(), argc, argv)) {
+        std::cout << *text;
+        return std::nullopt;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
@@ -150,6 +179,9 @@ std::optional<HostOptions> read_command_line(int argc, const char* const* argv) 
         options.execute = raw.execute;
     } else if (app.count("SCRIPT.ms") > 0 && options.script.empty()) {
         throw CommandLineError("SCRIPT.ms: the file's name is empty");
+    }
+    if (app.count("--describe") > 0) {
+        options.describe = raw.describe;
     }
     add_script_arguments(options, raw);
     return options;

@@ -17,6 +17,8 @@ struct HostOptions {
     int threads = 0;         ///< that render; 0: one for each processor
     std::string library;     ///< file of this machine; empty for the one beside the program
     std::string scene_file;  ///< Windows path; empty for none
+    /// A scene to describe in place of all that needs the library; Windows path.
+    std::optional<std::string> describe;
     std::map<std::string, std::variant<int, std::string>> script_arguments;  ///< maxOps.mxsCmdLineArgs
     std::string listener_log;            ///< file of this machine; empty for none
     std::optional<std::string> execute;  ///< text to run

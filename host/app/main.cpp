@@ -1,3 +1,4 @@
+#include "app/describe_scene.h"
 #include "app/host_options.h"
 #include "app/plugin_library.h"
 #include "app/script_globals.h"
@@ -58,9 +59,21 @@ void run_script(const HostOptions& options) {
     }
 }
 
+void describe(const std::string& scene_file) {
+    Core& core = Core::instance();
+    if (core.LoadFromFile(scene_file.c_str(), 0) == 0) {
+        throw std::runtime_error("cannot open the scene " + scene_file);
+    }
+    std::puts(scene_description(core.document()).c_str());
+}
+
 void run(const HostOptions& options) {
     // The library opens files while it loads, so the drives come first.
     map_folders(options);
+    if (options.describe) {
+        describe(*options.describe);
+        return;
+    }
     RuntimeOptions runtime_options;
     runtime_options.listener_log = options.listener_log;
     const MaxScriptRuntime runtime(runtime_options);

@@ -1,5 +1,6 @@
 #include "app/script_globals.h"
 
+#include "app/element_manager.h"
 #include "app/scene_values.h"
 #include "core/fault_injection.h"
 #include "core/processor_faults.h"
@@ -108,13 +109,9 @@ std::string output_lines(Core& core) {
     constexpr int saves_itself = 2;  // a renderer's requirement
     if (core.GetRendSaveFile() && !std::ranges::count(settings.renderer_requirements, saves_itself))
         lines += std::string("main ") + core.GetRendFileBI().Name() + '\n';
-    RenderElements& elements = core.document().elements();
-    for (int i = 0; elements.GetElementsActive() && i < elements.NumRenderElements(); ++i) {
-        PBBitmap* target = nullptr;
-        elements.GetRenderElement(i)->GetPBBitmap(target);
-        if (target != nullptr) {
-            lines += std::string("element ") + target->bi.Name() + '\n';
-        }
+    if (core.document().elements().GetElementsActive()) {
+        for (const HostRenderElement& element : core.document().elements().all())
+            if (!element.output().empty()) lines += "element " + element.output() + '\n';
     }
     return lines;
 }
@@ -131,6 +128,10 @@ void define_scene(Core& core) {
     define_variable("maxFileName", [&core] {
         const std::string& path = core.document().file_name();
         return make_string(path.substr(folder_length(path)));
+    });
+    define_function("maxOps.GetCurRenderElementMgr", [&core](Arguments& arguments) -> Value* {
+        arguments.require(0);
+        return new ElementManagerScriptValue(core);
     });
     define_function("getNodeByName", [&core](Arguments& arguments) -> Value* {
         arguments.require(1);

@@ -10,6 +10,7 @@ namespace corrivane::host {
 ///
 ///   currentTime  sliderTime  animationRange  frameRate  renderWidth  renderHeight  rendOutputFilename
 ///   maxFilePath  maxFileName  getNodeByName "name"  maxOps.mxsCmdLineArgs
+///   maxOps.GetCurRenderElementMgr()
 ///   standin.fault "Call" "Kind"   standin.throwNext "Call" #type "text"   standin.crash "Kind"
 ///
 /// Scripts that callbacks.addScript registers for #preRenderFrame and #postRenderFrame run around each frame.

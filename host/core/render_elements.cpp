@@ -12,6 +12,11 @@ void HostRenderElement::GetPBBitmap(PBBitmap*& bitmap) {
     bitmap = m_settings.output.empty() ? nullptr : &m_target;
 }
 
+void HostRenderElement::set_output(const std::string& name) {
+    m_settings.output = name;
+    restore_name();
+}
+
 void HostRenderElement::restore_name() {
     m_target.bi.SetName(m_settings.output.c_str());
 }

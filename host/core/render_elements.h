@@ -17,6 +17,10 @@ public:
     void GetPBBitmap(PBBitmap*& bitmap) override;
 
     ElementType type() const { return m_settings.type; }
+    /// The configured name, as a Windows path; empty for none.
+    const std::string& output() const { return m_settings.output; }
+    /// Holds from the next frame on, as far as this scene stays open.
+    void set_output(const std::string& name);
     /// The bitmap that the next frame is rendered into, null for none. Not ours.
     Bitmap* bitmap() const { return m_target.bm; }
     /// Gives the description the name that the scene configures.

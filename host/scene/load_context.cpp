@@ -83,6 +83,7 @@ void LoadContext::missing(MissingKind kind, const std::string& resource, const s
     if (action(kind) == MissingAction::fail) {
         throw MissingResource(kind, resource, file().filename().string() + ": " + text);
     }
+    if (m_state.missing.size() < limits::warnings) m_state.missing.push_back({kind, resource});
     if (may_warn()) add_warning(text);
 }
 

@@ -17,6 +17,7 @@ struct LoadState {
     std::uint64_t bytes_read = 0;
     std::uint64_t bytes_held = 0;
     std::uint64_t image_pixels = 0;
+    std::vector<MissingPart> missing;
     std::vector<std::string> warnings;
     std::uint64_t warnings_left_out = 0;
 };

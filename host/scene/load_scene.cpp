@@ -54,6 +54,7 @@ public:
         // The list grows while it is walked.
         for (std::size_t i = 0; i < m_xrefs.size(); ++i)
             merge(m_xrefs[i], scene);
+        scene.missing = std::move(m_state.missing);
         scene.warnings = std::move(m_state.warnings);
         if (m_state.warnings_left_out > 0) {
             scene.warnings.push_back(file.filename().string() + ": and " +

@@ -17,14 +17,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// What a scene can refer to that is not there. The numbers are 3ds Max's.
-enum class MissingKind {
-    external_file = 1,        ///< an image or an external buffer
-    plugin = 2,               ///< an extension in extensionsRequired that this loader does not know
-    xref = 3,                 ///< a scene in the settings' xrefs
-    texture_coordinates = 4,  ///< a primitive whose material has a texture has no such texture coordinates
-};
-
 /// What to do then. The numbers are 3ds Max's.
 enum class MissingAction {
     /// Load on, with a line in Scene::warnings: an image becomes a grey checker, geometry and animation of a

@@ -155,6 +155,19 @@ struct AnimationChannel {
     std::vector<Imath::V4f> values;
 };
 
+/// What a scene can refer to that is not there. The numbers are 3ds Max's.
+enum class MissingKind {
+    external_file = 1,        ///< an image or an external buffer
+    plugin = 2,               ///< an extension in extensionsRequired that this loader does not know
+    xref = 3,                 ///< a scene in the settings' xrefs
+    texture_coordinates = 4,  ///< a primitive whose material has a texture has no such texture coordinates
+};
+
+struct MissingPart {
+    MissingKind kind = MissingKind::external_file;
+    std::string name;  ///< of the file, extension or primitive, as the scene names it
+};
+
 struct Scene {
     std::string name;
     RenderSettings settings;
@@ -167,6 +180,7 @@ struct Scene {
     std::vector<Light> lights;
     std::vector<AnimationChannel> channels;  ///< of all animations: they play together, a later one wins
     float duration = 0;                      ///< seconds: the last key's time
+    std::vector<MissingPart> missing;        ///< what it was loaded without; at most as many as warnings
     std::vector<std::string> warnings;       ///< what was missing or not understood and passed over, in words
 
     /// The first node of that name, or -1.

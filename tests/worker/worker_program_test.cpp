@@ -60,6 +60,9 @@ private:
 
 TEST_F(WorkerProgramTest, RunsAScriptAndTellsFailureByItsExitCode) {
     EXPECT_EQ(run({"render", "a.gltf", "--frames", "oops"}, ""), "exited with code 2");
+    EXPECT_EQ(run({"render", "a.gltf", "--frames", "1"}, "refuse-job"), "exited with code 3");
+    EXPECT_EQ(run({"render", "a.gltf", "--frames", "all"}, ""), "exited with code 3");
+    EXPECT_THAT(output, HasSubstr("> name the frames by their numbers"));
     output.clear();
     EXPECT_EQ(run({"script", "a.ms", "--frame", "4", "--set-time"}, ""), "exited with code 0");
     EXPECT_EQ(output, "first line\nsecond?[2J line\nThe script succeeded.\n");

@@ -1,7 +1,11 @@
 #include "worker/base/failures.h"
 #include "worker/base/signal_watch.h"
+#include "worker/cli/info_text.h"
 #include "worker/cli/options.h"
 #include "worker/events/event_stream.h"
+#include "worker/hosts/describe_scene.h"
+#include "worker/preflight/machine_checks.h"
+#include "worker/preflight/prepare_job.h"
 #include "worker/run/job_run.h"
 #include "worker/run/script_run.h"
 #include "worker/views/job_views.h"
@@ -73,10 +77,56 @@ int run(const ScriptRun& script, const RunSettings& settings) {
     }
 }
 
+/// Renders a job unless a look at it says that it cannot work.
+int look_and_run(const JobSettings& settings) {
+    PreparedJob prepared = prepare_job(settings, MissingFolders::make);
+    std::cerr << findings_text(prepared.findings, Finding::Severity::warning);
+    if (has_refusal(prepared.findings)) return cannot_start_exit_code;
+    prepared.settings.run.space_lacking_after = [&prepared](int frame) {
+        return prepared.space_lacking_after(frame);
+    };
+    return run(prepared.settings.job, prepared.settings.run);
+}
+
+int tell_scene(const Invocation& invocation) {
+    const JobSettings& settings = invocation.settings;
+    try {
+        const SceneDescription scene =
+            describe_scene(settings.run.host, settings.run.limits, settings.job.scene);
+        std::cout << (invocation.as_json ? scene.json : info_text(scene));
+        return 0;
+    } catch (const std::runtime_error& error) {
+        std::cerr << "corrivane-worker: " << settings.job.scene << ": " << error.what() << '\n';
+        return cannot_start_exit_code;
+    }
+}
+
+/// Says what would stop hosts, and the job if there is one.
+int examine(const Invocation& invocation) {
+    const JobSettings& settings = invocation.settings;
+    Findings findings = check_machine(settings.run);
+    if (!settings.job.scene.empty()) {
+        const Findings job_findings = prepare_job(settings, MissingFolders::leave).findings;
+        findings.insert(findings.end(), job_findings.begin(), job_findings.end());
+    }
+    std::cout << (invocation.as_json ? findings_json(findings)
+                                     : findings_text(findings, Finding::Severity::good));
+    return has_refusal(findings) ? cannot_start_exit_code : 0;
+}
+
 int run(const Invocation& invocation) {
     try {
-        return invocation.job ? run(*invocation.job, invocation.settings)
-                              : run(*invocation.script, invocation.settings);
+        switch (invocation.task) {
+            case Invocation::Task::script:
+                return run(invocation.script, invocation.settings.run);
+            case Invocation::Task::info:
+                return tell_scene(invocation);
+            case Invocation::Task::doctor:
+                return examine(invocation);
+            case Invocation::Task::job:
+                return look_and_run(invocation.settings);
+        }
+        return failure_exit_code;
     } catch (const std::exception& error) {
         std::cerr << "corrivane-worker: " << error.what() << '\n';
         return failure_exit_code;

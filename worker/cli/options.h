@@ -1,7 +1,6 @@
 #pragma once
 
-#include "worker/job/job.h"
-#include "worker/job/run_settings.h"
+#include "worker/settings/job_settings.h"
 
 #include <optional>
 #include <string>
@@ -10,9 +9,17 @@ namespace corrivane::worker {
 
 /// What the worker was called to do.
 struct Invocation {
-    std::optional<Job> job;           // for render and run
-    std::optional<ScriptRun> script;  // for script
-    RunSettings settings;
+    enum class Task {
+        job,     // render and run
+        script,  // script
+        info,    // info: tell what the settings' scene holds
+        doctor   // doctor: look whether hosts, and the job if it names a scene, would run
+    };
+
+    Task task = Task::job;
+    JobSettings settings;
+    ScriptRun script;
+    bool as_json = false;
 };
 
 /// An invocation, or the exit code with which to leave at once: what there is to say (help, or what is wrong

@@ -103,7 +103,9 @@ void FarmSession::start_job(const JobCommands& commands) {
         m_connection.send(line);
     // Options are answered only when they are wrong. A command that is answered brings such errors to light.
     const int frame = m_job.frames.empty() ? 0 : m_job.frames.front();
-    require(run_started(script_text_command(frame, "\"options are set\""), script_result_is_last));
+    const std::string last_option =
+        commands.element_outputs.value_or(script_text_command(frame, "\"options are set\""));
+    require(run_started(last_option, script_result_is_last));
     if (commands.pre_script) run_pre_script(*commands.pre_script);
 }
 

@@ -27,10 +27,7 @@ std::string make_token() {
 }
 
 std::vector<std::string> host_arguments(const HostSettings& settings) {
-    std::vector<std::string> arguments;
-    for (const auto& [letter, folder] : settings.drives)
-        arguments.insert(arguments.end(), {"--drive", letter + ('=' + folder)});
-    if (!settings.network.empty()) arguments.insert(arguments.end(), {"--network", settings.network});
+    std::vector<std::string> arguments = drive_arguments(settings);
     if (!settings.log_folder.empty())
         arguments.insert(arguments.end(), {"--log-folder", settings.log_folder});
     if (settings.threads > 0)
@@ -60,6 +57,14 @@ std::string describe_state(char state) {
 }
 
 }  // namespace
+
+std::vector<std::string> drive_arguments(const HostSettings& settings) {
+    std::vector<std::string> arguments;
+    for (const auto& [letter, folder] : settings.drives)
+        arguments.insert(arguments.end(), {"--drive", letter + ('=' + folder)});
+    if (!settings.network.empty()) arguments.insert(arguments.end(), {"--network", settings.network});
+    return arguments;
+}
 
 RunningHost::RunningHost(const HostSettings& settings, const Job& job, SessionObserver& observer,
                          const StopRequest& stop, const TimeLimits& limits, HostProcess::LineSink on_output)

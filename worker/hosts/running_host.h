@@ -11,6 +11,9 @@
 
 namespace corrivane::worker {
 
+/// The options that give a host its drives and network.
+std::vector<std::string> drive_arguments(const HostSettings& settings);
+
 /// A host that was started, has connected with its token and has greeted. Belongs to the thread that made it.
 class RunningHost {
 public:

@@ -51,12 +51,19 @@ struct Job {
     std::string camera;  // empty: the scene's active view
     std::vector<int> frames;
     std::optional<std::string> output;  // otherwise the scene's own output name
+    /// The folder of the output, the elements and the previews in place of those that they would have.
+    std::optional<std::string> output_folder;
+    std::string name;     // what people call the job; may be empty
+    std::string comment;  // the same
     JobOptions options;
 
     /// What scripts inside the host may ask for. A submission entry is a list of elements.
     std::map<std::string, std::string> job_info;
     std::map<std::string, std::vector<std::string>> submit_info;
     std::vector<std::string> aux_files;
+
+    /// New output names of the scene's render elements, by their index; an empty one leaves the element's as it is.
+    std::vector<std::string> element_outputs;
 
     /// Script files that each host runs: after it has started the job, and before it ends it.
     std::optional<std::string> pre_script;

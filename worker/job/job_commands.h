@@ -14,6 +14,8 @@ struct JobCommands {
     std::vector<std::string> before_start;
     std::string start;
     std::vector<std::string> after_start;
+    /// A script text that gives the render elements their outputs; its value is a string.
+    std::optional<std::string> element_outputs;
     std::optional<std::string> pre_script;
     std::optional<std::string> post_script;
 };
@@ -26,5 +28,9 @@ std::string script_command(int frame, const std::string& file, bool set_time);
 
 /// Runs a script text; its value must be a string.
 std::string script_text_command(int frame, const std::string& script);
+
+/// MAXScript that gives the scene's render elements these output names, by their index; an empty name leaves an
+/// element as it is. Empty where there is nothing to do.
+std::string element_outputs_script(const std::vector<std::string>& names);
 
 }  // namespace corrivane::worker

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -63,6 +64,11 @@ struct RunSettings {
     bool resume = false;         // frames whose files are there and whole are not rendered again
     bool finish_frames = false;  // the first wish to stop lets the running frames finish
     bool show_host_output = false;
+    /// Goes on where an error is one that every frame will have.
+    bool keep_going = false;
+    /// Asked when the first frame is done: why the others will not fit on the disk, or an empty text. Not a setting;
+    /// may be empty.
+    std::function<std::string(int frame)> space_lacking_after = {};
 };
 
 /// A script file for one host, without a job.

@@ -267,7 +267,7 @@ void Lane::fail(FrameTask& task, FrameOutcome outcome, Fault fault) {
     if (m_shared.stop.aborting()) {
         give_back(task, "");  // it failed because it was told to
         m_shared.queue.finish();
-    } else if (may_try_again(task, fault)) {
+    } else if (!m_shared.is_hopeless(outcome.error) && may_try_again(task, fault)) {
         give_back(task, outcome.error);
         ++task.attempts;
         if (fault != Fault::of_the_worker) ++task.failures;
@@ -282,6 +282,7 @@ void Lane::finish_frame(const FrameTask& task, FrameOutcome outcome) {
     emit(event::FrameEnds{outcome});
     m_frame.reset();
     const bool is_done = outcome.status == Status::done;
+    m_shared.judge(outcome);
     m_shared.record(task, std::move(outcome), is_done ? std::exchange(m_verified, {}) : Snapshot());
 }
 

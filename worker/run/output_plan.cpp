@@ -1,7 +1,7 @@
 #include "worker/run/output_plan.h"
 
 #include "images/image_formats.h"
-#include "images/numbered_name.h"
+#include "worker/job/output_names.h"
 
 #include <system/drive_map.h>
 
@@ -48,13 +48,6 @@ void use_region(const std::optional<Region>& region, OutputPlan& plan) {
 }
 
 }  // namespace
-
-std::string frame_file_name(const std::string& output, int frame, const JobOptions& options) {
-    if (options.remove_padding) return output;
-    // The sum wraps as 32-bit numbers do.
-    return numbered_name(output, static_cast<int>(static_cast<unsigned>(frame) +
-                                                  static_cast<unsigned>(options.frame_base.value_or(0))));
-}
 
 OutputPlan make_output_plan(std::string_view lines, const Job& job) {
     OutputPlan plan;

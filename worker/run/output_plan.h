@@ -32,7 +32,4 @@ OutputPlan make_output_plan_of_name(const std::optional<std::string>& scene_outp
 std::vector<ImageFile> files_of_names(const std::vector<std::string>& names,
                                       const std::vector<ImageFile>& planned);
 
-/// The name of a frame's file, as the plug-in numbers it.
-std::string frame_file_name(const std::string& output, int frame, const JobOptions& options);
-
 }  // namespace corrivane::worker

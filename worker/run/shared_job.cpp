@@ -1,5 +1,6 @@
 #include "worker/run/shared_job.h"
 
+#include "worker/job/common_faults.h"
 #include "worker/settings/job_settings.h"
 
 #include <algorithm>
@@ -44,6 +45,21 @@ void SharedJob::record(const FrameTask& task, FrameOutcome outcome, Snapshot ver
         m_outcomes[task.index] = std::move(outcome);
     }
     queue.finish();
+}
+
+bool SharedJob::is_hopeless(const std::string& error) const {
+    return !settings.keep_going && !m_has_done && is_fault_of_every_frame(error);
+}
+
+void SharedJob::judge(const FrameOutcome& outcome) {
+    const bool is_done = outcome.status == Status::done;
+    std::string reason;
+    if (!is_done && is_hopeless(outcome.error))
+        reason = "All frames would fail as frame " + std::to_string(outcome.frame) + " did";
+    const bool is_first = is_done && !m_has_done.exchange(true);
+    if (is_first && !settings.keep_going && settings.space_lacking_after)
+        reason = settings.space_lacking_after(outcome.frame);
+    if (!reason.empty()) fail(reason + "; --keep-going tries them");
 }
 
 void SharedJob::add_problem(const std::string& problem) {

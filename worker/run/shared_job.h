@@ -46,6 +46,12 @@ public:
     void note_start() { m_started = true; }
     void add_problem(const std::string& problem);
 
+    /// Whether a frame's error is one that all frames will have, as far as none is done, and the job is to end then.
+    bool is_hopeless(const std::string& error) const;
+
+    /// Ends the job where a frame that is over tells that the others cannot work.
+    void judge(const FrameOutcome& outcome);
+
     /// The whole job ends.
     void fail(const std::string& reason);
 
@@ -64,6 +70,7 @@ private:
     const Clock::time_point m_begin = Clock::now();
     std::atomic<bool> m_failed = false;
     std::atomic<bool> m_started = false;
+    std::atomic<bool> m_has_done = false;  // a frame
     std::mutex m_plan_mutex;
     std::optional<OutputPlan> m_plan;
     std::mutex m_mutex;

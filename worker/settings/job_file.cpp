@@ -1,37 +1,17 @@
 #include "worker/settings/job_file.h"
 
 #include "json/value.h"
-#include "worker/base/file_descriptor.h"
+#include "worker/settings/nearest_key.h"
+#include "worker/settings/text_file.h"
 
-#include <system/plain_files.h>
-
-#include <fcntl.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <filesystem>
 #include <set>
 
 namespace corrivane::worker {
 namespace {
-
-constexpr std::size_t max_file_size = 16 << 20;
-
-std::string read_text(const std::string& path) {
-    const FileDescriptor file(open_plain_file(path.c_str(), O_RDONLY));
-    if (file.get() == -1) throw JobFileError(path + ": " + plain_file_error(errno));
-    std::string text;
-    char piece[65536];
-    for (;;) {
-        const auto count = ::read(file.get(), piece, sizeof piece);
-        if (count == -1 && errno == EINTR) continue;
-        if (count == -1) throw JobFileError(path + ": cannot be read: " + std::strerror(errno));
-        if (count == 0) return text;
-        text.append(piece, static_cast<std::size_t>(count));
-        if (text.size() > max_file_size)
-            throw JobFileError(path + ": is larger than 16 MiB, that is no job file");
-    }
-}
 
 /// Of two members with one key the last would count; a job file with both has a mistake in it.
 void refuse_repeated_keys(const json::Value& value) {
@@ -47,10 +27,16 @@ void refuse_repeated_keys(const json::Value& value) {
     }
 }
 
+/// The place of a key in the job: options.alphaSplit is /options/alphaSplit.
+nlohmann::ordered_json::json_pointer json_pointer(std::string key) {
+    std::ranges::replace(key, '.', '/');
+    return nlohmann::ordered_json::json_pointer('/' + key);
+}
+
 /// Reads the members of the job, or of an object in it that only groups settings. `group` is empty, or the way
-/// to that object with a dot behind it. Collects the keys that were there, with the way to them.
-void read_members(const json::Value& object, const std::string& group, JobSettings& settings,
-                  std::set<std::string>& seen) {
+/// to that object with a dot behind it.
+void read_members(const json::Value& object, const std::string& group, const std::string& folder,
+                  JobSettings& settings) {
     const auto& table = job_setting_table();
     for (const auto& [name, member] : object.members()) {
         const std::string key = group + std::string(name);
@@ -58,37 +44,52 @@ void read_members(const json::Value& object, const std::string& group, JobSettin
         const bool is_group = std::ranges::any_of(
             table, [&key](const JobSetting& setting) { return setting.key.starts_with(key + '.'); });
         if (name.find('.') == std::string_view::npos && row != table.end() && row->read)
-            row->read(member, settings);
+            row->read(member, folder, settings);
         else if (is_group)
-            read_members(member, key + '.', settings, seen);
+            read_members(member, key + '.', folder, settings);
+        else if (group.empty() && name == "$schema")
+            continue;  // what editors find the schema by
         else
-            member.fail("is not a key that is known here");
-        seen.insert(key);
+            member.fail("is not a key that is known here" + did_you_mean(nearest_key(key)));
     }
 }
 
-JobSettings read_settings(const json::Value& job) {
-    refuse_repeated_keys(job);
-    JobSettings settings;
-    std::set<std::string> seen;
-    read_members(job, "", settings, seen);
-    for (const JobSetting& setting : job_setting_table())
-        if (setting.is_required && !seen.contains(setting.key)) job.at(setting.key);
-    return settings;
+std::string folder_of(const std::string& path) {
+    return std::filesystem::path(path).parent_path().string();
 }
 
 }  // namespace
 
-JobSettings parse_job(std::string_view text, const std::string& name) {
+JobSettings parse_job(std::string_view text, const std::string& name, const std::string& folder) {
     try {
-        return read_settings(json::Document(text).root());
+        const json::Document document(text);
+        refuse_repeated_keys(document.root());
+        JobSettings settings;
+        read_members(document.root(), "", folder, settings);
+        return settings;
     } catch (const json::Error& error) {
         throw JobFileError(name + ": " + error.what());
     }
 }
 
 JobSettings read_job_file(const std::string& path) {
-    return parse_job(read_text(path), path);
+    try {
+        return path == "-" ? parse_job(read_standard_input(), "standard input", "")
+                           : parse_job(read_text_file(path), path, folder_of(path));
+    } catch (const TextFileError& error) {
+        throw JobFileError(error.what());
+    }
+}
+
+std::string job_file_text(const JobSettings& settings) {
+    nlohmann::ordered_json job;
+    for (const JobSetting& setting : job_setting_table()) {
+        if (!setting.write) continue;
+        nlohmann::ordered_json value = setting.write(settings);
+        if (!value.is_null()) job[json_pointer(setting.key)] = std::move(value);
+    }
+    // Names of files need not be UTF-8; a job file has to.
+    return job.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 
 }  // namespace corrivane::worker

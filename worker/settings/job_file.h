@@ -29,13 +29,17 @@ public:
 ///       "hosts": 2, "drives": {"C": "drive_c", "D": "/mnt/d"}
 ///     }
 ///
-/// Folders and files of this machine are taken from the current folder, as on the command line. Throws
-/// JobFileError for text that is not JSON, unknown, missing and repeated keys, wrong types, and values that
-/// the job cannot have; `name` is how the message calls the file. The job still has to pass check_job.
-JobSettings parse_job(std::string_view text, const std::string& name);
+/// This machine's own paths in it are relative to `folder`; an empty one is the current folder. Throws JobFileError
+/// for text that is not JSON, unknown and repeated keys, wrong types, and values that the job cannot have; `name` is
+/// how the message calls the file. A job that lacks something is read too: options may bring it.
+JobSettings parse_job(std::string_view text, const std::string& name, const std::string& folder);
 
-/// Reads a job file of this machine. Throws JobFileError also for a file that cannot be read or is
-/// absurdly large.
+/// Reads a job file of this machine, "-" from standard input. Throws JobFileError also for a file that cannot be read
+/// or is absurdly large.
 JobSettings read_job_file(const std::string& path);
+
+/// The job as a file that reads the same from wherever it lies: every setting that has a value, paths of this machine
+/// in full.
+std::string job_file_text(const JobSettings& settings);
 
 }  // namespace corrivane::worker

@@ -2,7 +2,12 @@
 
 #include "net/farm_protocol.h"
 #include "worker/job/command_line_text.h"
+#include "worker/job/output_names.h"
+#include "worker/settings/text_file.h"
 
+#include <nlohmann/json.hpp>
+
+#include <cctype>
 #include <chrono>
 #include <filesystem>
 #include <stdexcept>
@@ -26,7 +31,7 @@ auto& part_of_job(auto& job) {
 
 /// The structure, among those that settings are kept in, that has a setting's field.
 template <typename Part>
-Part& part_of(JobSettings& settings) {
+auto& part_of(auto& settings) {
     if constexpr (is_of_job<Part>)
         return part_of_job<Part>(settings.job);
     else if constexpr (std::is_same_v<Part, RunSettings>)
@@ -39,11 +44,21 @@ Part& part_of(JobSettings& settings) {
         return settings.run.views;
 }
 
+template <typename Value>
+constexpr bool is_optional = false;
+template <typename Value>
+constexpr bool is_optional<std::optional<Value>> = true;
+
+/// Whether a setting's texts are paths.
+enum class Paths { none, files };
+
 /// What is special about a setting whose field has this type.
 template <typename Value>
 struct Special {
     bool required = false;
+    Paths paths = Paths::none;
     void (*check)(const Value&) = nullptr;  // throws std::invalid_argument with the reason
+    void (*adapt)(Value&) = nullptr;        // the same, and puts the value into its final form
     /// Tells the plug-in after the start of the job, with the value as parameters.
     std::string_view command = {};
     void (*add_commands)(const Job&, JobCommands&) = nullptr;
@@ -58,24 +73,68 @@ void add_command(JobCommands& commands, std::string_view name, const bool& value
     if (value) commands.after_start.push_back(command_line(name));
 }
 
+template <typename Value>
+void take_from(Paths paths, const std::string& folder, Value& value) {
+    if constexpr (requires { take_paths_from(folder, value); })
+        if (paths != Paths::none) take_paths_from(folder, value);
+}
+
+template <typename Value>
+nlohmann::ordered_json written(const Value& value) {
+    if constexpr (is_optional<Value>)
+        return value ? written_value(*value) : nlohmann::ordered_json();
+    else
+        return written_value(value);
+}
+
+template <typename Value>
+nlohmann::ordered_json schema_for() {
+    if constexpr (is_optional<Value>)
+        return schema_of(typename Value::value_type());
+    else
+        return schema_of(Value());
+}
+
+/// A default that stands for none is no value that a job file may have.
+template <typename Value>
+bool may_be_given(const Value& value, const Special<Value>& special) {
+    if constexpr (is_optional<Value>)
+        if (!value) return false;
+    try {
+        if (special.check) special.check(value);
+        return true;
+    } catch (const std::invalid_argument&) {
+        return false;
+    }
+}
+
 /// A row of the table.
 template <typename Part, typename Value>
 JobSetting setting(const char* key, const char* flag, const char* form, const char* help, Value Part::*field,
                    Special<std::type_identity_t<Value>> special = {}) {
     JobSetting row{.key = key, .flag = flag, .form = form, .help = help};
-    const auto read = [field, check = special.check](const auto& source, JobSettings& settings) {
+    const auto read = [field, special](const auto& source, const std::string& folder, JobSettings& settings) {
         Value& value = part_of<Part>(settings).*field;
         read_value(source, value);
-        if (check) check(value);
+        take_from(special.paths, folder, value);
+        if (special.check) special.check(value);
+        if (special.adapt) special.adapt(value);
     };
-    row.read = [read](const json::Value& source, JobSettings& settings) {
+    row.read = [read](const json::Value& source, const std::string& folder, JobSettings& settings) {
         try {
-            read(source, settings);
+            read(source, folder, settings);
         } catch (const std::invalid_argument& error) {
             source.fail(error.what());
         }
     };
-    row.read_option = read;
+    row.read_option = [read](const OptionTexts& texts, JobSettings& settings) { read(texts, "", settings); };
+    row.write = [field, special](const JobSettings& settings) {
+        Value value = part_of<Part>(settings).*field;
+        if (!may_be_given(value, special)) return nlohmann::ordered_json();
+        take_from(special.paths, std::filesystem::current_path().string(), value);
+        return written(value);
+    };
+    row.schema = schema_for<Value>;
     row.is_required = special.required;
     row.is_repeatable = is_repeatable<Value>;
     if (special.add_commands) row.add_commands = special.add_commands;
@@ -90,11 +149,6 @@ JobSetting setting(const char* key, const char* flag, const char* form, const ch
 
 void not_empty(const std::string& text) {
     if (text.empty()) throw std::invalid_argument("is empty");
-}
-
-/// For names: an empty one would silently stand for none.
-void is_named(const std::optional<std::string>& name) {
-    not_empty(*name);
 }
 
 template <int least, int most>
@@ -126,6 +180,79 @@ void may_be_folders(const std::map<char, std::string>& drives) {
         may_be_folder(folder);
 }
 
+/// A shell takes the backslashes of a word without quotes away.
+void has_its_backslashes(const std::string& path) {
+    const bool has_drive =
+        path.size() >= 3 && std::isalpha(static_cast<unsigned char>(path[0])) != 0 && path[1] == ':';
+    if (!has_drive || path[2] == '\\' || path[2] == '/') return;
+    throw std::invalid_argument(
+        '"' + path + "\" has no \\ behind its drive, as if a shell had taken it away: write '" +
+        path.substr(0, 2) + "\\folder\\name' in quotes, or " + path.substr(0, 2) + "/folder/name");
+}
+
+void is_path(const std::string& path) {
+    not_empty(path);
+    has_its_backslashes(path);
+}
+
+void is_named_path(const std::optional<std::string>& path) {
+    is_path(*path);
+}
+
+void take_number_place(std::optional<std::string>& name) {
+    name = without_number_place(*name);
+}
+
+/// Frames as texts and numbers of a job file.
+std::string frame_text(const json::Value& source) {
+    if (source.is_string()) return std::string(source.text());
+    if (!source.is_array()) return std::to_string(source.whole(INT32_MIN, INT32_MAX));
+    std::string text;
+    for (const json::Value element : source.elements())
+        text += (text.empty() ? "" : ",") + frame_text(element);
+    return text;
+}
+
+FrameList read_frames(const std::string& text, const std::string& folder) {
+    if (!text.starts_with('@')) return FrameList(text);
+    const std::string file = path_from(folder, text.substr(1));
+    try {
+        return FrameList(read_text_file(file));
+    } catch (const TextFileError& error) {
+        throw std::invalid_argument(error.what());
+    } catch (const std::invalid_argument& error) {
+        throw std::invalid_argument(file + ": " + error.what());
+    }
+}
+
+JobSetting frames_setting() {
+    JobSetting row{
+        .key = "frames",
+        .flag = "--frames",
+        .form = "LIST",
+        .help =
+            "Frames: 7, 1-48, 48-1, 1-48x2 (every second), 1-48y2 (the others), 1-48:2 (every second, "
+            "then the others), all (the scene's range), with commas between them; @FILE reads them "
+            "from a file",
+        .is_required = true};
+    row.read = [](const json::Value& source, const std::string& folder, JobSettings& settings) {
+        try {
+            settings.frames = read_frames(frame_text(source), folder);
+        } catch (const std::invalid_argument& error) {
+            source.fail(error.what());
+        }
+    };
+    row.read_option = [](const OptionTexts& texts, JobSettings& settings) {
+        settings.frames = read_frames(texts.front(), "");
+    };
+    row.write = [](const JobSettings& settings) { return written_value(settings.frames.text()); };
+    row.schema = [] {
+        const nlohmann::ordered_json item{{"type", {"string", "integer"}}};
+        return nlohmann::ordered_json{{"type", {"string", "integer", "array"}}, {"items", item}};
+    };
+    return row;
+}
+
 /// The part of its region that has a command-line option of its own.
 JobSetting region_padding() {
     JobSetting row{.key = "options.region.padding",
@@ -142,13 +269,15 @@ JobSetting region_padding() {
 /// What verifying was called when it looked at less.
 JobSetting check() {
     JobSetting row{.key = "check", .flag = "--check", .form = "", .help = "The same as --verify full"};
-    const auto read = [](const auto& source, JobSettings& settings) {
+    row.read_option = [](const OptionTexts& texts, JobSettings& settings) {
         bool is_wanted = false;
-        read_value(source, is_wanted);
+        read_value(texts, is_wanted);
         if (is_wanted) settings.run.verify = Verify::full;
     };
-    row.read = read;
-    row.read_option = read;
+    row.read = [](const json::Value& source, const std::string& /*folder*/, JobSettings& settings) {
+        if (source.boolean()) settings.run.verify = Verify::full;
+    };
+    row.schema = schema_for<bool>;
     return row;
 }
 
@@ -166,20 +295,29 @@ void add_jpeg_preview(const Job& job, JobCommands& commands) {
 
 std::vector<JobSetting> job_settings() {
     return {
-        setting("scene", "--scene", "SCENE", "The scene file", &Job::scene, {.required = true}),
+        setting("name", "--name", "TEXT", "What people call the job", &Job::name),
+        setting("comment", "--comment", "TEXT", "What else people should know of it", &Job::comment),
+        setting("scene", "--scene", "SCENE", "The scene file", &Job::scene,
+                {.required = true, .paths = Paths::files, .check = is_path}),
         setting("camera", "--camera", "NAME", "Camera to render through (default: the active view)",
                 &Job::camera),
-        setting("frames", "--frames", "LIST", "Frames: a comma list of N, A-B and A-BxSTEP", &Job::frames,
-                {.required = true}),
+        frames_setting(),
         setting("output", "--output", "NAME", "Output file name (default: the scene's)", &Job::output,
-                {.check = is_named, .command = command::output_image_filename}),
+                {.paths = Paths::files,
+                 .check = is_named_path,
+                 .adapt = take_number_place,
+                 .command = command::output_image_filename}),
+        setting("outputFolder", "--output-folder", "DIR",
+                "Folder for the output and the render elements, whatever theirs is", &Job::output_folder,
+                {.paths = Paths::files, .check = is_named_path}),
         setting("options.frameBase", "--frame-base", "N", "Number added to the frames in file names",
                 &JobOptions::frame_base, {.command = command::frame_number_base}),
         setting("options.region", "--region", "L,T,R,B", "Part of the image to render, in pixels",
                 &JobOptions::region, {.command = command::region_rendering}),
         region_padding(),
         setting("options.jpegPreview", "--jpeg-preview", "DIR", "Folder for JPEG previews",
-                &JobOptions::jpeg_preview, {.check = is_named, .add_commands = add_jpeg_preview}),
+                &JobOptions::jpeg_preview,
+                {.paths = Paths::files, .check = is_named_path, .add_commands = add_jpeg_preview}),
         setting("options.failOnBlack", "--fail-on-black", "PERCENT,THRESHOLD",
                 "Fail frames with so many percent of pixels (0 to 100) below a threshold (0 to 1)",
                 &JobOptions::fail_on_black, {.command = command::fail_on_black_frames}),
@@ -201,13 +339,13 @@ std::vector<JobSetting> job_settings() {
                 "What scripts may ask of the submission; a key that is repeated has several values",
                 &Job::submit_info),
         setting("auxFiles", "--aux-file", "FILE", "A file that scripts may ask for; repeatable",
-                &Job::aux_files),
+                &Job::aux_files, {.paths = Paths::files}),
         setting("preScript", "--pre-script", "FILE",
                 "Script file that each host runs after it has started the job", &Job::pre_script,
-                {.check = is_named}),
+                {.paths = Paths::files, .check = is_named_path}),
         setting("postScript", "--post-script", "FILE",
                 "Script file that each host runs before it ends the job", &Job::post_script,
-                {.check = is_named}),
+                {.paths = Paths::files, .check = is_named_path}),
         setting("hosts", "--hosts", "N", "Hosts at work at the same time (default: 1)", &RunSettings::hosts,
                 {.check = within<1, 64>}),
         setting("retries", "--retries", "N", "Further attempts at a frame that came to nothing (default: 2)",
@@ -229,6 +367,9 @@ std::vector<JobSetting> job_settings() {
         setting("finishFrames", "--finish-frames", "",
                 "The first Ctrl-C lets the running frames finish; the second one stops them",
                 &RunSettings::finish_frames),
+        setting("keepGoing", "--keep-going", "",
+                "Go on to the other frames after an error that all of them will have",
+                &RunSettings::keep_going),
     };
 }
 
@@ -237,14 +378,14 @@ std::vector<JobSetting> host_settings() {
         setting("host", "--host", "FILE",
                 "The host program, which gets its script on standard input (default: corrivane-host beside "
                 "this program)",
-                &HostSettings::program, {.check = not_empty}),
+                &HostSettings::program, {.paths = Paths::files, .check = not_empty}),
         setting("drives", "--drive", "LETTER=DIR",
                 "Folder that stands for a drive (default: C=drive_c); repeatable", &HostSettings::drives,
-                {.check = may_be_folders}),
+                {.paths = Paths::files, .check = may_be_folders}),
         setting("network", "--network", "DIR", "Folder that stands for the network", &HostSettings::network,
-                {.check = may_be_folder}),
+                {.paths = Paths::files, .check = may_be_folder}),
         setting("library", "--library", "FILE", "The plug-in library (default: the host's)",
-                &HostSettings::library),
+                &HostSettings::library, {.paths = Paths::files}),
         setting("threads", "--threads", "N",
                 "Threads that each host renders with (default: the cores, shared among the hosts)",
                 &HostSettings::threads, {.check = within<1, 1024>}),
@@ -273,14 +414,14 @@ std::vector<JobSetting> view_settings() {
                 "@IMAGE@path), none; auto is the bar on a terminal and lines elsewhere (default: auto)",
                 &ViewSettings::progress),
         setting("events", "--events", "FILE", "Add what happens to this file, as lines of JSON",
-                &ViewSettings::events, {.check = not_empty}),
+                &ViewSettings::events, {.paths = Paths::files, .check = not_empty}),
         setting("report", "--report", "DIR", "Write a page about the job, index.html, into this folder",
-                &ViewSettings::report, {.check = may_be_folder}),
+                &ViewSettings::report, {.paths = Paths::files, .check = may_be_folder}),
         setting(
             "crashReports", "--crash-reports", "DIR",
             "Folder for the plug-in's crash reports (default: corrivane-crashes beside the job file or in "
             "the current folder)",
-            &ViewSettings::crash_reports, {.check = may_be_folder}),
+            &ViewSettings::crash_reports, {.paths = Paths::files, .check = may_be_folder}),
     };
 }
 
@@ -302,12 +443,21 @@ const std::vector<JobSetting>& job_setting_table() {
     return table;
 }
 
+void check_complete(const JobSettings& settings) {
+    for (const JobSetting& setting : job_setting_table())
+        if (setting.is_required && setting.write(settings).is_null())
+            throw std::invalid_argument("the job lacks \"" + setting.key +
+                                        "\": give it in the job file or with " + setting.flag);
+}
+
 JobCommands make_job_commands(const Job& job) {
     JobCommands commands;
     commands.start = command_line(command::start_job, {job.scene, job.camera});
     for (const JobSetting& setting : job_setting_table())
         if (setting.add_commands) setting.add_commands(job, commands);
     const int frame = job.frames.empty() ? 0 : job.frames.front();
+    if (const std::string script = element_outputs_script(job.element_outputs); !script.empty())
+        commands.element_outputs = script_text_command(frame, script);
     if (job.pre_script) commands.pre_script = script_command(frame, *job.pre_script, false);
     if (job.post_script) commands.post_script = script_command(frame, *job.post_script, false);
     return commands;

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "worker/job/frame_list.h"
 #include "worker/job/job.h"
 #include "worker/job/job_commands.h"
 #include "worker/job/run_settings.h"
 #include "worker/settings/setting_values.h"
+
+#include <nlohmann/json_fwd.hpp>
 
 #include <functional>
 #include <string>
@@ -13,12 +16,13 @@ namespace corrivane::worker {
 
 /// All that a job file and the options of the command line can say.
 struct JobSettings {
-    Job job;
+    Job job;  // its frames are those of `frames`, once the scene's range is known where that is needed
     RunSettings run;
+    FrameList frames;
 };
 
-/// One setting: what it is called, how it is read and how the plug-in is told. Job file, command line, help
-/// and commands are all made from the table of these.
+/// One setting: what it is called, how it is read and written and how the plug-in is told. Job file, its schema,
+/// command line, help and commands are all made from the table of these.
 struct JobSetting {
     enum class Scope {
         job,   // only where a job is rendered
@@ -29,12 +33,16 @@ struct JobSetting {
     std::string flag;  // on the command line
     std::string form;  // of the option's value, for the help text; empty for a switch
     std::string help;
-    bool is_required = false;
+    bool is_required = false;    // by the job file or the command line
     bool is_repeatable = false;  // on the command line
     Scope scope = Scope::job;
 
-    /// Null for a key inside an object that is another setting's value, and read with it.
-    std::function<void(const json::Value&, JobSettings&)> read = nullptr;
+    /// Reads a value in a job file of that folder. Null, as the next two, for a key inside an object that is another
+    /// setting's value, and read with it.
+    std::function<void(const json::Value&, const std::string& folder, JobSettings&)> read = nullptr;
+    /// The value as a job file has it, null where it is not set; this machine's own paths become full ones.
+    std::function<nlohmann::ordered_json(const JobSettings&)> write = nullptr;
+    std::function<nlohmann::ordered_json()> schema = nullptr;
     /// Throws std::invalid_argument with the reason and without the option's name.
     std::function<void(const OptionTexts&, JobSettings&)> read_option = nullptr;
     /// Adds the commands that tell the plug-in; null when there are none.
@@ -44,6 +52,9 @@ struct JobSetting {
 /// Every setting, in the order in which help texts list them and the plug-in is told. The options of the
 /// command line are to be read in this order too.
 const std::vector<JobSetting>& job_setting_table();
+
+/// Throws std::invalid_argument that names what a job needs and has neither from its file nor from the command line.
+void check_complete(const JobSettings& settings);
 
 /// Throws std::invalid_argument for a text that no command can carry.
 JobCommands make_job_commands(const Job& job);

@@ -2,7 +2,6 @@
 
 #include "net/farm_protocol.h"
 #include "worker/job/command_line_text.h"
-#include "worker/job/frame_list.h"
 
 #include <boost/algorithm/string/split.hpp>
 #include <boost/lexical_cast.hpp>
@@ -92,16 +91,17 @@ bool set_ignore_missing(IgnoreMissing& ignore, std::string_view name) {
     return false;
 }
 
+const std::map<std::string, ViewSettings::Progress> progress_kinds = {
+    {"auto", ViewSettings::Progress::automatic},
+    {"bar", ViewSettings::Progress::bar},
+    {"farm", ViewSettings::Progress::farm},
+    {"lines", ViewSettings::Progress::lines},
+    {"none", ViewSettings::Progress::none}};
+
 ViewSettings::Progress progress_named(const std::string& name) {
-    using Progress = ViewSettings::Progress;
-    static const std::map<std::string, Progress> kinds = {{"auto", Progress::automatic},
-                                                          {"bar", Progress::bar},
-                                                          {"lines", Progress::lines},
-                                                          {"farm", Progress::farm},
-                                                          {"none", Progress::none}};
-    const auto kind = kinds.find(name);
-    if (kind == kinds.end())
-        throw std::invalid_argument('"' + name + "\" is none of auto, bar, lines, farm, none");
+    const auto kind = progress_kinds.find(name);
+    if (kind == progress_kinds.end())
+        throw std::invalid_argument('"' + name + "\" is none of auto, bar, farm, lines, none");
     return kind->second;
 }
 
@@ -164,24 +164,6 @@ void read_value(const OptionTexts& texts, std::chrono::milliseconds& value) {
     int seconds = 0;
     read_value(texts, seconds);
     value = time_limit(seconds);
-}
-
-void read_value(const json::Value& source, std::vector<int>& value) {
-    // Numbers become a list of frames too, so that the limit and the handling of repeats are the same.
-    std::string list;
-    if (source.is_string()) {
-        list = text_of(source);
-    } else if (source.is_array()) {
-        for (const json::Value element : source.elements())
-            list += (list.empty() ? "" : ",") + std::to_string(integer_of(element));
-    } else {
-        list = std::to_string(integer_of(source));
-    }
-    value = parse_frame_list(list);
-}
-
-void read_value(const OptionTexts& texts, std::vector<int>& value) {
-    value = parse_frame_list(texts.front());
 }
 
 void read_value(const json::Value& source, std::vector<std::string>& value) {
@@ -305,6 +287,17 @@ void read_value(const OptionTexts& texts, ViewSettings::Progress& value) {
     value = progress_named(texts.front());
 }
 
+std::vector<std::string> progress_names() {
+    std::vector<std::string> names;
+    for (const auto& [name, kind] : progress_kinds)
+        names.push_back(name);
+    return names;
+}
+
+std::string progress_name(ViewSettings::Progress value) {
+    return std::ranges::find(progress_kinds, value, [](const auto& entry) { return entry.second; })->first;
+}
+
 std::vector<std::string> command_parameters(int value) {
     return {std::to_string(value)};
 }
@@ -339,6 +332,13 @@ std::vector<std::string> command_parameters(const Region& value) {
 
 std::vector<std::string> command_parameters(const BlackFrameCheck& value) {
     return {std::to_string(value.percentage), boost::lexical_cast<std::string>(value.threshold)};
+}
+
+std::vector<std::string> missing_kind_names(const IgnoreMissing& value) {
+    std::vector<std::string> names;
+    for (const MissingKind& kind : missing_kinds)
+        if (value.*kind.field) names.emplace_back(kind.name);
+    return names;
 }
 
 std::vector<std::string> ignore_missing_commands(const IgnoreMissing& value) {

@@ -2,6 +2,7 @@
 
 #include "support/test.h"
 #include "worker/job/frame_list.h"
+#include "worker/job/output_names.h"
 #include "worker/run/output_plan.h"
 #include "worker/views/lines_view.h"
 
@@ -21,7 +22,7 @@ class JobRunTest : public testing::Test {
 protected:
     JobRunTest() {
         job.scene = "scene.gltf";
-        job.frames = parse_frame_list("1-3");
+        job.frames = FrameList("1-3").frames();
         settings.host.program = FAKE_HOST_PROGRAM;
         settings.retries = 1;
         settings.verify = Verify::off;  // the fake host writes no images
@@ -88,7 +89,7 @@ TEST_F(JobRunTest, RendersEveryFrameWithOneHost) {
 }
 
 TEST_F(JobRunTest, FramesAreSharedAmongHosts) {
-    job.frames = parse_frame_list("1-40");
+    job.frames = FrameList("1-40").frames();
     settings.hosts = 3;
     EXPECT_TRUE(run("").success()) << out.str();
     EXPECT_EQ(count_hosts(), 3);
@@ -188,7 +189,7 @@ TEST_F(JobRunTest, AFailedPostScriptIsAProblemOfTheJob) {
 }
 
 TEST_F(JobRunTest, WhatHostsSayOfTheSceneIsShownOnce) {
-    job.frames = parse_frame_list("1-40");
+    job.frames = FrameList("1-40").frames();
     settings.hosts = 2;
     for (const bool listener : {false, true}) {
         settings.show_host_output = listener;

@@ -52,7 +52,7 @@ protected:
         settings.host.program = test::built_program("corrivane-host");
         settings.host.drives['C'] = drive;
         settings.retries = 1;
-        job.frames = parse_frame_list("1-4");
+        job.frames = FrameList("1-4").frames();
         test::render_settings(scene)["elements"] = {{{"type", "depth"}, {"output", "C:\\out\\z.exr"}}};
     }
 
@@ -106,7 +106,7 @@ protected:
 };
 
 TEST_F(RealHostTest, FaultsOfEveryKindCostAnAttemptAndNoFrame) {
-    job.frames = parse_frame_list("1-12");
+    job.frames = FrameList("1-12").frames();
     settings.hosts = 2;
     // Once each: a processor fault, an error, and the end of the session.
     use_pre_script(R"script(callbacks.addScript #preRenderFrame "(
@@ -149,7 +149,7 @@ TEST_F(RealHostTest, FilesThatChangeBehindTheWorkersBackAreFoundAndMended) {
     job.frames = {9};
     run();
     test::render_settings(scene)["width"] = 64;
-    job.frames = parse_frame_list("1-8");
+    job.frames = FrameList("1-8").frames();
     job.options.jpeg_preview = "C:\\out";
     use_wrapper(
         "rm beauty0002.png z0005.exr beauty0006.jpg; truncate -s 200 beauty0003.png\n"

@@ -2,8 +2,11 @@
 #include "support/test.h"
 #include "worker/cli/options.h"
 #include "worker/job/command_line_text.h"
+#include "worker/job/common_faults.h"
 #include "worker/job/frame_list.h"
 #include "worker/job/job_commands.h"
+#include "worker/job/output_names.h"
+#include "worker/settings/job_documents.h"
 #include "worker/settings/job_file.h"
 
 #include <boost/tokenizer.hpp>
@@ -28,6 +31,7 @@ ParsedCommandLine parse(const std::string& command_line) {
 }
 
 constexpr const char* whole_file = R"({
+    "name": "a_job", "comment": "two", "outputFolder": "/out", "keepGoing": true,
     "scene": "a,b.gltf", "camera": "Camera01", "frames": "-3", "output": "C:\\out\\b.png",
     "options": {
         "frameBase": -7, "region": {"left": -1, "top": 2, "right": 30, "bottom": 40, "padding": 8},
@@ -43,7 +47,8 @@ constexpr const char* whole_file = R"({
     "startTimeout": 5, "frameTimeout": 0, "showListener": true})";
 
 constexpr const char* whole_command_line =
-    "render a,b.gltf --camera Camera01 --frames -3 --output C:\\out\\b.png --frame-base -7 "
+    "render a,b.gltf --name a_job --comment two --output-folder /out --keep-going --camera Camera01 --frames "
+    "-3 --output C:\\out\\b.png --frame-base -7 "
     "--region -1,2,30,40 --region-padding 8 --jpeg-preview C:\\previews --fail-on-black 95,0.5 "
     "--ignore-missing files,dlls --ignore-missing uvws,xrefs --restart-renderer --hide-frame-buffer "
     "--remove-padding --alpha-split --job-info Name=Robot --job-info Priority=50 --job-info Urgent=true "
@@ -70,12 +75,14 @@ void expect_whole_job(const Job& job) {
     EXPECT_THAT(job.submit_info, UnorderedElementsAre(Pair("Pools", ElementsAre("night", "2")),
                                                       Pair("Name", ElementsAre("ana"))));
     EXPECT_THAT(job.aux_files, ElementsAre("a.txt", "b.txt"));
+    EXPECT_EQ(job.name + ' ' + job.comment + ' ' + job.output_folder.value_or(""), "a_job two /out");
 }
 
 void expect_whole_run(const RunSettings& run) {
     EXPECT_EQ(run.hosts, 3);
     EXPECT_EQ(run.retries, 0);
-    EXPECT_TRUE(run.resume && run.finish_frames && run.show_host_output && !run.retry_errors);
+    EXPECT_TRUE(run.resume && run.finish_frames && run.show_host_output && !run.retry_errors &&
+                run.keep_going);
     EXPECT_EQ(run.verify, Verify::fast);
     EXPECT_EQ(run.host.threads, 2);
     EXPECT_EQ(run.host.nice, 5);
@@ -91,23 +98,63 @@ void expect_whole_run(const RunSettings& run) {
 }
 
 TEST(JobSettings, AFileAndACommandLineCanSayTheSame) {
-    const JobSettings file = parse_job(whole_file, "job.json");
+    JobSettings file = parse_job(whole_file, "job.json", "");
+    file.job.frames = file.frames.frames();
     expect_whole_job(file.job);
     expect_whole_run(file.run);
     const auto parsed = parse(whole_command_line);
-    ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
-    expect_whole_job(*parsed.invocation->job);
-    expect_whole_run(parsed.invocation->settings);
+    ASSERT_TRUE(parsed.invocation);
+    expect_whole_job(parsed.invocation->settings.job);
+    expect_whole_run(parsed.invocation->settings.run);
 }
 
 TEST(JobSettings, FramesMayBeNumbersAndPreviewFoldersEndAnyway) {
-    EXPECT_THAT(parse_job(R"({"scene": "a", "frames": -4})", "").job.frames, ElementsAre(-4));
-    EXPECT_THAT(parse_job(R"({"scene": "a", "frames": [3, -1, 3]})", "").job.frames, ElementsAre(3, -1));
+    EXPECT_THAT(parse_job(R"({"frames": -4})", "", "").frames.frames(), ElementsAre(-4));
+    EXPECT_THAT(parse_job(R"({"frames": [3, "-1-0", 3]})", "", "").frames.frames(), ElementsAre(3, -1, 0));
     Job job;
     job.options.jpeg_preview = R"(C:\p\)";
     EXPECT_THAT(make_job_commands(job).after_start, ElementsAre(R"(UseJpegOutput,C:\\p\\)"));
     job.options.jpeg_preview = "/mnt/p/";
     EXPECT_THAT(make_job_commands(job).after_start, ElementsAre("UseJpegOutput,/mnt/p/"));
+}
+
+TEST(JobSettings, AWrittenJobReadsTheSame) {
+    const std::string text = job_file_text(parse_job(whole_file, "", ""));
+    const JobSettings again = parse_job(text, "", "/elsewhere");
+    EXPECT_EQ(job_file_text(again), text);
+    EXPECT_EQ(again.run.host.program, std::filesystem::current_path() / "my-host");
+    EXPECT_EQ(again.run.limits.work, std::chrono::milliseconds::max());
+}
+
+TEST(JobSettings, PathsInAFileStartAtItsFolder) {
+    const test::TemporaryFolder folder;
+    test::write_file(folder / "left.txt", "3\n5-6 # lost\n");
+    const JobSettings settings = parse_job(
+        R"({"scene": "s/a.gltf", "output": "out\\a.####.png", "outputFolder": "C:/out", "frames": "@left.txt",
+            "options": {"jpegPreview": "\\\\farm\\out"}, "auxFiles": ["/a", "b"], "preScript": "C:\\pre.ms",
+            "host": "my-host", "drives": {"D": "d"}, "network": "/net"})",
+        "", folder.path());
+    const std::string base = folder / "";
+    EXPECT_EQ(settings.job.scene, base + "s/a.gltf");
+    EXPECT_EQ(settings.job.output, base + "out\\a..png");
+    EXPECT_EQ(settings.job.output_folder, "C:/out");
+    EXPECT_EQ(settings.job.options.jpeg_preview, "\\\\farm\\out");
+    EXPECT_THAT(settings.job.aux_files, ElementsAre("/a", base + "b"));
+    EXPECT_EQ(settings.job.pre_script, "C:\\pre.ms");
+    EXPECT_EQ(settings.run.host.program, base + "my-host");
+    EXPECT_EQ(settings.run.host.drives.at('D'), base + "d");
+    EXPECT_EQ(settings.run.host.network, "/net");
+    EXPECT_THAT(settings.frames.frames(), ElementsAre(3, 5, 6));
+}
+
+TEST(JobSettings, DocumentsTellEveryKey) {
+    EXPECT_EQ(test::read_file(DOCS_FOLDER "/job.schema.json"), job_schema_text())
+        << "run cmake/refresh_job_docs.sh";
+    EXPECT_THAT(test::read_file(DOCS_FOLDER "/jobs.md"), EndsWith(job_key_table()))
+        << "run cmake/refresh_job_docs.sh";
+    const std::string example = test::read_file(DOCS_FOLDER "/../examples/carousel.json");
+    EXPECT_NO_THROW(parse_job(example, "", ""));
+    EXPECT_THAT(test::read_file(DOCS_FOLDER "/jobs.md"), HasSubstr(example));
 }
 
 TEST(JobSettings, OptionsReplaceWhatTheFileSaysAndNoMore) {
@@ -117,8 +164,8 @@ TEST(JobSettings, OptionsReplaceWhatTheFileSaysAndNoMore) {
         parse("run " + (folder / "job.json") +
               " --frames 9 --frame-base 6 --region-padding 1 --ignore-missing files --alpha-split=false "
               "--job-info Name=x --submit-info Pools=day --drive D=elsewhere --aux-file c.txt");
-    ASSERT_TRUE(parsed.invocation && parsed.invocation->job);
-    const Job& job = *parsed.invocation->job;
+    ASSERT_TRUE(parsed.invocation);
+    const Job& job = parsed.invocation->settings.job;
     EXPECT_THAT(job.frames, ElementsAre(9));
     const JobCommands commands = make_job_commands(job);
     EXPECT_THAT(commands.before_start, ElementsAre("IgnoreMissingExternalFiles"));
@@ -128,9 +175,8 @@ TEST(JobSettings, OptionsReplaceWhatTheFileSaysAndNoMore) {
     EXPECT_EQ(job.job_info.size(), 3);
     EXPECT_THAT(job.submit_info.at("Pools"), ElementsAre("day"));
     EXPECT_THAT(job.aux_files, ElementsAre("c.txt"));
-    const HostSettings& host = parsed.invocation->settings.host;
-    EXPECT_THAT(host.drives, ElementsAre(Pair('C', "here"), Pair('D', "elsewhere")));
-    EXPECT_EQ(host.program, "my-host");
+    const HostSettings& host = parsed.invocation->settings.run.host;
+    EXPECT_THAT(host.drives, ElementsAre(Pair('C', folder / "here"), Pair('D', "elsewhere")));
 }
 
 TEST(JobSettings, WrongCommandLinesAreExplained) {
@@ -139,7 +185,10 @@ TEST(JobSettings, WrongCommandLinesAreExplained) {
         {"paint", "\"paint\" is none of the commands"},
         {"render --frames 1", "scene"},
         {"render a", "--frames"},
-        {"render a --frames 1-", "--frames: frame list: \"1-\""},
+        {"render a --frames 1-", "--frames: frame list, column 3"},
+        {"render C:scenesa.gltf --frames 1", "scene: \"C:scenesa.gltf\" has no \\ behind its drive"},
+        {"render a --frames 1 --output beauty.##.png", "write \"beauty.####.png\", or \"beauty..png\""},
+        {"render a --frames @/nowhere/left.txt", "--frames: /nowhere/left.txt: "},
         {"render a --frames 1 --frames 2", "--frames"},
         {"render a --frames 1 --region 1,2,3", "--region: \"1,2,3\" is not of the form L,T,R,B"},
         {"render a --frames 1 --region 5,5,1,1", "region"},
@@ -165,6 +214,8 @@ TEST(JobSettings, WrongCommandLinesAreExplained) {
         {"run /nowhere/job.json", "/nowhere/job.json"},
         {"run /", "/: it is not a file"},
         {"script", "file"},
+        {"render a --frames 1 --frmae-base=2", "Did you mean --frame-base?"},
+        {"info", "scene"},
         {"script a.ms --frames 1", "--frames"},
     };
     for (const auto& [command_line, reason] : cases) {
@@ -183,16 +234,20 @@ TEST(JobSettings, WrongFilesAreExplained) {
         {"{\"scene\": \"a\",\n oops}", "parse error at line 2"},
         {"[\"\xff\"]", "UTF-8"},
         {"[]", "job.json: the document should be an object"},
-        {R"({"frames": 1})", "the document lacks \"scene\""},
-        {R"({"scene": "a"})", "the document lacks \"frames\""},
         {R"({"scene": 5, "frames": 1})", "scene should be a string"},
         {R"({"scene": "a", "scene": "b", "frames": 1})", "scene: is there twice"},
-        {R"({"scene": "a", "frames": "1-"})", "frames: frame list: \"1-\" lacks the last frame"},
+        {R"({"scene": "a", "frames": "1-"})", "frames: frame list, column 3: the range's last"},
         {R"({"scene": "a", "frames": []})", "frames: the frame list names no frames"},
+        {R"({"scene": "C:a.gltf"})", "scene: \"C:a.gltf\" has no \\ behind its drive"},
+        {R"({"scene": "a", "frames": "@/nowhere"})", "frames: /nowhere: "},
         {R"({"scene": "a", "frames": [1, 2.5]})", "frames[1] should be a whole number from -2147483648"},
         {R"({"scene": "a", "frames": true})", "frames should be a whole number from -2147483648"},
         {R"("camera": "a\u0000b")", "camera: holds a NUL"},
-        {R"("Camera": "x")", "Camera: is not a key"},
+        {R"("Camera": "x")", "Camera: is not a key that is known here; did you mean \"camera\"?"},
+        {R"("options": {"alpha-splt": true})",
+         "options.alpha-splt: is not a key that is known here; did you mean \"options.alphaSplit\"?"},
+        {R"("regoin": 1)", "did you mean \"options.region\"?"},
+        {R"("whatever": 1)", "whatever: is not a key that is known here"},
         {R"("output": "")", "output: is empty"},
         {R"("options": [])", "options should be an object"},
         {R"("options.alphaSplit": true)", "options.alphaSplit: is not a key"},
@@ -211,7 +266,7 @@ TEST(JobSettings, WrongFilesAreExplained) {
     for (const auto& [begin, reason] : cases) {
         std::string text = begin;
         if (text.starts_with('"')) text = R"({"scene": "a", "frames": 1, )" + text + '}';
-        EXPECT_THAT(test::message_of([&] { parse_job(text, "job.json"); }),
+        EXPECT_THAT(test::message_of([&] { parse_job(text, "job.json", ""); }),
                     AllOf(StartsWith("job.json: "), HasSubstr(reason)))
             << text;
     }
@@ -259,45 +314,105 @@ TEST(FrameList, NamesFramesInOrder) {
     const std::pair<const char*, std::vector<int>> cases[] = {
         {"7", {7}},
         {"1-4", {1, 2, 3, 4}},
+        {"1,3,5..7", {1, 3, 5, 6, 7}},
         {"1-9x4,60", {1, 5, 9, 60}},
         {"-5--3", {-5, -4, -3}},
-        {"-1-1", {-1, 0, 1}},
+        {"-1..1", {-1, 0, 1}},
         {"4-4,4-1", {4, 3, 2, 1}},
         {"10-1x4", {10, 6, 2}},
-        {" 5 , 1-2 ", {5, 1, 2}},
+        {"10-1x-4", {10, 6, 2}},
+        {"1-10y3", {2, 3, 5, 6, 8, 9}},
+        {"5-1y2", {4, 2}},
+        {"1-10:5", {1, 6, 3, 5, 7, 9, 2, 4, 8, 10}},
+        {"5-1:-2", {5, 3, 1, 4, 2}},
+        {" 5 , 1 - 2,\t8 .. 9 x 1 ", {5, 1, 2, 8, 9}},
+        {"# left\n3\r\n\n4-5 # two\n", {3, 4, 5}},
+        {"9,all", {9, 2, 3, 4, 5}},
+        {"allx2, ally2", {2, 4, 3, 5}},
+        {"all:2", {2, 4, 3, 5}},
         {"2147483646-2147483647", {2147483646, 2147483647}},
         {"-2147483648-2147483647x2147483647", {-2147483647 - 1, -1, 2147483646}},
     };
     for (const auto& [text, frames] : cases)
-        EXPECT_EQ(parse_frame_list(text), frames) << text;
+        EXPECT_EQ(FrameList(text).frames(FrameRange{2, 5}), frames) << text;
+    EXPECT_EQ(FrameList("1-200000y2").frames().size(), max_frames);
+    EXPECT_EQ(frame_list_text({5, 1, 2, 3, -1, 0, 7, 6}), "5,1-3,-1-0,7,6");
 }
 
 TEST(FrameList, RefusesWhatIsNoList) {
     const std::pair<const char*, const char*> cases[] = {
-        {"", "names no frames"},
-        {" ", "names no frames"},
-        {"1,,2", "empty item"},
-        {"1,", "empty item"},
-        {"a", "\"a\" lacks a frame number"},
-        {"1-5,x", "\"x\" lacks a frame number"},
-        {"1-", "\"1-\" lacks the last frame"},
-        {"1-5x", "\"1-5x\" lacks a step"},
-        {"1-5x0", "\"1-5x0\" has a step below 1"},
-        {"1-5x-2", "step below 1"},
-        {"1x2", "\"x2\" at its end"},
-        {"1-5-9", "\"-9\" at its end"},
+        {"", "names no frames; frames are 7, 1-48, 48-1, 1-48x2"},
+        {" # none", "names no frames"},
+        {"1,,2", "column 3: a frame is missing"},
+        {"1,", "column 3: a frame is missing"},
+        {"a", "column 1: \"a\" is not a frame; frames are"},
+        {"1-5,x", "column 5: \"x\" is not a frame"},
+        {"1\n2-\n", "line 2, column 3: the range's last frame is missing"},
+        {"1-5x", "column 5: a step is missing"},
+        {"1-5x0", "column 5: a step of 0"},
+        {"1-5x-2", "column 5: the step leads away"},
+        {"7x-2", "leads away"},
+        {"1-5y1", "a step of 1 leaves no frame out"},
+        {"1-5 7", "column 5: \"7\" means nothing here"},
+        {"1-5-9", "column 4: \"-9\" means nothing here"},
+        {"all-9", "column 4: \"-9\""},
         {"2147483648", "beyond 32 bits"},
-        {"-2147483648-2147483647", "longer than 100000"},
-        {"1-60000,100001-160000", "longer than 100000"},
+        {"-2147483648-2147483647", "column 1: \"-2147483648-2147483647\" makes the list longer than 100000"},
+        {"1-200002y2", "longer than 100000"},
+        {"1-60000,100001-160000", "column 9: \"100001-160000\" makes"},
     };
     for (const auto& [text, reason] : cases)
-        EXPECT_THAT(test::message_of([&text = text] { parse_frame_list(text); }), HasSubstr(reason)) << text;
+        EXPECT_THAT(test::message_of([&] { FrameList{text}; }), HasSubstr(reason)) << text;
+    EXPECT_THROW(FrameList("all").frames(FrameRange{1, 200000}), std::invalid_argument);
 }
 
 /// The fields as the plug-in splits them.
 std::vector<std::string> split(const std::string& line) {
     const boost::tokenizer<boost::escaped_list_separator<char>> fields(line);
     return {fields.begin(), fields.end()};
+}
+
+TEST(OutputNames, ANumbersPlaceIsWhereThePluginPutsIt) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"C:\\shot##1\\beauty.####.png", "C:\\shot##1\\beauty..png"},
+        {"beauty####.png", "beauty.png"},
+        {"take#3.png", "take#3.png"},
+        {"b.#####.png", "refused: write \"b.####.png\", or \"b..png\""},
+        {"b#.png", "refused: write \"b####.png\", or \"b.png\""},
+        {"####_b.png", "refused: write \"_b####.png\", or \"_b.png\""},
+    };
+    for (const auto& [name, result] : cases) {
+        std::string found;
+        try {
+            found = without_number_place(name);
+        } catch (const std::invalid_argument& error) {
+            const std::string reason = error.what();
+            found = "refused: " + reason.substr(reason.find("write"));
+        }
+        EXPECT_EQ(found, result);
+    }
+    EXPECT_EQ(moved_to_folder("C:\\x", "D:/a/b.png"), "C:\\x\\b.png");
+    EXPECT_EQ(moved_to_folder("/x/", "\\\\farm\\out\\b.png"), "/x/b.png");
+    EXPECT_EQ(moved_to_folder("C:/x", "b.png"), "C:/x/b.png");
+    EXPECT_EQ(element_outputs_script({"", "C:\\x\\a.exr"}),
+              "(local manager = maxOps.GetCurRenderElementMgr(); "
+              "manager.SetRenderElementFilename 1 @\"C:\\x\\a.exr\"; \"\")");
+    EXPECT_EQ(element_outputs_script({""}), "");
+}
+
+TEST(CommonFaults, AreThoseThatEveryFrameHas) {
+    const std::pair<const char*, bool> cases[] = {
+        {"Error in bm->OpenOutput(): error code 5\n[error] OpenOutput", true},
+        {"Error in bm->Write(): error code 112", true},
+        {"Error in bm->OpenOutput(): error code 50", true},
+        {"Error in bm->OpenOutput(): error code 1117", false},
+        {"Error in bm->OpenOutput(): error code x", false},
+        {"The output file name is too long for frame 7: \"a\"", true},
+        {"Trapped SEH Exception in CurRendererRenderFrame(): Access Violation", false},
+        {"Failed to open the max renderer.", false},
+    };
+    for (const auto& [error, expected] : cases)
+        EXPECT_EQ(is_fault_of_every_frame(error), expected) << error;
 }
 
 TEST(CommandLineText, TheSplitterGivesBackEveryField) {
