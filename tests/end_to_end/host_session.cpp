@@ -33,7 +33,6 @@ std::string sanitizer_options_without_leaks() {
 
 const HostKind& host_kind() {
     static constexpr HostKind of_this_machine{false, "/", "\n"};
-    // Wine shows the low byte of an exit code; that of an exception nobody took is 5.
     static constexpr HostKind under_wine{true, "Z:\\", "\r\n"};
     return std::getenv("CORRIVANE_WINDOWS_HOST") == nullptr ? of_this_machine : under_wine;
 }

@@ -188,7 +188,8 @@ TEST_F(SimpleSocket, ServerAcceptsOnePeerWithoutDelays) {
         EXPECT_EQ(server.is_listening(), !close_listener);
         int no_delay = 0;
         socklen_t size = sizeof no_delay;
-        ::getsockopt(int(server.connection_handle()), IPPROTO_TCP, TCP_NODELAY, &no_delay, &size);
+        ::getsockopt(int(server.connection_handle()), IPPROTO_TCP, TCP_NODELAY,
+                     reinterpret_cast<char*>(&no_delay), &size);
         EXPECT_NE(no_delay, 0);
         server.send("hello");
         EXPECT_EQ(client.receive(), "hello");

@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <string>
 
+// What a fault would end the process with elsewhere.
+inline constexpr int SIGBUS = 0;
+inline constexpr int SIGTRAP = 0;
+
 namespace corrivane::test {
 
 /// Wine's ReadProcessMemory reads protected pages of its own process as if they were not.
@@ -45,13 +49,7 @@ inline void* read_only_memory(std::size_t bytes) {
 }
 
 inline std::string executable_path() {
-    char* path = nullptr;
-    _get_pgmptr(&path);
-    return path;
+    return _pgmptr;
 }
-
-// What a fault would end the process with elsewhere.
-inline constexpr int SIGBUS = 0;
-inline constexpr int SIGTRAP = 0;
 
 }  // namespace corrivane::test
