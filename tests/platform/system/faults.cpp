@@ -150,8 +150,10 @@ const std::vector<Provocation>& provocations() {
 #endif
         {"Interrupt", access_violation, SIGSEGV, [] { asm volatile("int $0x21"); }, {read_kind, nowhere}},
         {"ForbidInterrupts", privileged, SIGSEGV, [] { asm volatile("cli"); }},
+#ifdef __x86_64__
         {"MachineRegister", privileged, SIGSEGV, [] { asm volatile("rdmsr" ::"c"(0x10)
                                                                    : "eax", "edx"); }},
+#endif
         {"TaskRegister", privileged, SIGSEGV, [] { asm volatile("ltr %%ax" ::"a"(0)); }},
         {"Port", privileged, SIGSEGV, [] { asm volatile("outb %%al, $0x80" ::"a"(0)); }},
         {"IntegerOutOfRange", EXCEPTION_INT_DIVIDE_BY_ZERO, SIGFPE,

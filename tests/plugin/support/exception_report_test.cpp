@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <differences.h>
 #include <machine.h>
 
 #include <algorithm>
