@@ -32,8 +32,8 @@ std::string sanitizer_options_without_leaks() {
 }  // namespace
 
 const HostKind& host_kind() {
-    static constexpr HostKind of_this_machine{false, "/", "\n"};
-    static constexpr HostKind under_wine{true, "Z:\\", "\r\n"};
+    static constexpr HostKind of_this_machine{false, "/", "\n", 1000};
+    static constexpr HostKind under_wine{true, "Z:\\", "\r\n", 150};
     return std::getenv("CORRIVANE_WINDOWS_HOST") == nullptr ? of_this_machine : under_wine;
 }
 

@@ -154,7 +154,7 @@ const std::vector<Provocation>& provocations() {
 #endif
         {"Interrupt", access_violation, SIGSEGV, [] { asm volatile("int $0x21"); }, {read_kind, nowhere}},
         {"ForbidInterrupts", privileged, SIGSEGV, [] { asm volatile("cli"); }},
-#ifdef __x86_64__  // Wine takes these for access violations on 32 bits
+#ifndef _WIN32  // Wine takes these for access violations
         {"MachineRegister", privileged, SIGSEGV, [] { asm volatile("rdmsr" ::"c"(0x10)
                                                                    : "eax", "edx"); }},
         {"TaskRegister", privileged, SIGSEGV, [] { asm volatile("ltr %%ax" ::"a"(0)); }},
