@@ -149,6 +149,8 @@ std::optional<HostOptions> read_command_line(int argc, const char* const* argv) 
     RawOptions raw;
     CLI::App app;
     add_manual(app, host_manual());
+    // A path may begin with a slash on every system.
+    app.allow_windows_style_options(false);
     describe(app, options, raw);
     if (const auto text = manual_asked_for(app, host_manual(), argc, argv)) {
         std::cout << *text;
