@@ -109,9 +109,13 @@ std::string output_lines(Core& core) {
     constexpr int saves_itself = 2;  // a renderer's requirement
     if (core.GetRendSaveFile() && !std::ranges::count(settings.renderer_requirements, saves_itself))
         lines += std::string("main ") + core.GetRendFileBI().Name() + '\n';
-    if (core.document().elements().GetElementsActive()) {
-        for (const HostRenderElement& element : core.document().elements().all())
-            if (!element.output().empty()) lines += "element " + element.output() + '\n';
+    RenderElements& elements = core.document().elements();
+    for (int i = 0; elements.GetElementsActive() && i < elements.NumRenderElements(); ++i) {
+        PBBitmap* target = nullptr;
+        elements.GetRenderElement(i)->GetPBBitmap(target);
+        if (target != nullptr) {
+            lines += std::string("element ") + target->bi.Name() + '\n';
+        }
     }
     return lines;
 }

@@ -16,8 +16,8 @@ public:
         const double seconds = std::chrono::duration<double>(now - m_last).count();
         m_last = now;
         m_credit = std::min(m_credit + seconds * bytes_a_second, most_at_once);
-        // Line ends and the work of showing a line count too.
-        const double cost = static_cast<double>(bytes) + 16;
+        // What is shown in front of a line, and the work of showing it, count too.
+        const double cost = static_cast<double>(bytes) + 64;
         const bool fits = m_credit >= (m_kept_back > 0 ? std::max(cost, most_at_once / 4) : cost);
         if (fits) m_credit -= cost;
         m_kept_back_now = fits ? m_kept_back : 0;

@@ -190,10 +190,11 @@ TEST_F(RealHostTest, AHostThatHangsIsDescribedAndReplaced) {
     EXPECT_THAT(statuses(report), Each(Status::done)) << PrintToString(report.problems);
     EXPECT_EQ(report.frames[1].attempts, 2);
     const auto quiet = witness.all<event::HostQuiet>();
-    ASSERT_FALSE(quiet.empty());
-    EXPECT_EQ(quiet[0].state, "stopped");
-    EXPECT_THAT(quiet[0].quiet_for, AllOf(Ge(300ms), Lt(1s)));
-    EXPECT_GT(quiet[0].memory_bytes, 1 << 20);
+    // On a busy machine the host may seem quiet before it is stopped.
+    const auto stopped = std::ranges::find(quiet, "stopped", &event::HostQuiet::state);
+    ASSERT_NE(stopped, quiet.end());
+    EXPECT_GE(stopped->quiet_for, 300ms);
+    EXPECT_GT(stopped->memory_bytes, 1 << 20);
 }
 
 TEST_F(RealHostTest, EachHostHasALogOfItsOwnAndIsReplacedWhenItHasTooMuchMemory) {
