@@ -158,7 +158,8 @@ TEST_F(ReportPageTest, IsWrittenAtTheEndWithPicturesOfTheFrames) {
     const std::vector<unsigned char> jpeg = picture();
     test::write_file(folder / "a.jpg", std::string(jpeg.begin(), jpeg.end()));
     FrameOutcome done = outcome(1, Status::done);
-    done.images = {{"C:\\none.png", folder / "none.png"}, {"C:\\a.jpg", folder / "a.jpg"}};
+    for (const char* const name : {"none.png", "a.jpg"})
+        done.images.emplace_back().path = folder / name;
     JobReport report;
     report.frames = {done};
     std::string complaint;
@@ -171,8 +172,9 @@ TEST_F(ReportPageTest, IsWrittenAtTheEndWithPicturesOfTheFrames) {
         if (!can_be_written) std::filesystem::remove_all(folder / "new");
         view.take({{}, {}, {}, event::JobEnds{report}});
         EXPECT_EQ(view.written_file().empty(), !can_be_written);
-        if (can_be_written)
+        if (can_be_written) {
             EXPECT_EQ(measure(test::read_file(view.written_file()), {})["images"], json({64}));
+        }
     }
     EXPECT_THAT(complaint, HasSubstr("the report can't be written to "));
 }
