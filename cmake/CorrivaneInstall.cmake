@@ -1,6 +1,6 @@
 # What `cmake --install` copies. The host finds its library and its image module beside itself, so the four stand in one
-# folder, and bin/ has links to the programs there.
-set(programs lib/corrivane)
+# folder, and bin/ has links to the programs there. Below lib/, the package would run ldconfig for what no linker looks for.
+set(programs libexec/corrivane)
 install(TARGETS corrivane-host corrivane-worker corrivane corrivane_imageio
     RUNTIME DESTINATION ${programs}
     LIBRARY DESTINATION ${programs})

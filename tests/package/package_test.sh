@@ -20,7 +20,7 @@ as_user() {
 }
 
 # dpkg of the folder; what the package depends on is the machine's own, and no root is needed for a folder of one's own.
-in_root() { dpkg --root="$root" --force-depends --force-not-root --log=/dev/null "$@"; }
+in_root() { dpkg --root="$root" --force-depends,not-root,bad-path --log=/dev/null "$@"; }
 
 (cd "$build" && cpack -G DEB -B "$folder" >"$folder/log" 2>&1) || { cat "$folder/log"; fail "cpack"; }
 package=$(echo "$folder"/corrivane_*.deb)
