@@ -69,6 +69,7 @@ TEST_F(WorkerProgramTest, RunsAScriptAndTellsFailureByItsExitCode) {
     EXPECT_THAT(trace(), Contains("ExecuteScript,4,a.ms,setTime"));
     EXPECT_EQ(run({"script", "a.ms"}, "fail-script"), "exited with code 1");
     EXPECT_THAT(output, HasSubstr("The script failed: Script did not return success: false\n"));
+    EXPECT_EQ(run({"render", "a.gltf", "--frames", "1"}, "refuse-job"), "exited with code 3");
     EXPECT_EQ(run({"script", "a.ms"}, "exit"), "exited with code 1");
     EXPECT_THAT(output, HasSubstr("exited with code 3\nlast output of the host:\n"));
 }

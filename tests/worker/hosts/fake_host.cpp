@@ -156,6 +156,7 @@ private:
             m_peer.send("ERROR: MAXException caught in 3ds max: out of handles");
             std::exit(0);
         }
+        if (behaviour == "lie") m_peer.send("SUCCESS");
         if (behaviour == "render-on") render_until_told();
         if (behaviour == "slow") render_slowly();
         if (behaviour == "flood") std::cout << std::string(3'000'000, '\n') << std::flush;

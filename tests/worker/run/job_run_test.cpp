@@ -3,6 +3,7 @@
 #include "support/test.h"
 #include "worker/job/frame_list.h"
 #include "worker/job/output_names.h"
+#include "worker/run/lane.h"
 #include "worker/run/output_plan.h"
 #include "worker/views/lines_view.h"
 
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <thread>
 
 namespace corrivane::worker {
 namespace {
@@ -199,6 +201,26 @@ TEST_F(JobRunTest, WhatHostsSayOfTheSceneIsShownOnce) {
         EXPECT_EQ(count_in_output("[warning] LoadFromFile: mesh 2 is odd\n"), listener ? 2 : 1) << out.str();
         EXPECT_EQ(count_in_output("[note]"), listener ? 2 : 0);
         EXPECT_EQ(count_in_output("warning from the end of the job: EndJob called too often"), 2);
+    }
+}
+
+TEST_F(JobRunTest, AFileThatTheFrameDidNotWriteIsNotItsOwn) {
+    settings.verify = Verify::fast;
+    settings.retries = 0;
+    job.frames = {1234};
+    test::write_file(folder / "out1234.png", "of last week");
+    EXPECT_THAT(run("lie@1234").frames[0].error, HasSubstr("older one"));
+}
+
+TEST(Lane, HostsShareTheCores) {
+    EXPECT_EQ(threads_of(1, 3, 5), 5);
+    EXPECT_EQ(threads_of(0, 1, 0), 0);  // the host's own default
+    const int cores = static_cast<int>(std::thread::hardware_concurrency());
+    for (const int hosts : {2, 3, 64}) {
+        int threads = 0;
+        for (int host = 0; host < hosts; ++host)
+            threads += threads_of(host, hosts, 0);
+        EXPECT_EQ(threads, std::max(cores, hosts));
     }
 }
 
