@@ -7,5 +7,8 @@ template <typename... Case>
 struct Cases : Case... {
     using Case::operator()...;
 };
+// Not every compiler deduces this by itself.
+template <typename... Case>
+Cases(Case...) -> Cases<Case...>;
 
 }  // namespace corrivane::worker

@@ -71,7 +71,7 @@ protected:
     }
 
     static std::vector<unsigned char> picture() {
-        const std::vector<float> pixels(4 * 64 * 32, 0.5F);
+        const std::vector<float> pixels(std::size_t{4} * 64 * 32, 0.5F);
         std::vector<unsigned char> jpeg;
         image_module().encode({.rgba = pixels.data(),
                                .width = 64,
@@ -104,7 +104,7 @@ protected:
         const auto policy = page.find("<meta http-equiv");
         page.replace(policy, page.find('>', policy) + 1 - policy, probe);
         const std::string dom = browse(page, options);
-        const auto begin = dom.find('{', dom.find("<body"));
+        const auto begin = dom.find('{', dom.find("<body"));  // not those of the styles
         std::string answer = dom.substr(begin, dom.rfind('}') + 1 - begin);
         for (const auto& [code, letter] : {std::pair{"&lt;", "<"}, {"&gt;", ">"}, {"&amp;", "&"}})
             for (std::size_t at = 0; (at = answer.find(code, at)) != std::string::npos; ++at)

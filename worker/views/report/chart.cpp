@@ -89,8 +89,8 @@ std::string time_chart(const JobReport& report) {
     const double step = round_step(longest);
     const double top = std::ceil(longest / step + 0.05) * step;
     std::string lines;
-    for (double time = 0; time < top * 1.001; time += step)
-        lines += line_at(time, top, "grid", time_label(time));
+    for (int i = 0; i * step < top * 1.001; ++i)
+        lines += line_at(i * step, top, "grid", time_label(i * step));
     const double median = seconds(median_time(report));
     if (median > 0) lines += line_at(median, top, "median", "median " + time_label(median));
     std::string bars;
