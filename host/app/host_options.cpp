@@ -115,6 +115,8 @@ std::optional<HostOptions> read_command_line(int argc, const char* const* argv) 
     HostOptions options;
     RawOptions raw;
     CLI::App app("Runs a render plug-in and its scripts without 3ds Max.", "corrivane-host");
+    // A path may begin with a slash on every system.
+    app.allow_windows_style_options(false);
     app.set_version_flag("-V,--version", "corrivane-host " CORRIVANE_VERSION);
     describe(app, options, raw);
     try {

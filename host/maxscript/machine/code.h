@@ -8,6 +8,8 @@
 
 #include <max/maxscript/value.h>
 
+#include <stack_pointer.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -53,8 +55,7 @@ private:
 
 /// Evaluates a node, with a look at the native stack that is left.
 inline Value* evaluate(const Node* node, Activation& activation) {
-    if (reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) < activation.thread.stack_limit)
-        check_stack(activation.thread);
+    if (stack_pointer() < activation.thread.stack_limit) check_stack(activation.thread);
     return node->eval(activation);
 }
 

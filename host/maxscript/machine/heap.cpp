@@ -93,7 +93,7 @@ private:
     std::size_t m_debt = 0;
     std::size_t m_debt_limit = least_debt;
     std::size_t m_held = 0;
-    std::size_t m_limit = std::size_t{4} << 30;
+    std::size_t m_limit = default_heap_limit;
     std::size_t m_collections = 0;
     bool m_stress = false;
     bool m_collecting = false;

@@ -25,6 +25,9 @@ void collect_garbage();
 /// Collects at every allocation from now on, so that a value without a root is found out at once.
 void set_gc_stress(bool collect_always);
 
+/// 4 GiB; where addresses have 32 bits, 1 GiB.
+inline constexpr std::size_t default_heap_limit = std::size_t{1} << (sizeof(std::size_t) > 4 ? 32 : 30);
+
 /// The most that objects and what they hold may take together; what goes beyond is std::bad_alloc. 4 GiB
 /// at first.
 void set_heap_limit(std::size_t bytes);

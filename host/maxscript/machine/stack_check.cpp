@@ -2,10 +2,12 @@
 
 #include "maxscript/machine/errors.h"
 
+#include <stack_pointer.h>
+
 namespace corrivane::host {
 
 void check_stack(const ThreadState& state) {
-    if (reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) < state.stack_limit)
+    if (stack_pointer() < state.stack_limit)
         raise_runtime_error("stack overflow: calls are nested too deeply");
 }
 

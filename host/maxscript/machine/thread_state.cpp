@@ -3,6 +3,8 @@
 #include "maxscript/machine/listener.h"
 #include "os/thread_stack.h"
 
+#include <stack_pointer.h>
+
 #include <algorithm>
 #include <memory>
 #include <mutex>
@@ -15,10 +17,6 @@ namespace {
 constexpr std::uintptr_t stack_reserve = std::uintptr_t{384} << 10;
 // Where the stack has no limit, this much of it is used.
 constexpr std::uintptr_t most_stack = std::uintptr_t{256} << 20;
-
-std::uintptr_t stack_pointer() {
-    return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-}
 
 /// The states of all threads that have one.
 struct Registry {
