@@ -149,6 +149,7 @@ BOOL TlsSetValue(DWORD index, LPVOID value);
 
 // Window messages: a queue for each thread. system/message_window.h makes windows.
 
+#define CALLBACK
 using WNDPROC = LRESULT (*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 inline constexpr UINT WM_USER = 0x0400;

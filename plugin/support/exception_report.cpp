@@ -70,10 +70,20 @@ void append_module(const void* address, report_text& report) {
         report.append("\nDate Modified:  %02d/%02d/%d", written.wMonth, written.wDay, written.wYear);
 }
 
+/// Copies from the front for as far as the memory can be read, and returns how many bytes. Not every system says how
+/// far it came when it could not copy all.
+SIZE_T copy_readable(const BYTE* from, BYTE* to, SIZE_T count) {
+    SIZE_T done = 0;
+    if (ReadProcessMemory(GetCurrentProcess(), from, to, count, &done)) return count;
+    SIZE_T one = 0;
+    while (done < count && ReadProcessMemory(GetCurrentProcess(), from + done, to + done, 1, &one))
+        ++done;
+    return done;
+}
+
 void append_instruction(const void* address, report_text& report) {
     BYTE bytes[instruction_bytes];
-    SIZE_T readable = 0;
-    ReadProcessMemory(GetCurrentProcess(), address, bytes, sizeof bytes, &readable);
+    const SIZE_T readable = copy_readable(static_cast<const BYTE*>(address), bytes, sizeof bytes);
     report.append("\nInstruction: ");
     for (SIZE_T i = 0; i < sizeof bytes; ++i) {
         if (i < readable)

@@ -11,7 +11,6 @@ namespace {
 constexpr DWORD multiple_faults = 0xC00002B4;
 constexpr DWORD multiple_traps = 0xC00002B5;
 
-// Bits of SSE's register: flags that say what has happened; seven places higher, masks for what may not trap.
 constexpr DWORD mask_shift = 7;
 constexpr std::pair<DWORD, DWORD> float_faults[] = {
     {1, EXCEPTION_FLT_INVALID_OPERATION}, {2, EXCEPTION_FLT_DENORMAL_OPERAND},
@@ -20,7 +19,7 @@ constexpr std::pair<DWORD, DWORD> float_faults[] = {
 };
 
 // 0 when none of what happened may trap.
-DWORD code_of_sse_fault(DWORD state) {
+DWORD code_of_float_fault(DWORD state) {
     for (const auto& [flag, code] : float_faults)
         if ((state & flag) != 0 && (state & flag << mask_shift) == 0) return code;
     return 0;
@@ -30,10 +29,11 @@ DWORD code_of_sse_fault(DWORD state) {
 
 DWORD exception_code(const EXCEPTION_POINTERS& information) {
     const DWORD code = information.ExceptionRecord->ExceptionCode;
-    // Some systems take a denormal operand of SSE for an underflow.
+    // Some systems take a denormal operand for an underflow.
     if (code != multiple_faults && code != multiple_traps && code != EXCEPTION_FLT_UNDERFLOW) return code;
-    const DWORD of_sse = code_of_sse_fault(sse_state(*information.ContextRecord));
-    return of_sse != 0 ? of_sse : code;
+    if (const DWORD of_sse = code_of_float_fault(sse_state(*information.ContextRecord))) return of_sse;
+    const DWORD of_x87 = code_of_float_fault(x87_state(*information.ContextRecord));
+    return of_x87 != 0 ? of_x87 : code;
 }
 
 }  // namespace system_detail

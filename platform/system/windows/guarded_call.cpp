@@ -66,11 +66,25 @@ bool filter_takes(Guard& guard, DWORD code, EXCEPTION_POINTERS& information) {
     return filter_takes(guard, CPP_EXCEPTION_CODE, pointers);
 }
 
-// Keeps room on the thread's stack for filters when the rest of it has run out.
+// For filters, when the rest of the thread's stack has run out.
+constexpr ULONG kept_room = 64 * 1024;
+
+// Windows commits a stack page by page and keeps the room at its end by itself. Where all of it is committed from the
+// start, as Wine does, the only page that would be noticed is the last one: here is one more, before the room. Where it
+// is not, this fails, and is not needed.
+void watch_end_of_stack() {
+    MEMORY_BASIC_INFORMATION stack{};
+    VirtualQuery(&stack, &stack, sizeof stack);
+    DWORD before = 0;
+    VirtualProtect(static_cast<char*>(stack.AllocationBase) + kept_room, 1, PAGE_READWRITE | PAGE_GUARD,
+                   &before);
+}
+
 void prepare_thread() {
     if (TlsGetValue(prepared_slot) != nullptr) return;
-    ULONG room = 64 * 1024;
+    ULONG room = kept_room;
     SetThreadStackGuarantee(&room);
+    watch_end_of_stack();
     static char is_prepared;
     TlsSetValue(prepared_slot, &is_prepared);
 }
@@ -81,7 +95,10 @@ public:
     ThreadState() : m_exceptions(cpp_exceptions()), m_filter(running_filter()) {}
 
     void restore(DWORD taken) const {
-        if (taken == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
+        if (taken == EXCEPTION_STACK_OVERFLOW) {
+            _resetstkoflw();
+            watch_end_of_stack();
+        }
         set_running_filter(m_filter);
         cpp_exceptions() = m_exceptions;
         m_float_control.restore();

@@ -16,4 +16,9 @@ DWORD sse_state(const CONTEXT& context) {
     return state;
 }
 
+DWORD x87_state(const CONTEXT& context) {
+    constexpr DWORD exceptions = 0x3F;
+    return (context.FloatSave.StatusWord & exceptions) | (context.FloatSave.ControlWord & exceptions) << 7;
+}
+
 }  // namespace system_detail
