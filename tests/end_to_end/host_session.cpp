@@ -32,9 +32,8 @@ std::string sanitizer_options_without_leaks() {
 }  // namespace
 
 const HostKind& host_kind() {
-    static constexpr HostKind of_this_machine{false, "/", "\n"};
-    // Wine shows the low byte of an exit code; that of an exception nobody took is 5.
-    static constexpr HostKind under_wine{true, "Z:\\", "\r\n"};
+    static constexpr HostKind of_this_machine{false, "/", "\n", 1000};
+    static constexpr HostKind under_wine{true, "Z:\\", "\r\n", 150};
     return std::getenv("CORRIVANE_WINDOWS_HOST") == nullptr ? of_this_machine : under_wine;
 }
 

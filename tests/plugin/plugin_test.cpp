@@ -52,7 +52,10 @@ PluginTest::~PluginTest() {
 }
 
 std::string PluginTest::log() const {
-    return read_file(on_disk("Quillane\\logs\\3dsmaxConnect.log"));
+    std::string text;
+    for (const std::string& line : read_lines(on_disk("Quillane\\logs\\3dsmaxConnect.log")))
+        text += line + '\n';
+    return text;
 }
 
 std::string PluginTest::on_disk(std::string name) const {

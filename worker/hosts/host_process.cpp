@@ -141,6 +141,7 @@ void HostProcess::take_text(std::string_view text) {
 }
 
 void HostProcess::take_line(std::string line) {
+    if (line.ends_with('\r')) line.pop_back();  // a host for Windows ends its lines so
     m_on_output(line);
     m_last_lines.push_back(std::move(line));
     if (m_last_lines.size() > kept_lines) m_last_lines.pop_front();

@@ -120,7 +120,7 @@ TEST_P(HeapTest, EndsScriptsThatWantMoreThanTheLimit) {
     expect({{"try (a[2000000000] = 1) catch (getCurrentException())", "\"-- Runtime error: Out of memory\""},
             {"s = undefined; a.count", "0"}});
     EXPECT_LT(heap_statistics().object_bytes + heap_statistics().held_bytes, most);
-    set_heap_limit(std::size_t{4} << 30);
+    set_heap_limit(default_heap_limit);
 }
 
 TEST_P(HeapTest, ThreadsTakeTurns) {

@@ -35,12 +35,14 @@ std::uintptr_t read_only_page() {
 #ifdef __x86_64__
 #define STACK_POINTER "rsp"
 
+#ifndef _WIN32  // there it leaves the system nothing to find the handlers by
 // Through the frame register, that is the stack segment: another trap, another signal.
 void read_non_canonical_stack() {
     asm volatile(
         "pushq %%rbp\n\tmovq %0, %%rbp\n\tmovl (%%rbp), %%eax\n\tpopq %%rbp" ::"r"(std::uint64_t{1} << 63)
         : "eax", "memory");
 }
+#endif
 #else
 #define STACK_POINTER "esp"
 #endif
@@ -146,13 +148,17 @@ const std::vector<Provocation>& provocations() {
          SIGSEGV,
          [] { read_address(std::uintptr_t{1} << 63); },
          {read_kind, nowhere}},
+#ifndef _WIN32
         {"NonCanonicalStack", access_violation, SIGBUS, read_non_canonical_stack, {read_kind, nowhere}},
+#endif
 #endif
         {"Interrupt", access_violation, SIGSEGV, [] { asm volatile("int $0x21"); }, {read_kind, nowhere}},
         {"ForbidInterrupts", privileged, SIGSEGV, [] { asm volatile("cli"); }},
+#ifndef _WIN32  // Wine takes these for access violations
         {"MachineRegister", privileged, SIGSEGV, [] { asm volatile("rdmsr" ::"c"(0x10)
                                                                    : "eax", "edx"); }},
         {"TaskRegister", privileged, SIGSEGV, [] { asm volatile("ltr %%ax" ::"a"(0)); }},
+#endif
         {"Port", privileged, SIGSEGV, [] { asm volatile("outb %%al, $0x80" ::"a"(0)); }},
         {"IntegerOutOfRange", EXCEPTION_INT_DIVIDE_BY_ZERO, SIGFPE,
          [] {

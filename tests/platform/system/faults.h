@@ -33,6 +33,7 @@ struct Watch {
     int decision = EXCEPTION_EXECUTE_HANDLER;
     int runs = 0;
     DWORD code = 0;
+    bool walk_goes_on = false;
     EXCEPTION_RECORD record{};
     CONTEXT context{};
 };
@@ -41,6 +42,7 @@ inline int watch(DWORD code, EXCEPTION_POINTERS* information, void* owner) {
     auto& seen = *static_cast<Watch*>(owner);
     ++seen.runs;
     seen.code = code;
+    seen.walk_goes_on = walk_goes_on(*information);
     seen.record = *information->ExceptionRecord;
     seen.context = *information->ContextRecord;
     return seen.decision;

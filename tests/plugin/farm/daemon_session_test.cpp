@@ -8,6 +8,8 @@
 #include <system/message_window.h>
 #include <windows.h>
 
+#include <differences.h>
+
 #include <future>
 
 namespace corrivane::test {
@@ -102,20 +104,24 @@ TEST_F(DaemonSession, ConnectionThatDiesEndsItWithoutAReply) {
         worker.receive();
         worker.reset();
     });
-    EXPECT_FALSE(quillane_util.RunCorrivaneDaemon(worker.port(), "token"));
+    const bool ended_well = quillane_util.RunCorrivaneDaemon(worker.port(), "token");
     dying.get();
-    EXPECT_TRUE(logged("Exception: recv: socket error trying to receive data: WSAError code 10054\n"));
+    EXPECT_EQ(ended_well, !resets_are_told);
+    EXPECT_EQ(logged("Exception: recv: socket error trying to receive data: WSAError code 10054\n"),
+              resets_are_told);
 }
 
 std::promise<void>* message_came = nullptr;
 
+LRESULT CALLBACK tell_of_message(HWND, UINT message, WPARAM, LPARAM) {
+    if (message == WM_USER) message_came->set_value();
+    return 0;
+}
+
 TEST_F(DaemonSession, WindowMessagesAreDispatchedWhileTheWorkerIsSilent) {
     std::promise<void> came;
     message_came = &came;
-    const HWND window = create_message_window([](HWND, UINT, WPARAM, LPARAM) -> LRESULT {
-        message_came->set_value();
-        return 0;
-    });
+    const HWND window = create_message_window(tell_of_message);
     PostMessageA(window, WM_USER, 0, 0);
     WirePeer worker;
     auto silent = std::async(std::launch::async, [&] {

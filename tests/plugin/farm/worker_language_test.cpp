@@ -109,9 +109,12 @@ TEST_F(FarmRequests, ReplyIsAwaitedForASecond) {
 
 int messages_seen = 0;
 
+LRESULT CALLBACK count_message(HWND, UINT, WPARAM, LPARAM) {
+    return ++messages_seen;
+}
+
 TEST_F(FarmRequests, WindowMessagesAreDispatchedBeforeEveryRequestButTheScriptsLogLine) {
-    const HWND window =
-        create_message_window([](HWND, UINT, WPARAM, LPARAM) -> LRESULT { return ++messages_seen; });
+    const HWND window = create_message_window(count_message);
     for (const Request& request : requests) {
         Link link;
         link.worker.send("SUCCESS: 7");

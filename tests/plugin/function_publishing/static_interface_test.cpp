@@ -127,7 +127,7 @@ TEST_F(FunctionPublishing, DefaultIdentifierIsRefusedLoudlyAndNotPublished) {
 TEST(VarArgBuffer, GrowsByHalvesBelowTwentyFreeBytes) {
     VarArgBuffer buffer;
     std::vector<std::size_t> capacities{buffer.capacity()};
-    for (FPSlot i = 0; i < 400; ++i) {
+    for (FPSlot i = 0; i < FPSlot{3200 / sizeof(FPSlot)}; ++i) {
         buffer.append(i);
         if (buffer.capacity() != capacities.back()) capacities.push_back(buffer.capacity());
     }

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <differences.h>
 #include <machine.h>
 
 #include <algorithm>
@@ -86,7 +87,7 @@ TEST(ExceptionReport, UnreadableBytesAndAddressesInNoModuleAreShownAsSuch) {
     const auto address = reinterpret_cast<ULONG_PTR>(end_of_memory(2));
     const std::string report = Fault(address).report();
     char shown[32];
-    std::snprintf(shown, sizeof shown, "%08" PRIXPTR, address);
+    std::snprintf(shown, sizeof shown, "%08" PRIXPTR, std::uintptr_t{address});
     EXPECT_EQ(count(report, "\nInstruction:  00 00( \\?\\?){14}\nCall Stack:\n" + std::string(shown) + "$"),
               1)
         << report;

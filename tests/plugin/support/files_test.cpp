@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <boost/filesystem/exception.hpp>
+#include <differences.h>
 
 namespace corrivane::test {
 namespace {
@@ -92,6 +93,7 @@ TEST_F(FileSystem, ExistenceTellsFilesFromFolders) {
         {"C:/out/a.png", true, false}, {"C:\\out\\b.png", false, false},
         {"C:\\none\\a", false, false}, {"\\\\server\\share\\a.png", false, false}};
     for (const auto& [path, is_file, is_folder] : cases) {
+        if (!missing_shares_are_told && path[0] == '\\') continue;
         EXPECT_EQ(file_exists(path), is_file) << path;
         EXPECT_EQ(directory_exists(path), is_folder) << path;
     }

@@ -11,11 +11,6 @@
 
 namespace corrivane::test {
 
-/// Whether frames are found by the chain of frame pointers that tests make up.
-inline constexpr bool frames_are_chained = true;
-/// Whether ReadProcessMemory says that a page cannot be read.
-inline constexpr bool unreadable_pages_are_told = true;
-
 inline void set_frame_pointer(CONTEXT& context, const void* frame) {
     context.Rbp = reinterpret_cast<ULONG_PTR>(frame);
 }

@@ -7,22 +7,19 @@
 #include <cstdlib>
 #include <string>
 
+// What a fault would end the process with elsewhere.
+inline constexpr int SIGBUS = 0;
+inline constexpr int SIGTRAP = 0;
+
 namespace corrivane::test {
 
-/// Wine's ReadProcessMemory reads protected pages of its own process as if they were not.
-inline constexpr bool unreadable_pages_are_told = false;
-
 #ifdef _WIN64
-inline constexpr bool frames_are_chained = false;
-
 inline void set_frame_pointer(CONTEXT& /*context*/, const void* /*frame*/) {}
 
 inline ULONG_PTR instruction_pointer(const CONTEXT& context) {
     return context.Rip;
 }
 #else
-inline constexpr bool frames_are_chained = true;
-
 inline void set_frame_pointer(CONTEXT& context, const void* frame) {
     context.Ebp = reinterpret_cast<ULONG_PTR>(frame);
 }
@@ -45,13 +42,7 @@ inline void* read_only_memory(std::size_t bytes) {
 }
 
 inline std::string executable_path() {
-    char* path = nullptr;
-    _get_pgmptr(&path);
-    return path;
+    return _pgmptr;
 }
-
-// What a fault would end the process with elsewhere.
-inline constexpr int SIGBUS = 0;
-inline constexpr int SIGTRAP = 0;
 
 }  // namespace corrivane::test
