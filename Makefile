@@ -17,7 +17,7 @@ end_to_end_tests := $(patsubst %,%_end_to_end_test,session render fault script)
 sources := git ls-files '*.h' '*.cpp'
 
 .PHONY: help setup build demo install test bench bench-build fuzz fuzz-build asan tsan lint lint-changed format \
-	format-check windows windows-test clean
+	format-check windows windows-bench windows-test clean
 
 help: ## list the targets
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-13s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
@@ -85,7 +85,8 @@ format-check: ## name what make format would change
 windows: ## build the host and the library for WINDOWS_TARGETS="i686 x86_64", and a ZIP of each
 	@$(packages) build windows
 	@set -e; for target in $(WINDOWS_TARGETS); do \
-		cmake --preset windows-$$target && cmake --build --preset windows-$$target -j $(JOBS) && \
+		cmake --preset windows-$$target; \
+		cmake --build --preset windows-$$target -j $(JOBS) --target windows_programs; \
 		(cd build/windows-$$target && cpack); done
 
 windows-test: ## run the tests there, under Wine; TEST=regex picks some
@@ -95,7 +96,16 @@ windows-test: ## run the tests there, under Wine; TEST=regex picks some
 		cmake/windows/wine/set_up.sh $$target && \
 		cmake --preset windows-$$target && cmake --build --preset windows-$$target -j $(JOBS) && \
 		ctest --preset windows-$$target -j $(JOBS) -R '$(TEST)' || failed="$$failed $$target"; done; \
+		rmdir /tmp/.wine-$$(id -u) 2>/dev/null; \
 		[ -z "$$failed" ] || { echo "FAILED for$$failed"; exit 1; }
+
+windows-bench: bench-build ## for information: guards and round trips there, under Wine
+	@$(packages) windows
+	@set -e; for target in $(WINDOWS_TARGETS); do \
+		cmake --preset windows-$$target -DCORRIVANE_BENCH=ON && cmake --build --preset windows-$$target -j $(JOBS); \
+		echo "== $$target"; cmake/windows/wine/run.sh build/windows-$$target/bin/corrivane-guard-timing.exe; \
+		CORRIVANE_WINDOWS_HOST=$(CURDIR)/build/windows-$$target/bin/corrivane-host \
+			build/release/bin/corrivane-session-benchmark --benchmark_filter=erroneous_command\\|small_frame.host; done
 
 clean: ## remove everything that was built
 	@rm -rf build

@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 status=0
 while read -r source; do
-  clang++ -fsyntax-only -std=c++20 -fms-extensions -fms-compatibility -Wall -Wextra -Wpedantic -Wgnu -Wvla \
+  clang++ -fsyntax-only -std=c++20 -fms-extensions -Wall -Wextra -Wpedantic -Wgnu -Wvla \
     -Wunknown-attributes -Werror -Wno-gnu-include-next '-Wno-#warnings' \
     -Iplatform -Iplatform/win32 -Iplugin -I"$1" "$source" || status=1
 done < <(find plugin -name '*.cpp' | sort)

@@ -33,3 +33,12 @@ target_of() {
     *) echo "$1 is no Windows program" >&2; return 2 ;;
   esac
 }
+
+# The most processes of a run, and whether the kernel counts them per namespace; on older ones that would be the limit of
+# the whole machine.
+most_processes=500
+has_own_pid_max() {
+  local version
+  IFS=. read -ra version <<<"$(uname -r)"
+  ((version[0] > 6 || (version[0] == 6 && ${version[1]%%[!0-9]*} >= 14)))
+}

@@ -1,19 +1,11 @@
 #!/usr/bin/env bash
 # The first process of run.sh's namespaces: lays out what Wine needs and becomes the program.
 set -euo pipefail
-most_processes=500
+source "$(dirname "$0")/cache.sh"
 
 root=$WINE_ROOT
 mount -t proc proc "$root/proc"
-# Counted per namespace by newer kernels; on older ones that would be the whole machine's limit.
-limit_processes() {
-  local version
-  IFS=. read -ra version <<<"$(uname -r)"
-  if [ "${version[0]}" -gt 6 ] || { [ "${version[0]}" -eq 6 ] && [ "${version[1]%%[!0-9]*}" -ge 14 ]; }; then
-    echo "$most_processes" >"$root/proc/sys/kernel/pid_max" || true
-  fi
-}
-limit_processes
+! has_own_pid_max || echo "$most_processes" >"$root/proc/sys/kernel/pid_max"
 
 # In a chroot, the machine's folders lie where they lie outside.
 if [ -n "$root" ]; then
@@ -38,10 +30,11 @@ if [ "$1" != --make-prefix ]; then
   mount --bind "$WINE_MASTER" "$root$WINE_MASTER"
   mount -o remount,bind,ro "$root$WINE_MASTER"
   prefix=$meeting/prefix
-  mkdir -p "$prefix/dosdevices" "$prefix/drive_c" "$prefix/unc"
+  mkdir -p "$prefix/dosdevices" "$prefix/drive_c" "$prefix/temporary"
   cp "$WINE_MASTER"/*.reg "$WINE_MASTER/.update-timestamp" "$prefix"
   ln -s "$WINE_MASTER/drive_c/windows" "$prefix/drive_c/windows"
   ln -s ../drive_c "$prefix/dosdevices/c:"
+  ln -s ../temporary "$prefix/dosdevices/y:"
   ln -s / "$prefix/dosdevices/z:"
   while IFS= read -r drive; do
     [ -n "$drive" ] || continue
@@ -66,6 +59,9 @@ if [ "$1" = --make-prefix ]; then
   wine wineboot -i
   # Nobody looks at windows or debugs.
   wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f
+  for name in TEMP TMP; do
+    wine reg add 'HKCU\Environment' /v "$name" /d 'Y:\' /f
+  done
   wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d none /f
   ${root:+chroot "$root"} "$WINE_SERVER" -w
 else
