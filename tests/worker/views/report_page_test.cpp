@@ -61,7 +61,7 @@ protected:
             {hostile, "/tmp/" + hostile, ImageFile::Kind::output, ImageFile::State::failed, hostile, 5}};
         data.report.frames[2].skipped = true;
         data.report.problems = {hostile};
-        data.crash_reports[5] = {{hostile, "Call Stack: " + hostile}};
+        data.crash_reports[5] = {{"/tmp/" + hostile, "Call Stack: " + hostile}};
         data.notes = {{{}, 0, 1, true, hostile + '\n' + hostile}};
         data.retries = {{{}, 0, 1, 1, hostile}};
         data.greetings = {hostile};

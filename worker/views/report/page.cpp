@@ -132,7 +132,8 @@ std::string without_crash_reports(const ReportData& data, const FrameOutcome& ou
     const auto reports = data.crash_reports.find(outcome.frame);
     if (reports == data.crash_reports.end()) return error;
     for (const ReportData::CrashReport& report : reports->second)
-        if (const auto at = error.find(report.text); at != std::string::npos) error.erase(at, report.text.size());
+        if (const auto at = error.find(report.text); at != std::string::npos)
+            error.erase(at, report.text.size());
     error.erase(error.find_last_not_of('\n') + 1);
     return error;
 }
@@ -148,9 +149,10 @@ std::string failure(const ReportData& data, const std::string& reason,
     const std::string said = without_crash_reports(data, *frames[0]);
     // One line stands in the heading.
     if (said.find('\n') != std::string::npos)
-        html += details(frames.size() == 1 ? "What the host said"
-                                           : "What the host said of frame " + std::to_string(frames[0]->frame),
-                        said);
+        html +=
+            details(frames.size() == 1 ? "What the host said"
+                                       : "What the host said of frame " + std::to_string(frames[0]->frame),
+                    said);
     for (const FrameOutcome* const outcome : frames)
         html += crash_details(data, outcome->frame);
     return html + "</div>\n";
@@ -220,8 +222,8 @@ std::string tile(const ReportData& data, const FrameOutcome& outcome) {
     const auto picture = data.pictures.find(outcome.frame);
     std::string image = css == "left" ? "not rendered" : css == "done" ? "no picture" : css;
     if (picture != data.pictures.end())
-        image = "<img decoding=\"async\" alt=\"frame " + number + "\" src=\"" + jpeg_address(picture->second) +
-                "\">";
+        image = "<img decoding=\"async\" alt=\"frame " + number + "\" src=\"" +
+                jpeg_address(picture->second) + "\">";
     const std::string path = css == "done" || css == "skipped" ? first_image_path(outcome) : "";
     std::string html = "<figure id=\"frame-" + number + "\" class=\"" + css + "\">";
     html += "<div class=\"image\">" + image + "</div>";
@@ -295,8 +297,8 @@ std::string note_row(std::chrono::system_clock::time_point time, const std::stri
                      const std::string& text) {
     const std::string first = in_words(text.substr(0, text.find('\n')));
     const bool has_more = text.find('\n') != std::string::npos;
-    return "<tr><td class=\"number\">" + clock_time(time) + "</td><td>" + place + "</td><td class=\"" + css +
-           "\">" + escaped(first) + (has_more ? details("in full", text) : "") + "</td></tr>\n";
+    return "<tr><td class=\"number\">" + clock_time(time) + "</td><td>" + place + "</td><td class=\"text " +
+           css + "\">" + escaped(first) + (has_more ? details("in full", text) : "") + "</td></tr>\n";
 }
 
 std::string notes(const ReportData& data) {
