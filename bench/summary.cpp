@@ -113,7 +113,9 @@ const std::vector<Promise> promises = {
      0.01,
      "worker/own_processor_time",
      {"worker/hosts_processor_time"}},
-    {"script: 1,000,000 additions", Rule::at_most, 1 * s, "script/additions", {}, &Times::cpu},
+    {"script: 1,000,000 additions", Rule::at_most, 0.1 * s, "script/additions", {}, &Times::cpu},
+    {"script: compiling 10,000 lines", Rule::at_most, 50 * ms, "script/compiling/10000", {}, &Times::cpu},
+    {"script: compiling 250,000 lines", Rule::at_most, 5 * s, "script/compiling/250000", {}, &Times::cpu},
     {"script: 100,000 published calls", Rule::at_most, 1 * s, "script/published_calls", {}, &Times::cpu},
 };
 

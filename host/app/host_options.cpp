@@ -137,9 +137,15 @@ void describe(CLI::App& app, HostOptions& options, RawOptions& raw) {
         ->type_name("FILE");
     CLI::Option* execute =
         app.add_option("--execute", raw.execute, "MAXScript text to run")->type_name("TEXT");
+    CLI::Option* check =
+        app.add_option("--check-syntax", options.check_syntax,
+                       "Scripts to compile without running them; prints FILE:LINE: TEXT for each error")
+            ->type_name("FILE...")
+            ->excludes(execute);
     app.add_option("SCRIPT.ms", options.script, "A MAXScript file to run; - for standard input")
         ->type_name("")
-        ->excludes(execute);
+        ->excludes(execute)
+        ->excludes(check);
 }
 
 }  // namespace

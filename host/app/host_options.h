@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace corrivane::host {
 
@@ -20,8 +21,9 @@ struct HostOptions {
     /// A scene to describe in place of all that needs the library; Windows path.
     std::optional<std::string> describe;
     std::map<std::string, std::variant<int, std::string>> script_arguments;  ///< maxOps.mxsCmdLineArgs
-    std::string listener_log;            ///< file of this machine; empty for none
-    std::optional<std::string> execute;  ///< text to run
+    std::string listener_log;               ///< file of this machine; empty for none
+    std::optional<std::string> execute;     ///< text to run
+    std::vector<std::string> check_syntax;  ///< Windows paths of scripts that are compiled and not run
     std::string script;  ///< Windows path of the script to run, "-" for standard input; empty for none
 };
 

@@ -4,6 +4,7 @@
 #include "app/script_globals.h"
 #include "core/core.h"
 #include "maxscript/runtime.h"
+#include "os/end_requests.h"
 #include "os/output_files.h"
 
 #include <system/drive_map.h>
@@ -45,6 +46,26 @@ std::string script_from_standard_input() {
     return text;
 }
 
+/// What is no script, or has called a library, ends as any program does.
+bool end_running_script() {
+    const bool runs = script_runs();
+    if (runs) stop_scripts();
+    return runs;
+}
+
+/// Prints what is wrong with the scripts; true when nothing is.
+bool check_scripts(const HostOptions& options) {
+    bool sound = true;
+    for (const std::string& file : options.check_syntax) {
+        for (const SyntaxFault& fault : check_file(file)) {
+            std::printf("%s:%d: %s\n", (fault.file.empty() ? file : fault.file).c_str(), fault.line,
+                        fault.text.c_str());
+            sound = false;
+        }
+    }
+    return sound;
+}
+
 void run_script(const HostOptions& options) {
     ScriptResult result{true, ""};
     if (options.execute) {
@@ -67,16 +88,19 @@ void describe(const std::string& scene_file) {
     std::puts(scene_description(core.document()).c_str());
 }
 
-void run(const HostOptions& options) {
+/// The exit code.
+int run(const HostOptions& options) {
     // The library opens files while it loads, so the drives come first.
     map_folders(options);
     if (options.describe) {
         describe(*options.describe);
-        return;
+        return 0;
     }
     RuntimeOptions runtime_options;
     runtime_options.listener_log = options.listener_log;
     const MaxScriptRuntime runtime(runtime_options);
+    if (!options.check_syntax.empty()) return check_scripts(options) ? 0 : 1;
+    corrivane::handle_end_requests(end_running_script);
     Core& core = Core::instance();
     core.set_render_threads(options.threads);
     define_script_globals(core, options);
@@ -85,6 +109,7 @@ void run(const HostOptions& options) {
         throw std::runtime_error("cannot open the scene " + options.scene_file);
     }
     run_script(options);
+    return 0;
 }
 
 /// What has been lost earlier counts too: the Listener passes over it.
@@ -100,13 +125,15 @@ int main(int argc, char** argv) {
     fill_standard_descriptors();
     corrivane::keep_running_on_write_errors();
     try {
+        int exit_code = 0;
         if (const std::optional<HostOptions> options = read_command_line(argc, argv)) {
-            run(*options);
+            exit_code = run(*options);
         }
         check_output();
-        return 0;
+        return exit_code;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
-        return 1;
+        // As shells tell of a program that a signal has ended.
+        return scripts_are_stopped() ? corrivane::end_request_exit_code() : 1;
     }
 }

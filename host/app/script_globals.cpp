@@ -4,11 +4,11 @@
 #include "app/scene_values.h"
 #include "core/fault_injection.h"
 #include "core/processor_faults.h"
+#include "maxscript/machine/scene_access.h"
+#include "maxscript/machine/times.h"
 #include "maxscript/runtime.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <stdexcept>
 #include <type_traits>
 
@@ -26,51 +26,42 @@ auto as_script_error(Call call) {
     }
 }
 
-Value* time_value(const Document& document, TimeValue ticks) {
-    return new TimeScriptValue(ticks, document.ticks_per_frame());
-}
+/// What the language asks of the open scene.
+class OpenScene final : public SceneAccess {
+public:
+    explicit OpenScene(Core& core) : m_core(core) {}
 
-/// A time, or a number of frames.
-TimeValue to_ticks(const Document& document, Value* value) {
-    if (const auto* time = dynamic_cast<const TimeScriptValue*>(value)) {
-        return time->ticks();
+    Value* find_path(const std::string& path) override {
+        if (path.empty() || path.find_first_of("*?/\\") != std::string::npos)
+            raise_absent("collections of objects: $" + path);
+        const HostNode* node = m_core.document().nodes().find(path);
+        return node == nullptr ? &undefined : new NodeScriptValue(m_core, node->index());
     }
-    const double ticks = std::round(static_cast<double>(to_float(value)) * document.ticks_per_frame());
-    // Not a number fails both comparisons.
-    if (!(ticks >= std::numeric_limits<TimeValue>::min() && ticks <= std::numeric_limits<TimeValue>::max())) {
-        throw RuntimeError("Time out of range");
-    }
-    return static_cast<TimeValue>(ticks);
-}
+    int ticks_per_frame() override { return m_core.document().ticks_per_frame(); }
+    int slider_time() override { return m_core.GetTime(); }
 
-Interval to_interval(Value* value) {
-    const auto* interval = dynamic_cast<const IntervalScriptValue*>(value);
-    if (interval == nullptr) {
-        throw RuntimeError(("animationRange must be an interval, got " + printed_form(value)).c_str());
-    }
-    return interval->interval();
-}
+private:
+    Core& m_core;
+};
 
 void define_time(Core& core) {
-    const auto current = [&core] { return time_value(core.document(), core.GetTime()); };
-    define_variable("currentTime", current);
-    define_variable("sliderTime", current,
-                    [&core](Value* time) { core.SetTime(to_ticks(core.document(), time), TRUE); });
-    define_variable(
-        "animationRange",
-        [&core] {
-            return new IntervalScriptValue(core.document().animation_range(),
-                                           core.document().ticks_per_frame());
-        },
-        [&core](Value* range) {
-            as_script_error([&] { core.document().set_animation_range(to_interval(range)); });
-        });
-    define_function("interval", [&core](Arguments& arguments) -> Value* {
-        arguments.require(2);
-        const Interval interval(to_ticks(core.document(), arguments[0]),
-                                to_ticks(core.document(), arguments[1]));
-        return new IntervalScriptValue(interval, core.document().ticks_per_frame());
-    });
+    static const PropertyTable<Core> times{
+        read_only("currentTime", [](Core&) { return Ticks{script_time()}; }),
+        property(
+            "sliderTime", [](Core& scene) { return Ticks{scene.GetTime()}; },
+            [](Core& scene, Ticks time) { scene.SetTime(time.ticks, TRUE); }),
+        property(
+            "animationRange",
+            [](Core& scene) -> Value* {
+                const Interval range = scene.document().animation_range();
+                return new IntervalScriptValue(range.Start(), range.End());
+            },
+            [](Core& scene, IntervalScriptValue& range) {
+                as_script_error([&] { scene.document().set_animation_range({range.start(), range.end()}); });
+            }),
+        read_only("ticksPerFrame", [](Core& scene) { return scene.document().ticks_per_frame(); }),
+    };
+    define_globals(times, core);
 }
 
 /// A whole number of the render settings.
@@ -189,6 +180,8 @@ void define_script_globals(Core& core, const HostOptions& options) {
     define_scene(core);
     define_failures();
     define_script_arguments(options);
+    static OpenScene scene(core);
+    set_scene_access(&scene);
     core.set_render_hooks(
         {[] { run_callbacks("preRenderFrame"); }, [] { run_callbacks("postRenderFrame"); }});
 }

@@ -71,9 +71,11 @@ MaxScriptRuntime::MaxScriptRuntime(const RuntimeOptions& options) {
     listener_stream().set_log(open_log(options.listener_log));
     listener_stream().set_stdout(options.listener_to_stdout);
     set_file_access(options.file_access);
+    define_absent_names();
     define_number_functions();
     define_text_functions();
     define_array_functions();
+    define_geometry_functions();
     define_language_functions();
     define_file_functions();
     define_callback_functions();
@@ -102,6 +104,20 @@ ScriptResult run_file(const std::string& path) {
     const Rooted root(stream);
     stream->open(path.c_str(), "r");
     return run(*stream);
+}
+
+std::vector<SyntaxFault> check_file(const std::string& path) {
+    auto* stream = new FileStream;
+    const Rooted root(stream);
+    try {
+        // What could not be opened says why when it is read.
+        if (stream->open(path.c_str(), "r") == nullptr) stream->get_char();
+        std::vector<SyntaxFault> faults = check_syntax(*stream);
+        stream->close();
+        return faults;
+    } catch (MAXScriptException& error) {
+        throw std::runtime_error(error_description(error));
+    }
 }
 
 void set_listener(std::function<void(std::string_view)> listener) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "maxscript/language/syntax_check.h"
 #include "maxscript/library/callbacks.h"
 #include "maxscript/machine/arguments.h"
 #include "maxscript/machine/conversions.h"
@@ -14,6 +15,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The MAXScript runtime of the host: how it is started, how scripts are run, and how the host's own names
 /// reach them.
@@ -61,6 +63,10 @@ struct ScriptResult {
 ScriptResult run_text(const std::string& text);
 /// Runs a script file, named by a Windows path.
 ScriptResult run_file(const std::string& path);
+
+/// Compiles a script file, named by a Windows path, without running it. Throws std::runtime_error when it cannot be
+/// read.
+std::vector<SyntaxFault> check_file(const std::string& path);
 
 /// Receives the Listener's text, in pieces, besides the places of RuntimeOptions; an empty function
 /// ends that.

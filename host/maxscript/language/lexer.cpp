@@ -1,6 +1,7 @@
 #include "maxscript/language/lexer.h"
 
 #include "maxscript/machine/errors.h"
+#include "maxscript/machine/time_text.h"
 #include "maxscript/machine/values.h"
 
 #include <algorithm>
@@ -13,17 +14,24 @@ namespace corrivane::host {
 
 namespace {
 
-constexpr auto reserved_words = std::to_array<std::string_view>(
-    {"and", "as",  "by",     "case",     "catch",  "collect", "continue", "do",    "else",   "exit",
-     "fn",  "for", "from",   "function", "global", "if",      "in",       "local", "mapped", "not",
-     "of",  "or",  "return", "struct",   "then",   "to",      "try",      "where", "while",  "with"});
-/// Words that MAXScript reserves for parts of the language that this host does not have.
-constexpr auto unsupported_words = std::to_array<std::string_view>(
-    {"about", "animate", "at", "coordsys", "macroscript", "parameters", "persistent", "plugin", "rcmenu",
-     "rollout", "set", "tool", "undo", "utility", "when"});
+/// Whether a word can be no variable's name. The words of definitions and contexts are names where nothing of
+/// theirs follows, so the compiler knows them.
+bool is_reserved_word(std::string_view word) {
+    static const std::unordered_set<std::string_view> words{
+        "and", "as",  "by",     "case",     "catch",  "collect", "continue", "do",    "else",   "exit",
+        "fn",  "for", "from",   "function", "global", "if",      "in",       "local", "mapped", "not",
+        "of",  "or",  "return", "struct",   "then",   "to",      "try",      "where", "while",  "with"};
+    return words.contains(word);
+}
+
 constexpr auto two_character_signs =
-    std::to_array<std::string_view>({"==", "!=", "<=", ">=", "+=", "-=", "*=", "/=", "#(", "::"});
-constexpr std::string_view one_character_signs = "+-*/^=<>()[],.:";
+    std::to_array<std::string_view>({"==", "!=", "<=", ">=", "+=", "-=", "*=", "/=", "#(", "#{", "::", ".."});
+constexpr std::string_view one_character_signs = "+-*/^=<>()[]{},.:&?";
+
+/// Signs that belong to the path of an object.
+constexpr std::string_view path_signs = "*?/\\";
+/// The blank of web pages, as UTF-8 has it.
+constexpr unsigned char no_break_space[] = {0xC2, 0xA0};
 
 bool is_digit(int character) {
     return character >= '0' && character <= '9';
@@ -40,9 +48,10 @@ bool is_blank(int character) {
            character == '\v';
 }
 
-template <typename Words>
-bool contains(const Words& words, std::string_view word) {
-    return std::find(words.begin(), words.end(), word) != words.end();
+bool ends_in_exponent(const std::string& text) {
+    const char last = text.back();
+    return (last == 'e' || last == 'E' || last == 'd' || last == 'D') &&
+           text.find_first_not_of("0123456789.") == text.size() - 1;
 }
 
 std::string shown(int character) {
@@ -87,17 +96,35 @@ void Lexer::fail(const std::string& message, int line) const {
     raise_syntax_error(message, place(line));
 }
 
-const Token& Lexer::peek(std::size_t ahead) {
-    while (m_tokens.size() <= ahead)
-        m_tokens.push_back(next());
-    return m_tokens[ahead];
-}
-
 Token Lexer::take() {
     peek();
     Token token = std::move(m_tokens.front());
     m_tokens.pop_front();
     return token;
+}
+
+Token Lexer::next_or_fault() {
+    const std::uint64_t start = m_read;
+    const int line = m_line;
+    try {
+        return next();
+    } catch (MAXScriptException&) {
+        Token token;
+        token.start = start;
+        token.line = line;
+        token.fault = std::current_exception();
+        return token;
+    }
+}
+
+void Lexer::split_keyword() {
+    Token& word = m_tokens.front();
+    Token colon = word;
+    word.kind = TokenKind::identifier;
+    colon.kind = TokenKind::sign;
+    colon.text = ":";
+    colon.key.clear();
+    m_tokens.insert(m_tokens.begin() + 1, std::move(colon));
 }
 
 void Lexer::give_back() {
@@ -106,6 +133,21 @@ void Lexer::give_back() {
         m_stream.unget_char();
     m_line = m_tokens.front().line;
     m_tokens.clear();
+}
+
+void Lexer::skip_expression() {
+    // What was looked at counts too: its brackets have been counted.
+    m_tokens.clear();
+    for (;;) {
+        try {
+            const Token token = next();
+            if (token.kind == TokenKind::end) return;
+            if (token.kind == TokenKind::separator && m_open_brackets <= 0) break;
+        } catch (MAXScriptException&) {
+            // One expression, one error.
+        }
+    }
+    m_open_brackets = 0;
 }
 
 void Lexer::skip_line_comment() {
@@ -123,12 +165,18 @@ void Lexer::skip_block_comment() {
     }
 }
 
-/// Skips a line's end behind a backslash that has been read; false when something else follows.
-bool Lexer::skip_continuation() {
+/// Skips a line's end behind a backslash that has been read, and the comment before it.
+void Lexer::skip_continuation() {
     int character = read();
-    while (is_blank(character))
+    while (is_blank(character) || character == '\\')
         character = read();
-    return character == '\n' || character < 0;
+    if (character == '-' && look() == '-') {
+        skip_line_comment();
+        character = read();
+    }
+    if (character == '\n' || character < 0) return;
+    // Inside of a line it stands for a blank.
+    unread(character);
 }
 
 /// Skips blanks and comments within a line; true when there were any.
@@ -137,6 +185,10 @@ bool Lexer::skip_space() {
         const int character = read();
         if (is_blank(character)) continue;
         if (character < 0) return skipped;
+        if (character != '-' && character != '/' && character != '\\' && character != no_break_space[0]) {
+            unread(character);
+            return skipped;
+        }
         const int following = look();
         if (character == '-' && following == '-') {
             skip_line_comment();
@@ -144,7 +196,9 @@ bool Lexer::skip_space() {
             read();
             skip_block_comment();
         } else if (character == '\\') {
-            if (!skip_continuation()) fail("a backslash outside a string must end its line", m_line);
+            skip_continuation();
+        } else if (character == no_break_space[0] && following == no_break_space[1]) {
+            read();
         } else {
             unread(character);
             return skipped;
@@ -163,7 +217,11 @@ Token Lexer::next() {
     const int following = look();
     token.space_after = following < 0 || following == '\n' || is_blank(following);
     m_after_minus = token.is_sign("-");
-    const bool closes = token.is_sign(")") || token.is_sign("]");
+    const bool sign = token.kind == TokenKind::sign;
+    const char last = sign ? token.text.back() : ' ';
+    const bool closes = last == ')' || last == ']' || last == '}' || last == '?';
+    if (last == '(' || last == '[' || last == '{') ++m_open_brackets;
+    if (closes && last != '?') --m_open_brackets;
     m_after_operand = closes || (token.kind != TokenKind::sign && token.kind != TokenKind::separator &&
                                  token.kind != TokenKind::reserved);
     return token;
@@ -184,9 +242,14 @@ void Lexer::read_token(Token& token, int first) {
         read_text(token);
     } else if (first == '@' && second == '"') {
         read();
-        read_verbatim_text(token);
+        read_verbatim(token, '"');
+    } else if (first == '~' && is_word_character(second)) {
+        // The name of a text in a resource; there is none, so it stands for itself.
+        read_verbatim(token, '~');
     } else if (first == '#' && (is_word_character(second) || second == '\'')) {
         read_name(token);
+    } else if (first == '$') {
+        read_path(token);
     } else {
         read_sign(token, first);
     }
@@ -202,55 +265,108 @@ void Lexer::read_separators(Token& token, int first) {
     }
 }
 
+/// All that belongs to a number: letters for exponents, units and sizes among it.
+std::string Lexer::read_number_text(int first) {
+    std::string text(1, static_cast<char>(first));
+    const bool hexadecimal = first == '0' && (look() == 'x' || look() == 'X');
+    for (;;) {
+        const int character = look();
+        if (is_word_character(character)) {
+            text += static_cast<char>(read());
+        } else if (character == '.' && !hexadecimal && text.find('.') == std::string::npos) {
+            read();
+            // Two points stand between the ends of a range; one behind a unit asks for a property, `10f.frame`.
+            const bool behind_digits = text.find_first_not_of("0123456789") == std::string::npos;
+            if (look() == '.' || (!behind_digits && !is_digit(look()))) {
+                unread('.');
+                return text;
+            }
+            text += '.';
+        } else if ((character == '+' || character == '-') && !hexadecimal && ends_in_exponent(text)) {
+            text += static_cast<char>(read());
+        } else {
+            return text;
+        }
+    }
+}
+
+/// `0:10.0`: minutes, seconds and frames. What is not that, as a label's colon, is left.
+void Lexer::read_frames_behind_colon(std::string& text) {
+    std::string added(1, static_cast<char>(read()));
+    while (is_digit(look()))
+        added += static_cast<char>(read());
+    if (added.size() > 1 && look() == '.') {
+        added += static_cast<char>(read());
+        if (is_digit(look())) {
+            while (is_digit(look()))
+                added += static_cast<char>(read());
+            text += added;
+            return;
+        }
+    }
+    std::for_each(added.rbegin(), added.rend(), [this](char character) { unread(character); });
+}
+
 void Lexer::read_number(Token& token, int first) {
-    token.text = static_cast<char>(first);
-    if (first == '0' && (look() == 'x' || look() == 'X')) return read_hexadecimal(token);
-    bool whole = first != '.';
-    for (int character = look(); is_digit(character) || (character == '.' && whole); character = look()) {
-        whole = whole && character != '.';
-        token.text += static_cast<char>(read());
-    }
-    if (look() == 'e' || look() == 'E') {
-        whole = false;
-        token.text += static_cast<char>(read());
-        if (look() == '+' || look() == '-') token.text += static_cast<char>(read());
-        while (is_digit(look()))
-            token.text += static_cast<char>(read());
-    }
-    finish_number(token, whole);
+    token.text = read_number_text(first);
+    if (look() == ':' && std::all_of(token.text.begin(), token.text.end(), is_digit))
+        read_frames_behind_colon(token.text);
+    finish_number(token);
 }
 
-void Lexer::read_hexadecimal(Token& token) {
-    token.text += static_cast<char>(read());
-    while (is_word_character(look()))
-        token.text += static_cast<char>(read());
-    std::uint32_t bits = 0;
-    const char* last = token.text.data() + token.text.size();
-    const auto [end, error] = std::from_chars(token.text.data() + 2, last, bits, 16);
-    if (error != std::errc() || end != last) fail("this is no hexadecimal number: " + token.text, token.line);
-    token.kind = TokenKind::integer;
-    token.integer = static_cast<int>(bits);
-}
-
-void Lexer::finish_number(Token& token, bool whole) {
-    if (is_word_character(look())) fail("this is no number: " + token.text + shown(look()), token.line);
-    // The smallest integer has no positive counterpart: its digits are its own negative, so that the minus sign
-    // in front changes nothing.
-    if (whole && m_after_minus && token.text == "2147483648") {
-        token.kind = TokenKind::integer;
-        token.integer = std::numeric_limits<int>::min();
+void Lexer::finish_number(Token& token) {
+    const std::string lower = lower_case(token.text);
+    const std::string_view text = lower;
+    if (text.size() > 1 && text[1] == 'x') return finish_integer(token, text.substr(2), 16);
+    if (text.find_first_not_of("0123456789") == std::string_view::npos)
+        return finish_integer(token, text, 10);
+    if (text.find_first_not_of("0123456789") == text.size() - 1 &&
+        (text.back() == 'l' || text.back() == 'p')) {
+        finish_integer(token, text.substr(0, text.size() - 1), 10);
+        token.kind = TokenKind::integer64;
         return;
     }
-    const char* last = token.text.data() + token.text.size();
-    token.kind = whole ? TokenKind::integer : TokenKind::real;
-    const auto [end, error] = whole ? std::from_chars(token.text.data(), last, token.integer)
-                                    : std::from_chars(token.text.data(), last, token.real);
-    // What is too small for a float is zero.
-    const bool tiny =
-        !whole && error == std::errc::result_out_of_range && token.text.find("e-") != std::string::npos;
-    if (tiny) token.real = 0;
+    if (read_time(text, token.real, token.frames, token.integer)) {
+        token.kind = TokenKind::time;
+        return;
+    }
+    finish_real(token, lower);
+}
+
+void Lexer::finish_integer(Token& token, std::string_view digits, int base) {
+    const char* last = digits.data() + digits.size();
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(digits.data(), last, number, base);
+    if (end != last || digits.empty()) fail("this is no number: " + token.text.substr(0, 40), token.line);
+    const bool suffixed = token.text.size() != digits.size() && base == 10;
+    // The smallest integer has no positive counterpart: its digits are its own negative, so that the minus sign
+    // in front changes nothing.
+    const bool smallest = m_after_minus && number == 2147483648U;
+    const std::uint64_t most = suffixed ? INT64_MAX : base == 16 ? UINT32_MAX : smallest ? number : INT32_MAX;
+    if (error != std::errc() || number > most)
+        fail("this number is out of range: " + token.text.substr(0, 40), token.line);
+    token.kind = TokenKind::integer;
+    token.integer = suffixed ? static_cast<std::int64_t>(number) : static_cast<std::int32_t>(number);
+}
+
+void Lexer::finish_real(Token& token, std::string digits) {
+    token.kind = TokenKind::real;
+    if (digits.back() == 'p') {
+        token.kind = TokenKind::double_real;
+        digits.pop_back();
+    } else if (const std::size_t exponent = digits.find('d'); exponent != std::string::npos) {
+        token.kind = TokenKind::double_real;
+        digits[exponent] = 'e';
+    }
+    const char* last = digits.data() + digits.size();
+    const auto [end, error] = std::from_chars(digits.data(), last, token.real);
     if (end != last) fail("this is no number: " + token.text.substr(0, 40), token.line);
-    if (error != std::errc() && !tiny)
+    const bool tiny = error == std::errc::result_out_of_range && digits.find("e-") != std::string::npos;
+    // What is too small is zero.
+    if (tiny) token.real = 0;
+    const bool fits = token.kind == TokenKind::double_real ||
+                      token.real <= static_cast<double>(std::numeric_limits<float>::max());
+    if ((error != std::errc() && !tiny) || !fits)
         fail("this number is out of range: " + token.text.substr(0, 40), token.line);
 }
 
@@ -262,7 +378,8 @@ void Lexer::read_quoted(std::string& text, int line) {
 }
 
 void Lexer::read_word(Token& token, int first) {
-    if (first == '\'') {
+    token.quoted = first == '\'';
+    if (token.quoted) {
         read_quoted(token.text, token.line);
     } else {
         token.text = static_cast<char>(first);
@@ -281,10 +398,7 @@ void Lexer::read_word(Token& token, int first) {
         }
         unread(':');
     }
-    if (first == '\'') return;
-    if (contains(reserved_words, token.key)) token.kind = TokenKind::reserved;
-    if (contains(unsupported_words, token.key))
-        fail("this host's MAXScript has no " + token.text, token.line);
+    if (!token.quoted && is_reserved_word(token.key)) token.kind = TokenKind::reserved;
 }
 
 void Lexer::read_name(Token& token) {
@@ -295,6 +409,41 @@ void Lexer::read_name(Token& token) {
     }
     while (is_word_character(look()))
         token.text += static_cast<char>(read());
+}
+
+/// `$`, `$name`, `$'two words'`, `$prefix*`, `$parent/child`, `$set...`.
+void Lexer::read_path(Token& token) {
+    token.kind = TokenKind::path;
+    for (;;) {
+        const int character = look();
+        if (is_word_character(character) ||
+            (character > 0 && path_signs.find(static_cast<char>(character)) != std::string_view::npos)) {
+            token.text += static_cast<char>(read());
+        } else if (character == '\'') {
+            read();
+            read_quoted(token.text, token.line);
+        } else if (character == '.' && read_dots(token.text)) {
+            continue;
+        } else {
+            return;
+        }
+    }
+}
+
+/// `...` at the end of a level stands for all that is below it; a single point asks for a property.
+bool Lexer::read_dots(std::string& text) {
+    int dots = 0;
+    while (dots < 3 && look() == '.') {
+        read();
+        ++dots;
+    }
+    if (dots == 3) {
+        text += "...";
+        return true;
+    }
+    for (; dots > 0; --dots)
+        unread('.');
+    return false;
 }
 
 void Lexer::read_text(Token& token) {
@@ -309,9 +458,9 @@ void Lexer::read_text(Token& token) {
     }
 }
 
-void Lexer::read_verbatim_text(Token& token) {
+void Lexer::read_verbatim(Token& token, char quote) {
     token.kind = TokenKind::text;
-    for (int character = read(); character != '"'; character = read()) {
+    for (int character = read(); character != quote; character = read()) {
         if (character < 0) fail("the script ends inside the string that begins here", token.line);
         token.text += static_cast<char>(character);
     }
@@ -356,9 +505,14 @@ void Lexer::read_sign(Token& token, int first) {
     token.kind = TokenKind::sign;
     token.text = static_cast<char>(first);
     const int second = look();
-    if (second > 0 && contains(two_character_signs, token.text + static_cast<char>(second))) {
-        token.text += static_cast<char>(read());
-        return;
+    if (second > 0) {
+        const std::string both = token.text + static_cast<char>(second);
+        if (std::find(two_character_signs.begin(), two_character_signs.end(), both) !=
+            two_character_signs.end()) {
+            token.text = both;
+            read();
+            return;
+        }
     }
     if (one_character_signs.find(static_cast<char>(first)) == std::string_view::npos)
         fail("unexpected " + shown(first), token.line);

@@ -3,6 +3,7 @@
 #include "maxscript/language/compiler.h"
 #include "maxscript/machine/errors.h"
 #include "maxscript/machine/rooted.h"
+#include "maxscript/machine/thread_state.h"
 
 #include <max/maxscript/parser.h>
 
@@ -19,6 +20,8 @@ CompiledCode* compile_expression(CharStream& source, bool& found) {
 
 Value* run_stream(CharStream& source) {
     const Rooted source_root(&source);
+    // What a script sets for good holds to its end.
+    const ContextScope context(thread_state());
     Rooted code;
     Rooted result;
     for (bool found = true; found;) {

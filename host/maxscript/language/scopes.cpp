@@ -24,7 +24,7 @@ UnitScope::UnitScope(UnitScope*& innermost, CodeUnit& unit, FunctionText* functi
     if (outer != nullptr) open_block();
 }
 
-const Binding* UnitScope::find(const std::string& name) const {
+Binding* UnitScope::find(const std::string& name) {
     const auto found = m_bindings.find(name);
     return found == m_bindings.end() || found->second.empty() ? nullptr : &found->second.back();
 }
@@ -64,7 +64,7 @@ void UnitScope::capture(const std::string& name, const Variable* source) {
     function->captures.push_back({source});
     // Known in the whole function, below what its blocks declare.
     std::vector<Binding>& bindings = m_bindings[name];
-    bindings.insert(bindings.begin(), {.kind = Variable::Kind::captured, .number = number, .function = true});
+    bindings.insert(bindings.begin(), {.kind = Variable::Kind::captured, .number = number});
 }
 
 void UnitScope::unbind(const std::string& name) {

@@ -28,8 +28,10 @@ struct Binding {
     std::size_t number = 0;
     /// Made by its first mention, not by a declaration.
     bool implicit = false;
-    /// Holds a local function, which inner functions may use.
-    bool function = false;
+    /// Others use the variable too.
+    bool reference = false;
+    /// The nodes that read and write a local variable.
+    std::vector<Variable*> mentions{};
 };
 
 /// The names of one piece of code that has slots of its own, while it is compiled: a function, a member's
@@ -43,7 +45,7 @@ public:
     UnitScope& operator=(const UnitScope&) = delete;
 
     /// The innermost binding of a name; null when the unit has none.
-    const Binding* find(const std::string& name) const;
+    Binding* find(const std::string& name);
     /// A new variable in the innermost block.
     Binding& declare(const std::string& name, const ScriptPlace& place);
     /// The name means a global until the innermost block ends.
@@ -52,7 +54,7 @@ public:
     std::size_t declare_loop_variable(const std::string& name, const ScriptPlace& place);
     void undeclare(const std::string& name, std::size_t local);
 
-    /// Binds a name to what the function keeps of the code around it.
+    /// Binds a name to a variable of the code around the function.
     void capture(const std::string& name, const Variable* source);
 
     /// Blocks in brackets, in which names that nobody knows are local.
@@ -101,6 +103,7 @@ public:
     Temporaries& operator=(const Temporaries&) = delete;
 
     std::size_t first() const { return m_first; }
+    std::size_t count() const { return m_count; }
     /// One more, behind those that it has.
     void extend(const ScriptPlace& place) {
         m_scope.take_temporaries(1, place);

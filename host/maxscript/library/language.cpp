@@ -2,7 +2,9 @@
 #include "maxscript/machine/functions.h"
 #include "maxscript/machine/listener.h"
 #include "maxscript/machine/operators.h"
+#include "maxscript/machine/references.h"
 #include "maxscript/machine/signature.h"
+#include "maxscript/machine/stack_check.h"
 #include "maxscript/machine/structs.h"
 
 #include <max/maxscript/streams.h>
@@ -59,6 +61,35 @@ Value* class_of(Value* value) {
     return new ClassValue(value->value_class());
 }
 
+/// A value that can be changed without the other's knowing.
+Value* copy(Value* value, std::optional<Value*> /*no_map*/) {
+    if (value->is(String_class)) return make_string(to_text(value));
+    auto* own = dynamic_cast<ScriptValue*>(value);
+    return own == nullptr ? value : own->copied();
+}
+
+/// The same, for all that an array holds.
+Value* deep_copy(Value* value) {
+    check_stack(thread_state());
+    Value* copied = copy(value, std::nullopt);
+    auto* array = value_as<ArrayValue>(copied);
+    if (array == nullptr) return copied;
+    const Rooted root(array);
+    for (std::size_t i = 0; i < array->elements().size(); ++i) {
+        Value* element = deep_copy(array->elements()[i]);
+        array->elements()[i] = element;
+    }
+    return array;
+}
+
+/// `swap a b`; the compiler hands over references.
+void swap(ReferenceValue& one, ReferenceValue& other) {
+    const Rooted first(one.get());
+    const Rooted second(other.get());
+    one.set(second.get());
+    other.set(first.get());
+}
+
 /// Runs a text in the global scope.
 Value* execute(const std::string& text) {
     auto* stream = new StringStream;
@@ -69,7 +100,8 @@ Value* execute(const std::string& text) {
 }
 
 /// `throw "message" value`; without arguments, the error that is being handled goes on.
-Value* throw_error(std::optional<Value*> text, std::optional<Value*> value) {
+[[noreturn]] void throw_error(std::optional<Value*> text, std::optional<Value*> value,
+                              const Keyword<"debugBreak", bool>& /*breaks*/) {
     std::vector<CaughtError>& caught = thread_state().caught;
     if (!text) {
         if (caught.empty()) raise_runtime_error("throw() outside of a catch");
@@ -90,7 +122,7 @@ constexpr std::array classes{&Integer_class,    &Float_class,      &String_class
                              &Array_class,      &Boolean_class,    &Undefined_class,  &Ok_class,
                              &FileStream_class, &Function_class,   &Primitive_class,  &StringStream_class,
                              &Interface_class,  &Unsupplied_class, &Dictionary_class, &StructDefinition_class,
-                             &Class_class};
+                             &Class_class,      &Integer64_class,  &Double_class,     &Reference_class};
 
 }  // namespace
 
@@ -111,10 +143,16 @@ void define_language_functions() {
         {"print", print},
         {"format", format},
         {"stringStream", string_stream},
+        {"copy", copy},
+        {"deepCopy", deep_copy},
+        {"swap", swap},
         {"classOf", class_of},
         {"execute", execute},
         {"throw", throw_error},
         {"getCurrentException", current_exception},
+        // What 3ds Max answers when nobody is there to ask.
+        {"queryBox", [](Arguments& /*question*/) { return true; }},
+        {"yesNoCancelBox", [](Arguments& /*question*/) { return make_name("yes"); }},
         {"gc", collect_garbage},
     });
 }

@@ -11,10 +11,14 @@ void define_number_functions();
 void define_text_functions();
 /// append, deleteItem, sort, …
 void define_array_functions();
+/// point3, color, matrix3, translate, distance, interval, …
+void define_geometry_functions();
 /// print, format, stringStream, classOf, execute, throw, …
 void define_language_functions();
 /// openFile, readLine, getFiles, doesFileExist, fileIn, …
 void define_file_functions();
+/// Names of 3ds Max that this host knows and does not have.
+void define_absent_names();
 /// callbacks.addScript, callbacks.removeScripts.
 void define_callback_functions();
 

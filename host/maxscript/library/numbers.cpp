@@ -1,6 +1,7 @@
 #include "maxscript/library/library.h"
 #include "maxscript/machine/operators.h"
 #include "maxscript/machine/signature.h"
+#include "maxscript/machine/steps.h"
 #include "os/local_time.h"
 
 #include <algorithm>
@@ -11,7 +12,6 @@
 #include <ctime>
 #include <numbers>
 #include <random>
-#include <thread>
 
 namespace corrivane::host {
 
@@ -80,7 +80,7 @@ int time_stamp() {
 void sleep_seconds(float seconds) {
     if (!(seconds >= 0.0F && seconds <= longest_sleep))
         raise_runtime_error("sleep takes 0 to 86400 seconds, got: " + float_text(seconds));
-    std::this_thread::sleep_for(std::chrono::duration<float>(seconds));
+    wait_seconds(static_cast<double>(seconds));
 }
 
 float power(float base, float exponent) {

@@ -5,6 +5,7 @@
 namespace corrivane::host {
 
 Value* CompiledCode::eval() {
+    const ScriptRuns runs(true);
     return run_unit(m_main, {this}, [](Activation&) {});
 }
 

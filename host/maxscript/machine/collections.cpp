@@ -1,3 +1,4 @@
+#include "maxscript/machine/bit_array.h"
 #include "maxscript/machine/conversions.h"
 #include "maxscript/machine/errors.h"
 #include "maxscript/machine/rooted.h"
@@ -9,6 +10,13 @@
 #include <algorithm>
 
 namespace corrivane::host {
+
+namespace {
+
+// How many elements an array shows, unless `printAllElements` is on.
+constexpr std::size_t most_shown = 20;
+
+}  // namespace
 
 std::size_t array_index(Value* index) {
     const int number = to_integer(index);
@@ -65,6 +73,17 @@ void ArrayValue::remove(std::size_t index) {
     m_elements.erase(m_elements.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
+Value* ArrayValue::copied() {
+    auto* copy = new ArrayValue;
+    copy->make_room(m_elements.size());
+    copy->m_elements = m_elements;
+    return copy;
+}
+
+Value* ArrayValue::converted(const ValueMetaClass& wanted) {
+    return &wanted == &BitArray_class ? make_bit_array(*this) : nullptr;
+}
+
 void ArrayValue::sprin1(CharStream* stream) {
     if (m_printing) {
         stream->puts("#(...)");
@@ -73,11 +92,14 @@ void ArrayValue::sprin1(CharStream* stream) {
     check_stack(thread_state());
     const PrintingScope printing(m_printing);
     stream->puts("#(");
-    const char* separator = "";
-    for (Value* element : m_elements) {
-        stream->puts(separator);
-        element->sprin1(stream);
-        separator = ", ";
+    const std::size_t shown = thread_state().context.print_all_elements ? m_elements.size() : most_shown;
+    for (std::size_t i = 0; i < m_elements.size(); ++i) {
+        if (i > 0) stream->puts(", ");
+        if (i == shown) {
+            stream->puts("...");
+            break;
+        }
+        m_elements[i]->sprin1(stream);
     }
     stream->puts(")");
 }

@@ -2,6 +2,7 @@
 
 #include <max/maxscript/value.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +12,8 @@ namespace corrivane::host {
 
 Value* make_integer(int number);
 Value* make_float(float number);
+Value* make_integer64(std::int64_t number);
+Value* make_double(double number);
 Value* make_boolean(bool truth);
 Value* make_string(std::string_view text);
 /// `#text`.
@@ -28,6 +31,8 @@ void set_in_dictionary(Value* dictionary, const std::string& key, Value* content
 /// fraction, to_float takes an integer, to_text takes a string or a name.
 int to_integer(Value* value);
 float to_float(Value* value);
+std::int64_t to_integer64(Value* value);
+double to_double(Value* value);
 bool to_boolean(Value* value);
 std::string to_text(Value* value);
 

@@ -59,6 +59,10 @@ void raise_argument_count(const std::string& function, const std::string& wanted
     raise("-- Argument count error: " + function + " wanted " + wanted + ", got " + std::to_string(got));
 }
 
+void raise_absent(const std::string& what) {
+    raise_runtime_error("this host has no " + what);
+}
+
 std::string exception_text(MAXScriptException& error) {
     if (const auto* script_error = dynamic_cast<ScriptError*>(&error)) return script_error->description();
     TextSink sink;

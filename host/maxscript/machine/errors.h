@@ -22,14 +22,15 @@ public:
     void sprin1(CharStream* stream) override;
     /// Without the place.
     const std::string& description() const { return m_description; }
+    const ScriptPlace& place() const { return m_place; }
 
 private:
     std::string m_description;
     ScriptPlace m_place;
 };
 
-/// The end of a script that has used up its steps; no script catches it.
-class StepLimitReached : public ScriptError {
+/// The end of a script that has used up its steps or was told to stop; no script catches it.
+class ScriptStopped : public ScriptError {
 public:
     using ScriptError::ScriptError;
 };
@@ -51,6 +52,9 @@ public:
 /// `-- Argument count error: <function> wanted <wanted>, got <got>`.
 [[noreturn]] void raise_argument_count(const std::string& function, const std::string& wanted,
                                        std::size_t got);
+
+/// `-- Runtime error: this host has no <what>`: 3ds Max has it.
+[[noreturn]] void raise_absent(const std::string& what);
 
 /// What getCurrentException() gives for an error: its description without the place.
 std::string exception_text(MAXScriptException& error);

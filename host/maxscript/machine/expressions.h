@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// The nodes that compute a value. A `slot` is the first of a node's own temporaries.
@@ -30,6 +31,14 @@ public:
     /// Reads and writes what locate has found. The content is rooted by the caller.
     virtual Value* load(Activation& activation) const = 0;
     virtual void store(Activation& activation, Value* content) const = 0;
+    /// Whether reading it gives a copy, which has to be stored back when it was changed.
+    virtual bool gives_copies() const { return true; }
+    /// What a part is asked of: `node.pos` in `node.pos.x`; null for none.
+    virtual Node* object() const { return nullptr; }
+    /// Gives the target other temporaries, two at most.
+    virtual void move_slots(std::size_t /*slot*/) {}
+    /// What `&target` gives, for what locate has found. Needs no root for the next moment.
+    virtual Value* make_reference(Activation& activation) const = 0;
 
     Value* eval(Activation& activation) const override {
         return locate(activation) ? load(activation) : nullptr;
@@ -39,7 +48,10 @@ public:
 class Variable final : public Target {
 public:
     /// `self` is the structure that a member function works on.
-    enum class Kind { local, captured, member, self, global };
+    /// A reference is a local variable whose content lies in a ReferenceValue once somebody else uses it too: a
+    /// parameter that stands for what the caller gave with `&`, a variable that a function within uses, in which
+    /// it is captured.
+    enum class Kind { local, reference, captured, member, self, global };
 
     Variable(int line, Kind kind, std::size_t number) : Target(line), m_kind(kind), m_number(number) {}
     Variable(int line, Global* global_variable)
@@ -52,9 +64,14 @@ public:
         m_number = number;
     }
 
+    /// Says of a local variable that somebody else uses it too.
+    void become_reference() { m_kind = Kind::reference; }
+
     bool locate(Activation&) const override { return true; }
     Value* load(Activation& activation) const override;
     void store(Activation& activation, Value* content) const override;
+    Value* make_reference(Activation& activation) const override;
+    bool gives_copies() const override { return m_kind == Kind::global && m_global->is_computed(); }
 
 private:
     Kind m_kind;
@@ -62,32 +79,38 @@ private:
     Global* m_global = nullptr;
 };
 
-class Property final : public Target {
+class PropertyAccess final : public Target {
 public:
-    Property(int line, const Node* object, std::string name, std::size_t slot)
+    PropertyAccess(int line, Node* object, std::string name, std::size_t slot)
         : Target(line), m_object(object), m_name(std::move(name)), m_slot(slot) {}
 
     bool locate(Activation& activation) const override;
     Value* load(Activation& activation) const override;
     void store(Activation& activation, Value* content) const override;
+    Node* object() const override { return m_object; }
+    void move_slots(std::size_t slot) override { m_slot = slot; }
+    Value* make_reference(Activation& activation) const override;
 
 private:
-    const Node* m_object;
+    Node* m_object;
     std::string m_name;
     std::size_t m_slot;
 };
 
 class Element final : public Target {
 public:
-    Element(int line, const Node* object, const Node* index, std::size_t slot)
+    Element(int line, Node* object, const Node* index, std::size_t slot)
         : Target(line), m_object(object), m_index(index), m_slot(slot) {}
 
     bool locate(Activation& activation) const override;
     Value* load(Activation& activation) const override;
     void store(Activation& activation, Value* content) const override;
+    Node* object() const override { return m_object; }
+    void move_slots(std::size_t slot) override { m_slot = slot; }
+    Value* make_reference(Activation& activation) const override;
 
 private:
-    const Node* m_object;
+    Node* m_object;
     const Node* m_index;
     std::size_t m_slot;
 };

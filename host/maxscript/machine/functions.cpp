@@ -1,6 +1,8 @@
 #include "maxscript/machine/functions.h"
 
 #include "maxscript/machine/errors.h"
+#include "maxscript/machine/expressions.h"
+#include "maxscript/machine/rooted.h"
 
 #include <max/maxscript/streams.h>
 
@@ -23,7 +25,7 @@ Value* default_of(const FunctionText::Keyword& keyword, Activation& activation) 
 
 void ScriptFunction::capture(Activation& activation) {
     for (const FunctionText::Capture& capture : m_text->captures)
-        m_captured.push_back(capture.source == nullptr ? this : capture.source->eval(activation));
+        m_captured.push_back(capture.source->make_reference(activation));
 }
 
 void ScriptFunction::check_arguments(const Arguments& arguments) const {
@@ -50,8 +52,28 @@ void ScriptFunction::bind(Activation& activation, const Arguments& arguments) {
 
 Value* ScriptFunction::call_on(Value* self, Arguments& arguments) {
     count_step();
+    auto* collection = arguments.count() == 0 ? nullptr : dynamic_cast<ScriptValue*>(arguments[0]);
+    if (m_text->is_mapped && collection != nullptr && collection->is_collection())
+        return call_mapped(
+            *collection, [&](Arguments& mapped) { call_on(self, mapped); }, arguments);
     check_arguments(arguments);
     return run_unit(m_text->unit, {this, self}, [&](Activation& activation) { bind(activation, arguments); });
+}
+
+Value* call_mapped(ScriptValue& collection, const std::function<void(Arguments&)>& call,
+                   Arguments& arguments) {
+    auto* values = new ArrayValue;
+    const Rooted root(values);
+    values->append(&undefined);
+    for (std::size_t i = 1; i < arguments.count(); ++i)
+        values->append(arguments[i]);
+    for (std::size_t i = 0; Value* element = collection.collection_element(i); ++i) {
+        values->elements()[0] = element;
+        Arguments mapped(arguments.function(), values->elements().data(), arguments.count(),
+                         arguments.keywords(), arguments.keyword_count());
+        call(mapped);
+    }
+    return &ok;
 }
 
 void ScriptFunction::sprin1(CharStream* stream) {

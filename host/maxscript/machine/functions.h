@@ -10,6 +10,8 @@
 
 namespace corrivane::host {
 
+class Target;
+
 /// A function as it is written: what the compiler knows of it. Its parameters are its first locals, the
 /// positional ones first.
 struct FunctionText {
@@ -18,13 +20,15 @@ struct FunctionText {
         /// Null for a parameter without a default.
         const Node* default_value;
     };
-    /// A local function of the code around it that the function uses: kept when the function is made.
+    /// A local variable of the code around it that the function uses: shared when the function is made.
     struct Capture {
-        /// The variable there; null for the function itself, which does not exist yet when it is made.
-        const Node* source;
+        /// The variable there.
+        const Target* source;
     };
 
     std::string name;
+    /// Called on a collection, it is called on each of its elements.
+    bool is_mapped = false;
     std::size_t positional_count = 0;
     std::vector<Keyword> keywords;
     std::vector<Capture> captures;
@@ -40,7 +44,7 @@ public:
     ScriptFunction(CompiledCode* code, const FunctionText* text) : m_code(code), m_text(text) {}
 
     const FunctionText& text() const { return *m_text; }
-    /// Keeps what the function uses of the code around it, which is running.
+    /// Keeps what the function uses of the code around it, which is running. The function is rooted meanwhile.
     void capture(Activation& activation);
     Value* captured(std::size_t number) const { return m_captured[number]; }
 
@@ -95,6 +99,10 @@ private:
     std::string m_name;
     HostFunction m_function;
 };
+
+/// Calls a mapped function for each element of its first argument; gives `ok`.
+Value* call_mapped(ScriptValue& collection, const std::function<void(Arguments&)>& call,
+                   Arguments& arguments);
 
 /// Calls any value; a MAXScript error when it is nothing that can be called. The callee is rooted by
 /// the caller.

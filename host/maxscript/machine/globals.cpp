@@ -72,11 +72,21 @@ void Global::define_variable(VariableGetter get, VariableSetter set) {
     m_read_only = !m_set;
 }
 
+void Global::define_absent(const std::string& what) {
+    define_variable([what]() -> Value* { raise_absent(what); }, [what](Value*) { raise_absent(what); });
+    m_absent = true;
+}
+
+void Global::declare() {
+    if (m_absent) forget();
+    m_known = true;
+}
+
 void Global::forget() {
     m_value = &undefined;
     m_get = nullptr;
     m_set = nullptr;
-    m_known = m_read_only = false;
+    m_known = m_read_only = m_absent = false;
 }
 
 Global& global(const std::string& name) {
@@ -131,6 +141,10 @@ void define_function(const std::string& name, HostFunction function) {
 
 void define_variable(const std::string& name, VariableGetter get, VariableSetter set) {
     variable_of(name).define_variable(std::move(get), std::move(set));
+}
+
+void define_absent(const std::string& name, const std::string& what) {
+    variable_of(name).define_absent(what + ": " + name);
 }
 
 void define_constant(const std::string& name, Value* value) {

@@ -26,10 +26,14 @@ public:
     /// of it.
     bool known() const { return m_known; }
 
-    /// Makes it a script's variable, if it is nothing yet.
-    void declare() { m_known = true; }
+    /// Makes it a script's variable, if it is nothing yet or a name that the host does not have.
+    void declare();
+    bool is_read_only() const { return m_read_only; }
+    bool is_computed() const { return static_cast<bool>(m_get); }
     void define_constant(Value* value);
     void define_variable(VariableGetter get, VariableSetter set);
+    /// A name of 3ds Max: using or assigning it is an error, "this host has no <what>".
+    void define_absent(const std::string& what);
     void forget();
     void trace() const { Collectable::gc_mark(m_value); }
 
@@ -42,6 +46,7 @@ private:
     VariableSetter m_set;
     bool m_known = false;
     bool m_read_only = false;
+    bool m_absent = false;
 };
 
 /// A global by its name in any case; made when there is none.

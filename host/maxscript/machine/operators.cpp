@@ -2,6 +2,7 @@
 
 #include "maxscript/machine/conversions.h"
 #include "maxscript/machine/errors.h"
+#include "maxscript/machine/times.h"
 
 #include <max/maxscript/streams.h>
 
@@ -21,24 +22,22 @@ const char* symbol(Operator operation) {
     return symbols[static_cast<std::size_t>(operation)];
 }
 
-int wrap(std::int64_t number) {
-    return static_cast<int>(static_cast<std::uint32_t>(number));
-}
-
-int integer_power(int base, int exponent) {
+template <typename Integer>
+Integer whole_power(Integer base, Integer exponent) {
     if (exponent < 0) {
         if (base == 0) raise_runtime_error("Division by zero");
         // 1 / base ^ n, without its fraction.
         if (base == -1) return exponent % 2 == 0 ? 1 : -1;
         return base == 1 ? 1 : 0;
     }
-    std::uint32_t result = 1;
-    auto factor = static_cast<std::uint32_t>(base);
-    for (auto bits = static_cast<unsigned>(exponent); bits != 0; bits >>= 1) {
+    using Bits = std::make_unsigned_t<Integer>;
+    Bits result = 1;
+    auto factor = static_cast<Bits>(base);
+    for (auto bits = static_cast<Bits>(exponent); bits != 0; bits >>= 1) {
         if ((bits & 1) != 0) result *= factor;
         factor *= factor;
     }
-    return static_cast<int>(result);
+    return static_cast<Integer>(result);
 }
 
 template <typename Operand>
@@ -55,42 +54,56 @@ Value* comparison(Operator operation, const Operand& left, const Operand& right)
     }
 }
 
-Value* integer_result(Operator operation, int left_number, int right_number) {
-    const std::int64_t left = left_number;
-    const std::int64_t right = right_number;
+/// Of integers of 32 and of 64 bits, which wrap.
+template <typename Integer>
+Value* whole_result(Operator operation, Integer left, Integer right, Value* (*make)(Integer)) {
+    using Bits = std::make_unsigned_t<Integer>;
+    const auto left_bits = static_cast<Bits>(left);
+    const auto right_bits = static_cast<Bits>(right);
     switch (operation) {
         case Operator::add:
-            return make_integer(wrap(left + right));
+            return make(static_cast<Integer>(left_bits + right_bits));
         case Operator::subtract:
-            return make_integer(wrap(left - right));
+            return make(static_cast<Integer>(left_bits - right_bits));
         case Operator::multiply:
-            return make_integer(wrap(left * right));
+            return make(static_cast<Integer>(left_bits * right_bits));
         case Operator::divide:
             if (right == 0) raise_runtime_error("Division by zero");
-            return make_integer(wrap(left / right));
+            // The smallest number has no positive counterpart.
+            return make(right == -1 ? static_cast<Integer>(Bits{0} - left_bits) : left / right);
         case Operator::power:
-            return make_integer(integer_power(left_number, right_number));
+            return make(whole_power(left, right));
         default:
             return comparison(operation, left, right);
     }
 }
 
-Value* float_result(Operator operation, float left, float right) {
+template <typename Real>
+Value* real_result(Operator operation, Real left, Real right, Value* (*make)(Real)) {
     switch (operation) {
         case Operator::add:
-            return make_float(left + right);
+            return make(left + right);
         case Operator::subtract:
-            return make_float(left - right);
+            return make(left - right);
         case Operator::multiply:
-            return make_float(left * right);
+            return make(left * right);
         case Operator::divide:
-            if (right == 0.0F) raise_runtime_error("Division by zero");
-            return make_float(left / right);
+            if (right == 0) raise_runtime_error("Division by zero");
+            return make(left / right);
         case Operator::power:
-            return make_float(std::pow(left, right));
+            return make(std::pow(left, right));
         default:
             return comparison(operation, left, right);
     }
+}
+
+/// Of two numbers, not both integers of 32 bits. The more exact kind of the two is the result's.
+Value* number_result(Operator operation, Value* left, Value* right) {
+    const auto either_is = [&](const ValueMetaClass& kind) { return left->is(kind) || right->is(kind); };
+    if (either_is(Double_class))
+        return real_result(operation, to_double(left), to_double(right), make_double);
+    if (either_is(Float_class)) return real_result(operation, to_float(left), to_float(right), make_float);
+    return whole_result(operation, to_integer64(left), to_integer64(right), make_integer64);
 }
 
 Value* text_result(Operator operation, const std::string& left, const std::string& right, Value* left_value) {
@@ -105,10 +118,6 @@ Value* text_result(Operator operation, const std::string& left, const std::strin
         default:
             raise_no_function(symbol(operation), left_value);
     }
-}
-
-bool is_number(Value* value) {
-    return value->is(Integer_class) || value->is(Float_class);
 }
 
 /// The number that a text begins with, as MAXScript reads it; undefined for none.
@@ -130,8 +139,21 @@ Value* text_as(const std::string& text, Value* value, const ValueMetaClass& want
         return number == &undefined ? number : make_integer(to_integer(number));
     }
     if (&wanted == &Float_class) return parse_number<float>(text, make_float);
+    if (&wanted == &Double_class) return parse_number<double>(text, make_double);
+    if (&wanted == &Integer64_class) return parse_number<std::int64_t>(text, make_integer64);
+    if (&wanted == &Time_class) return text_as_time(text);
     if (&wanted == &Name_class) return make_name(text);
     raise_conversion_error(value, wanted.name);
+}
+
+/// A number as a value of another class; null where that is not possible.
+Value* number_as(Value* value, const ValueMetaClass& wanted) {
+    if (&wanted == &Integer_class) return make_integer(to_integer(value));
+    if (&wanted == &Float_class) return make_float(to_float(value));
+    if (&wanted == &Integer64_class) return make_integer64(to_integer64(value));
+    if (&wanted == &Double_class) return make_double(to_double(value));
+    if (&wanted == &Time_class) return new TimeScriptValue(to_ticks(value));
+    return nullptr;
 }
 
 Value* converted(Value* value, Value* wanted) {
@@ -151,8 +173,12 @@ std::string plain_text(Value* value) {
 Value* convert(Value* value, const ValueMetaClass& wanted) {
     if (value->is(wanted)) return value;
     if (&wanted == &String_class) return make_string(plain_text(value));
-    if (&wanted == &Integer_class && is_number(value)) return make_integer(to_integer(value));
-    if (&wanted == &Float_class && is_number(value)) return make_float(to_float(value));
+    if (is_number(value)) {
+        if (Value* number = number_as(value, wanted)) return number;
+    }
+    if (auto* own = dynamic_cast<ScriptValue*>(value)) {
+        if (Value* result = own->converted(wanted)) return result;
+    }
     if (value->is(String_class)) return text_as(to_text(value), value, wanted);
     raise_conversion_error(value, wanted.name);
 }
@@ -164,10 +190,20 @@ Value* apply(Operator operation, Value* left, Value* right) {
     const auto* left_integer = value_as<IntegerValue>(left);
     if (const auto* right_integer = value_as<IntegerValue>(right);
         left_integer != nullptr && right_integer != nullptr)
-        return integer_result(operation, left_integer->number(), right_integer->number());
-    if (is_number(left)) return float_result(operation, to_float(left), to_float(right));
-    if (left->is(String_class)) {
-        if (!right->is(String_class)) raise_conversion_error(right, String_class.name);
+        return whole_result(operation, left_integer->number(), right_integer->number(), make_integer);
+    const bool left_is_number = is_number(left);
+    if (left_is_number && is_number(right)) return number_result(operation, left, right);
+    if (auto* value = dynamic_cast<ScriptValue*>(left)) {
+        if (Value* result = value->operate(operation, right, false)) return result;
+    }
+    if (left_is_number) {
+        auto* value = dynamic_cast<ScriptValue*>(right);
+        Value* result = value == nullptr ? nullptr : value->operate(operation, left, true);
+        if (result == nullptr) raise_conversion_error(right, left->value_class().name);
+        return result;
+    }
+    if (left->is(String_class) || left->is(Name_class)) {
+        if (!right->is(left->value_class())) raise_conversion_error(right, left->value_class().name);
         return text_result(operation, to_text(left), to_text(right), left);
     }
     raise_no_function(symbol(operation), left);
@@ -175,8 +211,15 @@ Value* apply(Operator operation, Value* left, Value* right) {
 
 Value* negate(Value* value) {
     if (const auto* integer = value_as<IntegerValue>(value))
-        return make_integer(wrap(-std::int64_t{integer->number()}));
+        return make_integer(static_cast<int>(0U - static_cast<unsigned>(integer->number())));
     if (const auto* number = value_as<FloatValue>(value)) return make_float(-number->number());
+    if (value->is(Double_class)) return make_double(-to_double(value));
+    if (value->is(Integer64_class))
+        return make_integer64(
+            static_cast<std::int64_t>(0U - static_cast<std::uint64_t>(to_integer64(value))));
+    if (auto* own = dynamic_cast<ScriptValue*>(value)) {
+        if (Value* result = own->negated()) return result;
+    }
     raise_no_function("-", value);
 }
 

@@ -20,6 +20,18 @@ void ScriptValue::set_element(Value* /*index*/, Value* /*content*/) {
     raise_no_function("put", this);
 }
 
+Value* ScriptValue::operate(Operator /*operation*/, Value* /*other*/, bool /*reversed*/) {
+    return nullptr;
+}
+
+Value* ScriptValue::converted(const ValueMetaClass& /*wanted*/) {
+    return nullptr;
+}
+
+Value* ScriptValue::collection_element(std::size_t /*index*/) {
+    return nullptr;
+}
+
 Value* ScriptValue::call(Arguments& /*arguments*/) {
     raise_type_error("Call needs function or class, got: " + excerpt(this));
 }

@@ -18,6 +18,10 @@ Value* call_fitting(const Rows& rows, Arguments& arguments) {
 
 }  // namespace
 
+void define_class(const ValueMetaClass& described, const Builtin& maker) {
+    define_constant(described.name, new ClassValue(described, maker.function));
+}
+
 void define_functions(const std::vector<Builtin>& table) {
     std::map<std::string_view, Rows> by_name;
     for (const Builtin& row : table)

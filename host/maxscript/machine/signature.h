@@ -52,13 +52,18 @@ struct FromScript;
 
 template <>
 struct FromScript<int> {
-    static bool accepts(Value* value) { return value->is(Integer_class) || value->is(Float_class); }
+    static bool accepts(Value* value) { return is_number(value); }
     static int from(Value* value) { return to_integer(value); }
 };
 template <>
 struct FromScript<float> {
     static bool accepts(Value* value) { return FromScript<int>::accepts(value); }
     static float from(Value* value) { return to_float(value); }
+};
+template <>
+struct FromScript<double> {
+    static bool accepts(Value* value) { return FromScript<int>::accepts(value); }
+    static double from(Value* value) { return to_double(value); }
 };
 template <>
 struct FromScript<bool> {
@@ -197,6 +202,10 @@ struct Parameter<K> {
     static Stored read(const Arguments& arguments, std::size_t&) { return Stored(arguments); }
 };
 
+/// `static Value* value(const T&)`: what a result of a class of C++ becomes.
+template <typename T>
+struct ToScript;
+
 /// A value of what a C++ function returns.
 template <typename R>
 Value* to_script(R&& result) {
@@ -207,6 +216,10 @@ Value* to_script(R&& result) {
         return make_integer(result);
     } else if constexpr (std::same_as<Result, float>) {
         return make_float(result);
+    } else if constexpr (std::same_as<Result, double>) {
+        return make_double(result);
+    } else if constexpr (std::same_as<Result, std::int64_t>) {
+        return make_integer64(result);
     } else if constexpr (std::convertible_to<Result, Value*>) {
         Value* value = result;
         return value != nullptr ? value : &undefined;
@@ -214,6 +227,8 @@ Value* to_script(R&& result) {
         return make_array(result);
     } else if constexpr (std::convertible_to<Result, std::string_view>) {
         return make_string(result);
+    } else if constexpr (requires { ToScript<Result>::value(result); }) {
+        return ToScript<Result>::value(result);
     } else {
         return result ? to_script(*std::forward<R>(result)) : &undefined;
     }
@@ -298,6 +313,9 @@ struct Builtin {
     HostFunction function;
     bool (*accepts)(Value* first);
 };
+
+/// Defines a class of values under its name; calling it makes one.
+void define_class(const ValueMetaClass& described, const Builtin& maker);
 
 /// Defines what a table lists. A name with a dot is a member, as in define_function.
 void define_functions(const std::vector<Builtin>& table);

@@ -1,33 +1,46 @@
 #include "maxscript/machine/statements.h"
 
 #include "maxscript/machine/errors.h"
+#include "maxscript/machine/times.h"
 
 namespace corrivane::host {
 
 namespace {
 
-/// Whether the round takes place; a where part may leave the loop.
-Round test_where(const ForParts& parts, Activation& activation, bool& wanted) {
-    wanted = true;
-    if (parts.where == nullptr) return Round::next;
-    Value* value = evaluate(parts.where, activation);
-    if (value == nullptr) return Round::unwind;
-    wanted = condition_holds(value, "where");
-    return Round::next;
+/// A for loop that is running: what it has collected, and its rounds so far.
+struct Rounds {
+    Value*& collected;
+    int number = 0;
+    int passed = 0;
+};
+
+/// Whether a part of the loop's head holds; nothing where the evaluation goes on elsewhere.
+std::optional<bool> part_holds(const Node* part, Activation& activation, const char* name) {
+    if (part == nullptr) return true;
+    Value* value = evaluate(part, activation);
+    if (value == nullptr) return std::nullopt;
+    return condition_holds(value, name);
 }
 
-/// One round of a for loop, whose variable is set.
-Round run_for_round(const ForParts& parts, Activation& activation, Value*& collected) {
-    bool wanted = false;
-    if (test_where(parts, activation, wanted) == Round::unwind) return Round::unwind;
-    if (!wanted) {
+/// One round of a for loop.
+Round run_for_round(const ForParts& parts, Activation& activation, Value* content, Rounds& rounds) {
+    activation.locals[*parts.locals[0]] = content;
+    if (parts.locals[1]) activation.locals[*parts.locals[1]] = make_integer(++rounds.number);
+    if (parts.locals[2]) activation.locals[*parts.locals[2]] = make_integer(rounds.passed + 1);
+    const std::optional<bool> goes_on = part_holds(parts.while_part, activation, "while");
+    if (!goes_on) return Round::unwind;
+    if (!*goes_on) return Round::leave;
+    const std::optional<bool> wanted = part_holds(parts.where, activation, "where");
+    if (!wanted) return Round::unwind;
+    if (!*wanted) {
         count_step();
         return Round::next;
     }
+    ++rounds.passed;
     Value* result = nullptr;
     const Round round = run_round(parts.body, activation, result);
     if (parts.collects && round == Round::next && result != nullptr)
-        static_cast<ArrayValue*>(collected)->append(result);
+        static_cast<ArrayValue*>(rounds.collected)->append(result);
     return round;
 }
 
@@ -125,31 +138,43 @@ void ForRange::fail_on_step() const {
 Value* ForRange::run_integers(Activation& activation, std::int64_t from, std::int64_t last,
                               std::int64_t step) const {
     if (step == 0) fail_on_step();
-    Value*& collected = activation.temporaries[m_slot];
+    Rounds rounds{activation.temporaries[m_slot]};
     for (std::int64_t i = from; step > 0 ? i <= last : i >= last; i += step) {
-        activation.locals[m_parts.local] = make_integer(static_cast<int>(i));
-        const Round round = run_for_round(m_parts, activation, collected);
+        const Round round = run_for_round(m_parts, activation, make_integer(static_cast<int>(i)), rounds);
         if (round == Round::unwind) return nullptr;
         if (round == Round::leave) break;
     }
-    return collected;
+    return rounds.collected;
 }
 
 Value* ForRange::run_floats(Activation& activation, float from, float last, float step) const {
     if (step == 0.0F) fail_on_step();
-    Value*& collected = activation.temporaries[m_slot];
+    Rounds rounds{activation.temporaries[m_slot]};
     for (double round_number = 0;; ++round_number) {
         // Not a running sum, whose error would grow from round to round.
         const auto number =
             static_cast<float>(static_cast<double>(from) + round_number * static_cast<double>(step));
         const bool runs = step > 0 ? number <= last : number >= last;
         if (!runs) break;
-        activation.locals[m_parts.local] = make_float(number);
-        const Round round = run_for_round(m_parts, activation, collected);
+        const Round round = run_for_round(m_parts, activation, make_float(number), rounds);
         if (round == Round::unwind) return nullptr;
         if (round == Round::leave) break;
     }
-    return collected;
+    return rounds.collected;
+}
+
+Value* ForRange::run_times(Activation& activation, Value* const* bounds) const {
+    const std::int64_t last = to_ticks(bounds[1]);
+    const std::int64_t step = to_ticks(bounds[2]);
+    if (step == 0) fail_on_step();
+    Rounds rounds{activation.temporaries[m_slot]};
+    for (std::int64_t i = to_ticks(bounds[0]); step > 0 ? i <= last : i >= last; i += step) {
+        const Round round =
+            run_for_round(m_parts, activation, new TimeScriptValue(static_cast<int>(i)), rounds);
+        if (round == Round::unwind) return nullptr;
+        if (round == Round::leave) break;
+    }
+    return rounds.collected;
 }
 
 Value* ForRange::eval(Activation& activation) const {
@@ -161,6 +186,8 @@ Value* ForRange::eval(Activation& activation) const {
     if (m_step != nullptr && (bounds[2] = evaluate(m_step, activation)) == nullptr) return nullptr;
     activation.thread.place.line = line();
     start_collecting(m_parts, slots[0]);
+    for (int i = 0; i < 3; ++i)
+        if (bounds[i]->is(Time_class)) return run_times(activation, bounds);
     if (bounds[0]->is(Integer_class) && bounds[2]->is(Integer_class))
         return run_integers(activation, to_integer(bounds[0]), to_integer(bounds[1]), to_integer(bounds[2]));
     return run_floats(activation, to_float(bounds[0]), to_float(bounds[1]), to_float(bounds[2]));
@@ -170,12 +197,15 @@ Value* ForIn::eval(Activation& activation) const {
     Value** slots = activation.temporaries + m_slot;
     if ((slots[1] = evaluate(m_collection, activation)) == nullptr) return nullptr;
     activation.thread.place.line = line();
-    auto* array = value_as<ArrayValue>(slots[1]);
-    if (array == nullptr) raise_type_error("for-loop requires a collection, got: " + excerpt(slots[1]));
+    auto* collection = dynamic_cast<ScriptValue*>(slots[1]);
+    if (collection == nullptr || !collection->is_collection())
+        raise_type_error("for-loop requires a collection, got: " + excerpt(slots[1]));
     start_collecting(m_parts, slots[0]);
-    for (std::size_t i = 0; i < array->elements().size(); ++i) {
-        activation.locals[m_parts.local] = array->elements()[i];
-        const Round round = run_for_round(m_parts, activation, slots[0]);
+    Rounds rounds{slots[0]};
+    for (std::size_t i = 0;; ++i) {
+        Value* element = collection->collection_element(i);
+        if (element == nullptr) break;
+        const Round round = run_for_round(m_parts, activation, element, rounds);
         if (round == Round::unwind) return nullptr;
         if (round == Round::leave) break;
     }
@@ -199,7 +229,7 @@ Value* Try::eval(Activation& activation) const {
     CaughtError caught;
     try {
         return evaluate(m_body, activation);
-    } catch (const StepLimitReached&) {
+    } catch (const ScriptStopped&) {
         throw;
     } catch (MAXScriptException& error) {
         caught = {std::current_exception(), exception_text(error)};
@@ -211,8 +241,8 @@ Value* Try::eval(Activation& activation) const {
 
 Value* FunctionDefinition::eval(Activation& activation) const {
     auto* function = new ScriptFunction(m_code, m_text.get());
-    function->capture(activation);
     activation.temporaries[m_slot] = function;
+    function->capture(activation);
     m_target->store(activation, function);
     return function;
 }

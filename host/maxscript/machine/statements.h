@@ -5,7 +5,9 @@
 #include "maxscript/machine/functions.h"
 #include "maxscript/machine/structs.h"
 
+#include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -83,8 +85,10 @@ private:
 /// The parts that the two kinds of `for` share. The value is `ok`, or with `collect` an array of the
 /// rounds' values.
 struct ForParts {
-    std::size_t local;
+    /// The loop's variable, the number of the round, and the number among those that where lets pass.
+    std::array<std::optional<std::size_t>, 3> locals;
     /// Null for none.
+    const Node* while_part = nullptr;
     const Node* where = nullptr;
     const Node* body = nullptr;
     bool collects = false;
@@ -101,6 +105,7 @@ private:
     Value* run_integers(Activation& activation, std::int64_t from, std::int64_t last,
                         std::int64_t step) const;
     Value* run_floats(Activation& activation, float from, float last, float step) const;
+    Value* run_times(Activation& activation, Value* const* bounds) const;
     [[noreturn]] void fail_on_step() const;
 
     const Node* m_from;
@@ -110,7 +115,7 @@ private:
     std::size_t m_slot;
 };
 
-/// `for x in array`: sees what the body appends to the array.
+/// `for x in collection`: sees what the body appends to an array.
 class ForIn final : public Node {
 public:
     ForIn(int line, const Node* collection, ForParts parts, std::size_t slot)

@@ -33,6 +33,11 @@ std::size_t String::size() const {
     return m_text->characters.size();
 }
 
+void String::replace(std::size_t first, std::size_t count, const std::string& text) {
+    m_text->held.update(m_text->characters.size() + text.size());
+    m_text->characters.replace(first, count, text);
+}
+
 void String::sprin1(CharStream* stream) {
     std::string printed = "\"";
     for (const char character : m_text->characters) {

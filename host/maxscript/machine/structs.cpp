@@ -25,6 +25,10 @@ void StructDefinition::make_functions(Activation& activation) {
         m_functions[i] = new ScriptFunction(m_code, text);
         m_functions[i]->capture(activation);
     }
+    for (const FunctionText* text : m_text->handlers) {
+        m_handlers.push_back(new ScriptFunction(m_code, text));
+        m_handlers.back()->capture(activation);
+    }
 }
 
 void StructDefinition::sprin1(CharStream* stream) {
@@ -41,6 +45,8 @@ void StructDefinition::gc_trace() {
     gc_mark(m_code);
     for (ScriptFunction* function : m_functions)
         gc_mark(function);
+    for (ScriptFunction* handler : m_handlers)
+        gc_mark(handler);
 }
 
 Value* StructDefinition::get_property(const std::string& name) {
@@ -80,6 +86,11 @@ Value* StructDefinition::call(Arguments& arguments) {
         const CodeUnit* first_value = m_text->members[i].first_value;
         if (given[i] || first_value == nullptr) continue;
         instance->set_member(i, run_unit(*first_value, {this, instance}, [](Activation&) {}));
+    }
+    for (ScriptFunction* handler : m_handlers) {
+        if (lower_case(handler->text().name) != "create") continue;
+        Arguments none(handler->text().name, nullptr, 0, nullptr, 0);
+        handler->call_on(instance, none);
     }
     return instance;
 }
@@ -125,15 +136,39 @@ void StructInstance::gc_trace() {
         gc_mark(value);
 }
 
-Value* StructInstance::get_property(const std::string& name) {
+std::size_t StructInstance::find(const std::string& name) {
     const std::optional<std::size_t> found = m_definition->text().find(name);
-    return found ? member(*found) : ScriptValue::get_property(name);
+    if (!found) raise_unknown_property(name, this);
+    return *found;
+}
+
+std::size_t StructInstance::find_public(const std::string& name) {
+    const std::size_t number = find(name);
+    if (m_definition->text().members[number].is_private)
+        raise_runtime_error("the member " + name + " is private in " + m_definition->text().name);
+    return number;
+}
+
+Value* StructInstance::own_member(const std::string& name) {
+    return member(find(name));
+}
+
+void StructInstance::set_own_member(const std::string& name, Value* content) {
+    set_member(find(name), content);
+}
+
+Value* StructInstance::get_property(const std::string& name) {
+    return member(find_public(name));
 }
 
 void StructInstance::set_property(const std::string& name, Value* content) {
-    const std::optional<std::size_t> found = m_definition->text().find(name);
-    if (!found) return ScriptValue::set_property(name, content);
-    set_member(*found, content);
+    set_member(find_public(name), content);
+}
+
+Value* StructInstance::copied() {
+    auto* copy = new StructInstance(m_definition);
+    copy->m_data = m_data;
+    return copy;
 }
 
 }  // namespace corrivane::host

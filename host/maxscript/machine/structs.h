@@ -18,6 +18,7 @@ struct StructText {
         const CodeUnit* first_value = nullptr;
         /// For a function: its text.
         const FunctionText* function = nullptr;
+        bool is_private = false;
     };
 
     /// The number of a member, by its name in lower case.
@@ -26,6 +27,8 @@ struct StructText {
 
     std::string name;
     std::vector<Member> members;
+    /// `on create do`: run on a new instance.
+    std::vector<const FunctionText*> handlers;
     std::unordered_map<std::string, std::size_t> index;
 };
 
@@ -59,6 +62,8 @@ private:
     const StructText* m_text;
     /// One for each member; null for data.
     std::vector<ScriptFunction*> m_functions;
+    /// One for each handler.
+    std::vector<ScriptFunction*> m_handlers;
 };
 
 class StructInstance final : public ScriptValue {
@@ -72,14 +77,21 @@ public:
     Value* member(std::size_t number);
     /// Data only.
     void set_member(std::size_t number, Value* content);
+    /// A member by its name, private or not.
+    Value* own_member(const std::string& name);
+    void set_own_member(const std::string& name, Value* content);
 
     const ValueMetaClass& value_class() const override { return metaclass; }
     void sprin1(CharStream* stream) override;
     void gc_trace() override;
     Value* get_property(const std::string& name) override;
     void set_property(const std::string& name, Value* content) override;
+    Value* copied() override;
 
 private:
+    std::size_t find(const std::string& name);
+    std::size_t find_public(const std::string& name);
+
     StructDefinition* m_definition;
     /// One for each member; null for functions.
     std::vector<Value*> m_data;

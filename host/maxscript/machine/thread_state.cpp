@@ -141,6 +141,7 @@ void trace_thread_roots() {
         FrameWalk(*state, state == t_state ? stack_pointer() : state->stack_bottom).trace();
         Collectable::gc_mark(state->locals.current_result);
         Collectable::gc_mark(state->locals.current_stdout);
+        Collectable::gc_mark(state->context.coordinate_object);
     }
 }
 
@@ -148,6 +149,7 @@ LibraryCallScope::LibraryCallScope(ThreadState& state)
     : m_state(state),
       m_call{state.locals.current_locals_frame, state.library_call},
       m_place(state.place),
+      m_context(state.context),
       m_caught(state.caught.size()) {
     state.library_call = &m_call;
 }
@@ -156,6 +158,7 @@ LibraryCallScope::~LibraryCallScope() {
     m_state.library_call = m_call.outer;
     m_state.locals.current_locals_frame = m_call.frame;
     m_state.place = m_place;
+    m_state.context = m_context;
     m_state.caught.resize(m_caught);
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "maxscript/machine/script_context.h"
 #include "maxscript/machine/script_place.h"
+#include "maxscript/machine/steps.h"
 
 #include <max/maxscript/thread_locals.h>
 
@@ -29,6 +31,7 @@ struct LibraryCall {
 struct ThreadState {
     MAXScriptThreadLocals locals;
     ScriptPlace place;
+    ScriptContext context;
     std::vector<CaughtError> caught;
     LibraryCall* library_call = nullptr;
     /// Native stack below this address is kept for code that does not check.
@@ -55,7 +58,22 @@ private:
     ThreadState& m_state;
     LibraryCall m_call;
     ScriptPlace m_place;
+    ScriptContext m_context;
     std::size_t m_caught;
+    ScriptRuns m_runs{false};
+};
+
+/// Puts what contexts have set back at the end of the scope.
+class ContextScope {
+public:
+    explicit ContextScope(ThreadState& state) : m_state(state), m_context(state.context) {}
+    ~ContextScope() { m_state.context = m_context; }
+    ContextScope(const ContextScope&) = delete;
+    ContextScope& operator=(const ContextScope&) = delete;
+
+private:
+    ThreadState& m_state;
+    ScriptContext m_context;
 };
 
 /// Puts the place of the script that was running back at the end of the scope.

@@ -2,6 +2,7 @@
 
 #include "maxscript/machine/conversions.h"
 #include "maxscript/machine/errors.h"
+#include "maxscript/machine/steps.h"
 
 #include <max/maxscript/streams.h>
 
@@ -15,6 +16,8 @@ namespace corrivane::host {
 
 const ValueMetaClass Integer_class{"Integer"};
 const ValueMetaClass Float_class{"Float"};
+const ValueMetaClass Integer64_class{"Integer64"};
+const ValueMetaClass Double_class{"Double"};
 const ValueMetaClass Name_class{"Name"};
 const ValueMetaClass Array_class{"Array"};
 const ValueMetaClass Dictionary_class{"Dictionary"};
@@ -86,17 +89,14 @@ IntegerValue* cached_integer(int number) {
     return first + (number - least_cached);
 }
 
-bool numbers_equal(Value* left, Value* right, bool& comparable) {
-    const auto* left_integer = value_as<IntegerValue>(left);
-    const auto* right_integer = value_as<IntegerValue>(right);
-    comparable = true;
-    if (left_integer != nullptr && right_integer != nullptr)
-        return left_integer->number() == right_integer->number();
-    const auto* left_float = value_as<FloatValue>(left);
-    const auto* right_float = value_as<FloatValue>(right);
-    comparable = (left_integer != nullptr || left_float != nullptr) &&
-                 (right_integer != nullptr || right_float != nullptr);
-    return comparable && to_float(left) == to_float(right);
+bool is_whole(Value* value) {
+    return value->is(Integer_class) || value->is(Integer64_class);
+}
+
+bool numbers_equal(Value* left, Value* right) {
+    if (is_whole(left) && is_whole(right)) return to_integer64(left) == to_integer64(right);
+    if (left->is(Double_class) || right->is(Double_class)) return to_double(left) == to_double(right);
+    return to_float(left) == to_float(right);
 }
 
 }  // namespace
@@ -126,19 +126,51 @@ Value* make_name(std::string_view text) {
     return NameValue::intern(text);
 }
 
+Value* make_integer64(std::int64_t number) {
+    return new Integer64Value(number);
+}
+
+Value* make_double(double number) {
+    return new DoubleValue(number);
+}
+
+bool is_number(Value* value) {
+    return is_whole(value) || value->is(Float_class) || value->is(Double_class);
+}
+
+double to_double(Value* value) {
+    if (const auto* number = value_as<FloatValue>(value)) return static_cast<double>(number->number());
+    if (const auto* integer = value_as<IntegerValue>(value)) return integer->number();
+    if (const auto* number = value_as<DoubleValue>(value)) return number->number();
+    if (const auto* integer = value_as<Integer64Value>(value)) return static_cast<double>(integer->number());
+    raise_conversion_error(value, Float_class.name);
+}
+
+std::int64_t to_integer64(Value* value) {
+    if (const auto* integer = value_as<IntegerValue>(value)) return integer->number();
+    if (const auto* integer = value_as<Integer64Value>(value)) return integer->number();
+    if (value->is(Float_class) || value->is(Double_class)) {
+        // The greatest double below 2^63.
+        const double number = to_double(value);
+        if (number >= -9223372036854775808.0 && number <= 9223372036854774784.0)
+            return static_cast<std::int64_t>(number);
+    }
+    raise_conversion_error(value, Integer64_class.name);
+}
+
 int to_integer(Value* value) {
     if (const auto* integer = value_as<IntegerValue>(value)) return integer->number();
-    if (const auto* number = value_as<FloatValue>(value)) {
-        // The greatest float below 2^31; what lies outside has no whole number here.
-        if (number->number() >= -2147483648.0F && number->number() <= 2147483520.0F)
-            return static_cast<int>(number->number());
+    if (is_number(value)) {
+        const double number = to_double(value);
+        // What lies outside has no whole number here.
+        if (number > -2147483649.0 && number < 2147483648.0) return static_cast<int>(number);
     }
     raise_conversion_error(value, Integer_class.name);
 }
 
 float to_float(Value* value) {
     if (const auto* number = value_as<FloatValue>(value)) return number->number();
-    if (const auto* integer = value_as<IntegerValue>(value)) return static_cast<float>(integer->number());
+    if (is_number(value)) return static_cast<float>(to_double(value));
     raise_conversion_error(value, Float_class.name);
 }
 
@@ -169,19 +201,34 @@ std::string float_text(float number) {
 
 bool values_equal(Value* left, Value* right) {
     if (left == right) return true;
-    bool comparable = false;
-    const bool equal = numbers_equal(left, right, comparable);
-    if (comparable) return equal;
+    if (is_number(left) && is_number(right)) return numbers_equal(left, right);
     if (left->is(String_class) && right->is(String_class)) {
         return static_cast<String*>(left)->size() == static_cast<String*>(right)->size() &&
                to_text(left) == to_text(right);
     }
     auto* value = dynamic_cast<ScriptValue*>(left);
-    return value != nullptr && value->equals(right);
+    if (value != nullptr && value->equals(right)) return true;
+    // A number is equal to the time that it is the frame of.
+    auto* other = is_number(left) ? dynamic_cast<ScriptValue*>(right) : nullptr;
+    return other != nullptr && other->equals(left);
 }
 
 void IntegerValue::sprin1(CharStream* stream) {
     stream->puts(std::to_string(m_number).c_str());
+}
+
+void Integer64Value::sprin1(CharStream* stream) {
+    stream->puts((std::to_string(m_number) + "L").c_str());
+}
+
+void DoubleValue::sprin1(CharStream* stream) {
+    std::array<char, 40> digits;
+    std::snprintf(digits.data(), digits.size(), "%.16g", m_number);
+    std::string text(digits.data());
+    const std::size_t exponent = text.find('e');
+    if (exponent != std::string::npos) text[exponent] = 'd';
+    if (text.find_first_of(".dn") == std::string::npos) text += ".0";
+    stream->puts((exponent == std::string::npos ? text + "d0" : text).c_str());
 }
 
 void FloatValue::sprin1(CharStream* stream) {
@@ -213,6 +260,12 @@ void NameValue::sprin1(CharStream* stream) {
 
 void ClassValue::sprin1(CharStream* stream) {
     stream->puts(m_described.name);
+}
+
+Value* ClassValue::call(Arguments& arguments) {
+    if (!m_maker) return ScriptValue::call(arguments);
+    count_step();
+    return call_host([&] { return m_maker(arguments); });
 }
 
 bool ClassValue::equals(Value* other) {

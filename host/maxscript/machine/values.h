@@ -1,6 +1,7 @@
 #pragma once
 
 #include "maxscript/machine/conversions.h"
+#include "maxscript/machine/define.h"
 #include "maxscript/machine/heap.h"
 #include "maxscript/machine/script_value.h"
 
@@ -15,6 +16,8 @@ namespace corrivane::host {
 
 extern const ValueMetaClass Integer_class;
 extern const ValueMetaClass Float_class;
+extern const ValueMetaClass Integer64_class;
+extern const ValueMetaClass Double_class;
 extern const ValueMetaClass Name_class;
 extern const ValueMetaClass Array_class;
 extern const ValueMetaClass Dictionary_class;
@@ -73,6 +76,38 @@ private:
     float m_number;
 };
 
+/// A whole number of 64 bits.
+class Integer64Value final : public Value {
+public:
+    static constexpr const ValueMetaClass& metaclass = Integer64_class;
+
+    explicit Integer64Value(std::int64_t number) : m_number(number) {}
+
+    std::int64_t number() const { return m_number; }
+
+    const ValueMetaClass& value_class() const override { return metaclass; }
+    void sprin1(CharStream* stream) override;
+
+private:
+    std::int64_t m_number;
+};
+
+/// A number of double precision.
+class DoubleValue final : public Value {
+public:
+    static constexpr const ValueMetaClass& metaclass = Double_class;
+
+    explicit DoubleValue(double number) : m_number(number) {}
+
+    double number() const { return m_number; }
+
+    const ValueMetaClass& value_class() const override { return metaclass; }
+    void sprin1(CharStream* stream) override;
+
+private:
+    double m_number;
+};
+
 /// `#text`. There is one object for one text, whatever its case, so names are equal when they are the
 /// same object.
 class NameValue final : public Value {
@@ -121,6 +156,12 @@ public:
     void set_property(const std::string& name, Value* content) override;
     Value* get_element(Value* index) override;
     void set_element(Value* index, Value* content) override;
+    bool is_collection() const override { return true; }
+    Value* collection_element(std::size_t index) override {
+        return index < m_elements.size() ? m_elements[index] : nullptr;
+    }
+    Value* copied() override;
+    Value* converted(const ValueMetaClass& wanted) override;
 
 private:
     void make_room(std::size_t count);
@@ -159,16 +200,20 @@ class ClassValue final : public ScriptValue {
 public:
     static constexpr const ValueMetaClass& metaclass = Class_class;
 
-    explicit ClassValue(const ValueMetaClass& described) : m_described(described) {}
+    /// Called, a class makes a value, if there is a function that does.
+    explicit ClassValue(const ValueMetaClass& described, HostFunction maker = {})
+        : m_described(described), m_maker(std::move(maker)) {}
 
     const ValueMetaClass& described() const { return m_described; }
 
     const ValueMetaClass& value_class() const override { return metaclass; }
     void sprin1(CharStream* stream) override;
     bool equals(Value* other) override;
+    Value* call(Arguments& arguments) override;
 
 private:
     const ValueMetaClass& m_described;
+    HostFunction m_maker;
 };
 
 /// The values `true` and `false`. Not on the heap.
@@ -179,6 +224,9 @@ extern Value& unsupplied;
 
 /// A text in lower case, as MAXScript compares identifiers: A to Z only.
 std::string lower_case(std::string_view text);
+
+/// Whether a value is a number of any kind.
+bool is_number(Value* value);
 
 /// A number's printed form: 6 significant digits, and a point or an exponent always.
 std::string float_text(float number);

@@ -85,6 +85,44 @@ bool read_all(int file, std::string& text) {
     return true;
 }
 
+void append_utf8(std::string& text, char32_t character) {
+    if (character < 0x80) {
+        text += static_cast<char>(character);
+        return;
+    }
+    // The first of two to four bytes says by its high bits how many follow.
+    const int following = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    text += static_cast<char>((0xFF00 >> (following + 1) & 0xFF) | character >> 6 * following);
+    for (int i = following; i-- > 0;)
+        text += static_cast<char>(0x80 | (character >> 6 * i & 0x3F));
+}
+
+/// A text of UTF-16 as UTF-8; `high` is where in a pair of bytes the upper one stands.
+std::string from_utf16(const std::string& bytes, std::size_t high) {
+    const auto unit = [&](std::size_t at) {
+        return static_cast<char32_t>(static_cast<unsigned char>(bytes[at + high]) << 8 |
+                                     static_cast<unsigned char>(bytes[at + 1 - high]));
+    };
+    std::string text;
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+        char32_t character = unit(i);
+        if (character >= 0xD800 && character < 0xDC00 && i + 3 < bytes.size()) {
+            character = 0x10000 + ((character - 0xD800) << 10) + (unit(i + 2) - 0xDC00);
+            i += 2;
+        }
+        append_utf8(text, character & 0x1FFFFF);
+    }
+    return text;
+}
+
+/// What is behind a byte-order mark, as UTF-8; a text without one stays as it is.
+std::string without_byte_order(std::string text) {
+    if (text.starts_with("\xEF\xBB\xBF")) return text.substr(3);
+    if (text.starts_with("\xFF\xFE")) return from_utf16(text, 1);
+    if (text.starts_with("\xFE\xFF")) return from_utf16(text, 0);
+    return text;
+}
+
 bool read_descriptor(int file, std::string& failure, TextReader& reader) {
     std::string text;
     try {
@@ -92,8 +130,7 @@ bool read_descriptor(int file, std::string& failure, TextReader& reader) {
             failure = std::strerror(errno);
             return false;
         }
-        if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
-        reader.set_text(std::move(text));
+        reader.set_text(without_byte_order(std::move(text)));
     } catch (const std::bad_alloc&) {
         failure = "it is too large";
         return false;

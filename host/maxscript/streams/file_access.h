@@ -15,8 +15,8 @@ void check_file_access();
 /// This machine's path for a Windows path; empty when there is none.
 std::string machine_path(const std::string& windows_path);
 
-/// Reads a whole file, named by a Windows path; false, and why, when that fails. A byte-order mark of UTF-8
-/// is left out.
+/// Reads a whole file, named by a Windows path; false, and why, when that fails. What begins with a
+/// byte-order mark becomes UTF-8 without one.
 bool read_file(const std::string& name, std::string& failure, TextReader& reader);
 
 /// Opens a file, named by a Windows path, with the mode "w" or "a"; null, and why, when that fails.

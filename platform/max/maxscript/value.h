@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 class CharStream;
 
@@ -75,6 +76,8 @@ public:
     const char* to_string() override;
     void sprin1(CharStream* stream) override;
     std::size_t size() const;
+    /// Puts a text in the place of some of the characters.
+    void replace(std::size_t first, std::size_t count, const std::string& text);
 
 private:
     struct Text;

@@ -103,7 +103,8 @@ TEST_F(HostProgramTest, WhatCannotBeDoneIsSaidAndEndsInOne) {
         {{"--library", TEST_PLUGIN, "--execute", "renderHeight = 40000"},
          "the render height must be between"},
         {{"--library", TEST_PLUGIN, "--execute", "sliderTime = 1e30"}, "Time out of range"},
-        {{"--library", TEST_PLUGIN, "--execute", "animationRange = 5"}, "must be an interval, got 5"},
+        {{"--library", TEST_PLUGIN, "--execute", "animationRange = 5"},
+         "Unable to convert: 5 to type: Interval"},
         {{"--library", TEST_PLUGIN, "--execute", "animationRange = interval 5 4"}, "end before it starts"},
         {{"--library", TEST_PLUGIN, "--execute", "standin.fault \"SetTime\" \"Hiccup\""},
          "\"Float Overflow\""},
@@ -139,6 +140,36 @@ TEST_F(HostProgramTest, OutputThatIsLostEndsInOne) {
     EXPECT_EQ(0, run_with_plugin({"--execute", "1"}, ">/dev/full").result);
 }
 
+TEST_F(HostProgramTest, ScriptsAreCheckedWithoutBeingRun) {
+    write("bad.ms", "print 1\nif then\n(\n  x = of\n)\nprint 2\n\"open");
+    write("good.ms", "print 3\nrollout r \"\" (button b \"\" )\n");
+    const HostRun run = this->run({"--check-syntax", "bad.ms", "good.ms"});
+    EXPECT_EQ(1, run.result);
+    EXPECT_EQ(
+        "bad.ms:2: -- Syntax error: at then, expected an expression\n"
+        "bad.ms:4: -- Syntax error: at of, expected an expression\n"
+        "bad.ms:7: -- Syntax error: the script ends inside the string that begins here\n",
+        run.output);
+    EXPECT_EQ(0, this->run({"--check-syntax", "good.ms"}).result);
+    EXPECT_THAT(this->run({"--check-syntax", "none.ms"}).errors, HasSubstr("Unable to open file: none.ms"));
+}
+
+TEST_F(HostProgramTest, ASignalEndsAScriptInOrder) {
+    write("drive_c/marker", "");
+    for (const char* script :
+         {"print 1; while true do (try (while true do ()) catch ())", "print 1; sleep 1000"}) {
+        RunningProgram host(
+            {"/bin/sh", "-c",
+             "cd \"$0\" && rm -f out && mkfifo out && { \"$@\" >out 2>errors & } && read line <out && "
+             "kill -TERM $! && wait $!",
+             m_folder.path(), CORRIVANE_HOST, "--library", TEST_PLUGIN, "--execute", script},
+            m_folder / "output");
+        EXPECT_EQ(143, host.wait());
+        EXPECT_EQ("-- Runtime error: the script has been stopped; line: 1\n", read("errors"));
+        EXPECT_THAT(read("drive_c/events.txt"), HasSubstr("unloaded"));
+    }
+}
+
 TEST_F(HostProgramTest, ScriptsSeeTheScene) {
     write("scenes/robot.gltf", scene);
     const std::vector<std::string> with_scene = {"--drive", "S=scenes", "--scene-file", "S:\\robot.gltf"};
@@ -148,11 +179,10 @@ TEST_F(HostProgramTest, ScriptsSeeTheScene) {
             "print maxFilePath; print maxFileName; print frameRate; print renderWidth; print renderHeight; "
             "print rendOutputFilename; print currentTime; print animationRange",
             with_scene));
-    EXPECT_EQ(
-        "$Camera01\n\"Camera01\"\n[1,2.5,-3]\n2.5\n[1,2.5,-3]\nundefined\n",
-        listener("n = getNodeByName \"Camera01\"; print n; print n.name; print n.pos; print n.position.y; "
-                 "print n.transform.row4; print (getNodeByName \"Camera02\")",
-                 with_scene));
+    EXPECT_EQ("$Camera01\n\"Camera01\"\n[1,2.5,-3]\n2.5\n[1,2.5,-3]\nundefined\n",
+              listener("n = $Camera01; print n; print n.name; print n.pos; print n.position.y; "
+                       "print n.transform.row4; print (getNodeByName \"Camera02\")",
+                       with_scene));
 }
 
 TEST_F(HostProgramTest, ScriptsChangeTheSettings) {

@@ -26,9 +26,34 @@ std::string repeated(const std::string& text, std::size_t count) {
 }
 
 TEST_P(BoundsTest, NestingEndsInAnErrorAndNotInAFault) {
-    for (const char* opening :
-         {"(", "#(", "- ", "not ", "f (", "a[", "if ", "fn f = ", "x = ", "try ", "for i in ",
-          "struct s (a = ", "case (", "while ", "do ", "return ", "a.b "}) {
+    for (const char* opening : {"(",
+                                "#(",
+                                "- ",
+                                "not ",
+                                "f (",
+                                "a[",
+                                "if ",
+                                "fn f = ",
+                                "x = ",
+                                "try ",
+                                "for i in ",
+                                "struct s (a = ",
+                                "case (",
+                                "while ",
+                                "do ",
+                                "return ",
+                                "a.b ",
+                                "&",
+                                "*",
+                                "[",
+                                "#{",
+                                "f [",
+                                "undo off ",
+                                "rollout r \"\" (",
+                                "rollout r (",
+                                "group \"\" (",
+                                "macroScript m (on a b do ",
+                                "plugin a b (parameters p ("}) {
         const ScriptResult result = run_text(repeated(opening, 20000));
         EXPECT_FALSE(result.succeeded) << opening;
         EXPECT_EQ(thread_state().locals.current_locals_frame, nullptr);
