@@ -14,11 +14,11 @@ namespace corrivane::host {
 /// changes nothing, so that its frame is, bit for bit, the one without an effect.
 class CameraEffect final : public IMultiPassCameraEffect {
 public:
-    /// `settings` give the image's proportions and the frame rate at the time of each Apply; they must
-    /// outlive this.
-    CameraEffect(const MultipassEffect& effect, std::shared_ptr<const Scene> scene,
+    /// `scene` and `settings` give the cameras, the image's proportions and the frame rate at the time of each
+    /// Apply; they must outlive this.
+    CameraEffect(const MultipassEffect& effect, const std::shared_ptr<const Scene>& scene,
                  const RenderSettings& settings)
-        : m_effect(effect), m_scene(std::move(scene)), m_settings(settings) {}
+        : m_effect(effect), m_scene(scene), m_settings(settings) {}
 
     bool enabled() const { return m_effect.enabled; }
 
@@ -33,7 +33,7 @@ public:
 
 private:
     MultipassEffect m_effect;
-    std::shared_ptr<const Scene> m_scene;
+    const std::shared_ptr<const Scene>& m_scene;
     const RenderSettings& m_settings;
     /// What Apply last handed out.
     ViewParams m_view;

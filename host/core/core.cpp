@@ -10,12 +10,19 @@
 
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 namespace corrivane::host {
 
 namespace {
 
 constexpr int perspective_view_type = 7;
+
+void run_hook(const std::function<void()>& hook) {
+    if (hook) {
+        hook();
+    }
+}
 
 BoundedFile bounded_file(const std::string& windows_path) {
     const NativePath path = native_path(windows_path);
@@ -45,12 +52,19 @@ bool Core::IsMaxFile(const char* fileName) {
 }
 
 int Core::LoadFromFile(const char* fileName, int /*flags*/) {
+    const bool loaded = load_scene_file(fileName == nullptr ? "" : fileName);
+    if (loaded) {
+        m_retired.clear();
+    }
+    return loaded ? 1 : 0;
+}
+
+bool Core::load_scene_file(const std::string& name) {
     fail_if_ordered(CoreCall::load_from_file);
-    const std::string name = fileName == nullptr ? "" : fileName;
     const NativePath path = native_path(name);
     if (path.error != ERROR_SUCCESS) {
         m_log.error("LoadFromFile", name + ": " + std::string(path_fault(name, path.error)));
-        return 0;
+        return false;
     }
     LoadOptions options = m_default_actions.load_options();
     options.resolve_path = bounded_file;
@@ -59,23 +73,36 @@ int Core::LoadFromFile(const char* fileName, int /*flags*/) {
         replace_document(std::make_unique<Document>(load_scene(path.path, options), name));
     } catch (const SceneError& error) {
         m_log.error("LoadFromFile", error.what());
-        return 0;
+        return false;
     } catch (const std::bad_alloc&) {
         m_log.error("LoadFromFile", name + ": not enough memory");
-        return 0;
+        return false;
     }
     for (const std::string& warning : m_document->scene()->warnings) {
         m_log.warning("LoadFromFile", warning);
     }
-    return 1;
+    return true;
 }
 
 void Core::FileReset(BOOL /*noPrompt*/) {
+    reset_scene();
+    m_retired.clear();
+}
+
+void Core::reset_scene() {
     replace_document(std::make_unique<Document>());
+}
+
+void Core::open_scene(std::shared_ptr<const Scene> scene, const std::string& name) {
+    replace_document(std::make_unique<Document>(std::move(scene), name));
 }
 
 void Core::replace_document(std::unique_ptr<Document> document) {
     m_session.reset();
+    // A script may load another scene under a plug-in that still has nodes and render elements of this one.
+    if (m_document->is_handed_out()) {
+        m_retired.push_back(std::move(m_document));
+    }
     m_document = std::move(document);
     set_tga_alpha_split(settings().tga_alpha_split);
 }
@@ -94,6 +121,7 @@ int Core::ActiveViewport::GetViewType() const {
 
 INode* Core::ActiveViewport::GetViewCamera() {
     Document& document = m_core.document();
+    document.note_handed_out();
     return document.nodes().at(document.view_camera());
 }
 
@@ -107,6 +135,7 @@ void Core::ReleaseViewport(ViewExp* /*viewport*/) {
 }
 
 INode* Core::GetINodeByName(const char* name) {
+    m_document->note_handed_out();
     return name == nullptr ? nullptr : m_document->nodes().find(name);
 }
 
@@ -147,6 +176,7 @@ RenderSession::Setup Core::session_setup(INode* camera_node, ViewExp* viewport, 
 int Core::OpenCurRenderer(INode* cameraNode, ViewExp* viewport, int renderType, int width, int height) {
     fail_if_ordered(CoreCall::open_cur_renderer);
     m_session.reset();
+    run_hook(m_hooks.before_render);
     try {
         RenderSession::Setup setup = session_setup(cameraNode, viewport, renderType);
         setup.width = width;
@@ -162,7 +192,10 @@ int Core::OpenCurRenderer(INode* cameraNode, ViewExp* viewport, int renderType, 
 
 void Core::CloseCurRenderer() {
     fail_if_ordered(CoreCall::close_cur_renderer);
-    m_session.reset();
+    const bool was_open = std::exchange(m_session, nullptr) != nullptr;
+    if (was_open) {
+        run_hook(m_hooks.after_render);
+    }
 }
 
 /// One frame's render with the scripts around it, as a guarded call.
@@ -182,12 +215,6 @@ struct Core::FrameCall {
         }
         result = core.render(*session, frame) ? 1 : 0;
         run_hook(core.m_hooks.after_frame);
-    }
-
-    static void run_hook(const std::function<void()>& hook) {
-        if (hook) {
-            hook();
-        }
     }
 
     /// A fault leaves the call without running destructors, so the end of the rendering is noted by a filter,
@@ -222,6 +249,7 @@ int Core::CurRendererRenderFrame(TimeValue time, Bitmap* bitmap, RendProgressCal
 
 bool Core::render(RenderSession& session, const RenderSession::Frame& frame) {
     try {
+        session.set_scene(m_document->scene());
         return session.render(frame, m_document->elements());
     } catch (const std::exception& error) {
         m_log.error("CurRendererRenderFrame", error.what());

@@ -10,14 +10,17 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace corrivane::host {
 
-/// What scripts have registered to run on the main thread around each frame's render. What they throw comes
-/// out of the render call.
+/// What scripts have registered to run on the main thread before the renderer is opened, around each frame's render and
+/// when the renderer has been closed. What they throw comes out of the call.
 struct RenderHooks {
-    std::function<void()> before_frame;
-    std::function<void()> after_frame;
+    std::function<void()> before_frame{};
+    std::function<void()> after_frame{};
+    std::function<void()> before_render{};
+    std::function<void()> after_render{};
 };
 
 /// The core interface over this host's scene and renderer: what GetCOREInterface returns. There is one, made
@@ -33,9 +36,17 @@ public:
     /// The open document. The reference holds until the next load or reset.
     Document& document() { return *m_document; }
     SystemLog& log() { return m_log; }
+    bool is_rendering() const { return m_rendering; }
     void set_render_hooks(RenderHooks hooks) { m_hooks = std::move(hooks); }
     /// Of the renderers that are opened from now on; 0: one for each processor.
+    int render_threads() const { return m_render_threads; }
     void set_render_threads(int threads) { m_render_threads = threads; }
+
+    /// LoadFromFile and FileReset as scripts do them: what a plug-in was given of the scene that goes stays at its
+    /// address until the plug-in itself loads or resets.
+    bool load_scene_file(const std::string& name);
+    void reset_scene();
+    void open_scene(std::shared_ptr<const Scene> scene, const std::string& name);
 
     bool IsMaxFile(const char* fileName) override;
     /// Takes a Windows path. A scene that cannot be loaded leaves the open one as it is.
@@ -59,7 +70,10 @@ public:
     float GetRendImageAspect() const override { return settings().pixel_aspect; }
 
     ::Renderer* GetCurrentRenderer() override { return m_document->renderer(); }
-    IRenderElementMgr* GetCurRenderElementMgr() override { return &m_document->elements(); }
+    IRenderElementMgr* GetCurRenderElementMgr() override {
+        m_document->note_handed_out();
+        return &m_document->elements();
+    }
     void SetupRendParams(RendParams& params, ViewExp* viewport, int renderType) override;
     int OpenCurRenderer(INode* cameraNode, ViewExp* viewport, int renderType, int width, int height) override;
     void CloseCurRenderer() override;
@@ -96,6 +110,7 @@ private:
     int m_render_threads = 0;
     ActiveViewport m_viewport{*this};
     std::unique_ptr<Document> m_document = std::make_unique<Document>();
+    std::vector<std::unique_ptr<Document>> m_retired;
     /// Null while the renderer is closed. Shared, since a script that runs around a frame may close it.
     std::shared_ptr<RenderSession> m_session;
     bool m_rendering = false;

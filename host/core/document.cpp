@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <sstream>
 #include <stdexcept>
 
 namespace corrivane::host {
@@ -14,12 +15,19 @@ namespace {
 
 constexpr int frames_without_animation = 100;
 
-int checked(const char* what, int number, int largest) {
-    if (number < 1 || number > largest) {
-        throw std::invalid_argument(std::string(what) + " must be between 1 and " + std::to_string(largest) +
-                                    ", got " + std::to_string(number));
+template <typename Number>
+Number checked(const char* what, Number number, Number least, Number largest) {
+    if (!(number >= least && number <= largest)) {
+        std::ostringstream text;
+        text << what << " must be between " << least << " and " << largest << ", got " << number;
+        throw std::invalid_argument(text.str());
     }
     return number;
+}
+
+std::uint64_t next_id() {
+    static std::uint64_t last = 0;
+    return ++last;
 }
 
 /// At the most the last one whose time can be told in ticks.
@@ -39,7 +47,8 @@ int last_frame(const Scene& scene, int frame_rate) {
 Document::Document() : Document(std::make_shared<const Scene>(), "") {}
 
 Document::Document(std::shared_ptr<const Scene> scene, std::string file_name)
-    : m_scene(std::move(scene)),
+    : m_id(next_id()),
+      m_scene(std::move(scene)),
       m_file_name(std::move(file_name)),
       m_settings(m_scene->settings),
       m_nodes(m_scene, m_settings),
@@ -66,21 +75,40 @@ void Document::set_animation_range(Interval range) {
 }
 
 void Document::set_frame_rate(int frames_per_second) {
-    m_settings.frame_rate = checked("the frame rate", frames_per_second, ticks_per_second);
+    m_settings.frame_rate = checked("the frame rate", frames_per_second, 1, ticks_per_second);
 }
 
 void Document::set_width(int pixels) {
-    m_settings.width = checked("the render width", pixels, largest_image_side);
+    m_settings.width = checked("the render width", pixels, 1, largest_image_side);
     m_output.SetWidth(static_cast<std::uint16_t>(pixels));
 }
 
 void Document::set_height(int pixels) {
-    m_settings.height = checked("the render height", pixels, largest_image_side);
+    m_settings.height = checked("the render height", pixels, 1, largest_image_side);
     m_output.SetHeight(static_cast<std::uint16_t>(pixels));
 }
 
-Imath::M44f Document::node_placement(int node) const {
-    return pose_at(*m_scene, to_seconds(m_time))[static_cast<std::size_t>(node)];
+void Document::set_pixel_aspect(float aspect) {
+    m_settings.pixel_aspect = checked("the pixel aspect", aspect, 0.01F, 100.0F);
+    m_output.SetAspect(aspect);
+}
+
+void Document::set_samples(int samples) {
+    m_settings.samples = checked("the samples of a pixel", samples, 1, 4096);
+}
+
+void Document::change_scene(const std::function<void(Scene&)>& change) {
+    if (!m_scene_is_own || m_scene.use_count() > 1) {
+        m_scene = std::make_shared<Scene>(*m_scene);
+        m_scene_is_own = true;
+    }
+    // It was made just above, and not as a constant.
+    change(const_cast<Scene&>(*m_scene));
+    m_nodes.add_new();
+}
+
+Imath::M44f Document::node_placement(int node, TimeValue time) const {
+    return pose_at(*m_scene, to_seconds(time))[static_cast<std::size_t>(node)];
 }
 
 int Document::view_camera() const {

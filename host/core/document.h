@@ -8,6 +8,8 @@
 #include <max/bitmap.h>
 #include <max/types.h>
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,7 +27,13 @@ public:
     Document(const Document&) = delete;
     Document& operator=(const Document&) = delete;
 
+    /// Differs from that of every other document that this process has had.
+    std::uint64_t id() const { return m_id; }
+
     const std::shared_ptr<const Scene>& scene() const { return m_scene; }
+    /// Changes the scene, which the next frame shows; nodes may be added, but none taken away. Others that hold
+    /// the scene keep what they have: where there are any, a copy is changed.
+    void change_scene(const std::function<void(Scene&)>& change);
     const RenderSettings& settings() const { return m_settings; }
     SceneNodes& nodes() { return m_nodes; }
     RenderElements& elements() { return m_elements; }
@@ -49,15 +57,29 @@ public:
     void set_frame_rate(int frames_per_second);
     void set_width(int pixels);
     void set_height(int pixels);
+    void set_pixel_aspect(float aspect);
+    void set_save_file(bool save) { m_settings.save_file = save; }
+    void set_skip_existing_frames(bool skip) { m_settings.skip_existing_frames = skip; }
+    void set_samples(int samples);
+    /// The camera node that the active viewport looks through; empty for none.
+    void set_active_view(std::string camera) { m_settings.active_view = std::move(camera); }
 
-    /// Where a node stands at the current time, object to world. The index must be valid.
-    Imath::M44f node_placement(int node) const;
+    /// Where a node stands at a time, object to world. The index must be valid.
+    Imath::M44f node_placement(int node, TimeValue time) const;
+    Imath::M44f node_placement(int node) const { return node_placement(node, m_time); }
+
+    /// Plug-ins have been given addresses of this document's, which must stay valid.
+    bool is_handed_out() const { return m_handed_out; }
+    void note_handed_out() { m_handed_out = true; }
 
     /// The index of the node that the active viewport looks through, -1 for the view that frames the scene.
     int view_camera() const;
 
 private:
+    const std::uint64_t m_id;
     std::shared_ptr<const Scene> m_scene;
+    bool m_scene_is_own = false;  ///< made by change_scene
+    bool m_handed_out = false;
     std::string m_file_name;
     RenderSettings m_settings;
     SceneNodes m_nodes;

@@ -4,6 +4,8 @@
 
 #include <max/renderer.h>
 
+#include <memory>
+#include <string>
 #include <vector>
 
 namespace corrivane::host {
@@ -17,9 +19,12 @@ public:
     void GetPBBitmap(PBBitmap*& bitmap) override;
 
     ElementType type() const { return m_settings.type; }
-    /// The configured name, as a Windows path; empty for none.
+    const std::string& name() const { return m_name; }
+    void set_name(std::string name) { m_name = std::move(name); }
+    /// One that is off is not rendered, and written nowhere.
+    bool is_enabled() const { return m_enabled; }
+    void set_enabled(bool enabled) { m_enabled = enabled; }
     const std::string& output() const { return m_settings.output; }
-    /// Holds from the next frame on, as far as this scene stays open.
     void set_output(const std::string& name);
     /// The bitmap that the next frame is rendered into, null for none. Not ours.
     Bitmap* bitmap() const { return m_target.bm; }
@@ -28,6 +33,8 @@ public:
 
 private:
     RenderElementSettings m_settings;
+    std::string m_name;
+    bool m_enabled = true;
     PBBitmap m_target;
 };
 
@@ -40,14 +47,19 @@ public:
     /// Null for an index that is not there.
     IRenderElement* GetRenderElement(int index) override;
 
-    const std::vector<HostRenderElement>& all() const { return m_elements; }
+    const std::vector<std::unique_ptr<HostRenderElement>>& all() const { return m_elements; }
+    void set_active(bool active) { m_active = active; }
+    HostRenderElement& add(RenderElementSettings settings);
+    /// The element stays at its address, since a plug-in may have it. False when it is none of these.
+    bool remove(const HostRenderElement& element);
     /// Whoever renders a frame numbers the names that it finds, so each new frame must find the
     /// configured ones.
     void restore_names();
 
 private:
     bool m_active;
-    std::vector<HostRenderElement> m_elements;
+    std::vector<std::unique_ptr<HostRenderElement>> m_elements;
+    std::vector<std::unique_ptr<HostRenderElement>> m_removed;
 };
 
 }  // namespace corrivane::host

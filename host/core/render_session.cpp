@@ -90,10 +90,10 @@ FrameBuffers buffers_for(Bitmap* bitmap, const RenderElements& elements, const P
     if (!elements.GetElementsActive()) {
         return buffers;
     }
-    for (const HostRenderElement& element : elements.all()) {
-        if (element.bitmap() != nullptr) {
+    for (const auto& element : elements.all()) {
+        if (element->bitmap() != nullptr && element->is_enabled()) {
             buffers.elements.push_back(
-                {element.type(), pixels_of(element.bitmap(), region, "a render element's bitmap")});
+                {element->type(), pixels_of(element->bitmap(), region, "a render element's bitmap")});
         }
     }
     return buffers;
@@ -103,6 +103,12 @@ FrameBuffers buffers_for(Bitmap* bitmap, const RenderElements& elements, const P
 
 RenderSession::RenderSession(Setup setup)
     : m_setup(checked(std::move(setup))), m_renderer(m_setup.scene, {.threads = m_setup.threads}) {}
+
+void RenderSession::set_scene(const std::shared_ptr<const Scene>& scene) {
+    if (scene == m_setup.scene) return;
+    m_renderer.set_scene(scene);
+    m_setup.scene = scene;
+}
 
 bool RenderSession::render(const Frame& frame, const RenderElements& elements) {
     const PixelRect region = checked_region(frame.region);

@@ -38,6 +38,9 @@ public:
         const RECT* region = nullptr;  ///< pixels of the whole image; given exactly for RENDTYPE_REGION
     };
 
+    /// The scene as later frames show it: the one of the setup, or a changed copy.
+    void set_scene(const std::shared_ptr<const Scene>& scene);
+
     /// Renders a frame, and those of the elements, if they are active, that have a bitmap. False when the
     /// callback stopped it. What the callback throws, on whatever thread, stops the render and comes out
     /// here. Throws std::invalid_argument, before anything is rendered, when region and render type do not

@@ -52,11 +52,14 @@ ObjectState HostNode::EvalWorldState(TimeValue /*time*/, BOOL /*evalHidden*/) {
     return {m_all.plain_object()};
 }
 
-SceneNodes::SceneNodes(std::shared_ptr<const Scene> scene, const RenderSettings& settings)
-    : m_scene(std::move(scene)) {
-    int index = 0;
-    for (const SceneNode& node : m_scene->nodes) {
-        m_nodes.emplace_back(*this, index++, make_camera(node, settings));
+SceneNodes::SceneNodes(const std::shared_ptr<const Scene>& scene, const RenderSettings& settings)
+    : m_scene(scene), m_settings(settings) {
+    add_new();
+}
+
+void SceneNodes::add_new() {
+    for (std::size_t i = m_nodes.size(); i < m_scene->nodes.size(); ++i) {
+        m_nodes.emplace_back(*this, static_cast<int>(i), make_camera(m_scene->nodes[i], m_settings));
     }
 }
 

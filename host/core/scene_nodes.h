@@ -63,12 +63,14 @@ private:
 /// "Multipass" with a multi-pass effect is of the class that looks for its effect there.
 class SceneNodes {
 public:
-    /// `settings` must outlive this.
-    SceneNodes(std::shared_ptr<const Scene> scene, const RenderSettings& settings);
+    /// `scene`, which names the scene as it is at the time, and `settings` must outlive this.
+    SceneNodes(const std::shared_ptr<const Scene>& scene, const RenderSettings& settings);
     SceneNodes(const SceneNodes&) = delete;
     SceneNodes& operator=(const SceneNodes&) = delete;
 
     const Scene& scene() const { return *m_scene; }
+    /// Makes nodes for those that the scene has got since.
+    void add_new();
 
     /// Null for an index that is not there; -1 is one.
     HostNode* at(int index);
@@ -83,7 +85,8 @@ private:
     std::unique_ptr<HostCamera> make_camera(const SceneNode& node, const RenderSettings& settings) const;
     bool has_effect_holder(const SceneNode& node) const;
 
-    std::shared_ptr<const Scene> m_scene;
+    const std::shared_ptr<const Scene>& m_scene;
+    const RenderSettings& m_settings;
     PlainObject m_plain_object;
     std::deque<HostNode> m_nodes;
 };

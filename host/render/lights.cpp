@@ -15,7 +15,7 @@ PlacedLight place(const Light& light, const Imath::M44f& to_world) {
     const Imath::V3f back(to_world[2][0], to_world[2][1], to_world[2][2]);
     const float length = back.length();
     placed.direction = length > 0 && std::isfinite(length) ? back / -length : Imath::V3f(0, -1, 0);
-    placed.intensity = light.color * light.intensity;
+    placed.intensity = light.color * (light.on ? light.intensity : 0);
     placed.range = light.range;
     // The fall-off that the extension's text recommends.
     const float outer = std::cos(light.outer_cone);

@@ -78,10 +78,22 @@ std::vector<Imath::V3f> shown_positions(std::vector<Imath::V3f> positions) {
 
 }  // namespace
 
-PosedScene::PosedScene(const Scene& scene, int threads) : m_scene(scene), m_trees(scene, threads) {}
+PosedScene::PosedScene(const Scene& scene, int threads) : m_scene(&scene), m_trees(scene, threads) {}
+
+bool PosedScene::go_on_with(const Scene& scene) {
+    const bool alike =
+        scene.meshes.is_same_as(m_scene->meshes) &&
+        std::ranges::equal(scene.materials, m_scene->materials, {}, &Material::alpha_mode,
+                           &Material::alpha_mode) &&
+        std::ranges::equal(scene.nodes, m_scene->nodes, {}, &SceneNode::mesh, &SceneNode::mesh);
+    if (!alike) return false;
+    m_trees.set_scene(scene);
+    m_scene = &scene;
+    return true;
+}
 
 bool PosedScene::set_pose(Pose pose, const std::function<bool(int done)>& step_done) {
-    for (int done = 1; m_built < m_scene.meshes.size(); ++done) {
+    for (int done = 1; m_built < m_scene->meshes.size(); ++done) {
         m_trees.build_mesh(m_built, shown_positions);
         ++m_built;
         if (!step_done(done)) return false;
@@ -91,7 +103,7 @@ bool PosedScene::set_pose(Pose pose, const std::function<bool(int done)>& step_d
     m_normal_matrices.resize(m_pose.size());
     m_reach = embree_limit;
     for (std::size_t node = 0; node < m_pose.size(); ++node) {
-        if (m_scene.nodes[node].mesh >= 0) place(node);
+        if (m_scene->nodes[node].mesh >= 0) place(node);
     }
     m_trees.commit();
     return true;
@@ -99,8 +111,8 @@ bool PosedScene::set_pose(Pose pose, const std::function<bool(int done)>& step_d
 
 void PosedScene::place(std::size_t node) {
     const double reach = is_solid(m_pose[node]) ? reach_of(m_pose[node]) : 0;
-    const Imath::Box3f box = m_trees.bounds(static_cast<std::size_t>(m_scene.nodes[node].mesh));
-    if (!(reach >= least_reach) || !is_shown(box, m_pose[node])) {
+    const Imath::Box3f box = m_trees.bounds(static_cast<std::size_t>(m_scene->nodes[node].mesh));
+    if (!m_scene->nodes[node].shown || !(reach >= least_reach) || !is_shown(box, m_pose[node])) {
         m_trees.hide(node);
         return;
     }

@@ -21,8 +21,12 @@ public:
     PosedScene(const PosedScene&) = delete;
     PosedScene& operator=(const PosedScene&) = delete;
 
+    /// Takes a changed copy of the scene, for the next pose, and keeps the search trees. False where these are no longer
+    /// right: when it shows other meshes, or when a material has begun or ceased to be opaque.
+    bool go_on_with(const Scene& scene);
+
     /// Number of meshes that have to be built before the first pose, and one for the pose itself.
-    int steps() const { return static_cast<int>(m_scene.meshes.size() - m_built) + 1; }
+    int steps() const { return static_cast<int>(m_scene->meshes.size() - m_built) + 1; }
     /// Builds what is not built yet and places everything. `step_done` is called after each step but the
     /// last, and returns whether to go on; false when it said no. Throws std::runtime_error when memory
     /// runs out.
@@ -45,7 +49,7 @@ private:
     /// Whether the ray keeps within Embree's limits, in the world and in every shown mesh's own space.
     bool can_trace(const Ray& ray) const;
 
-    const Scene& m_scene;
+    const Scene* m_scene;
     SearchTrees m_trees;
     std::size_t m_built = 0;
     double m_reach = 0;  ///< how far from the origin, along each axis, a ray may start

@@ -151,12 +151,16 @@ class Renderer::Implementation {
 public:
     Implementation(std::shared_ptr<const Scene> scene, RendererOptions options)
         : m_scene(std::move(scene)),
-          m_posed(*m_scene, options.threads),
-          m_threads(thread_count(options)),
-          m_bounds(bounds_of(*m_scene, pose_at(*m_scene, 0))) {
-        // Fixed at the start, so that a moving object does not change the light elsewhere.
-        const float size = m_bounds.isEmpty() ? 0 : m_bounds.size().length();
-        if (size > 0 && std::isfinite(size)) m_sky_reach = size * 0.1f;
+          m_options(options),
+          m_posed(std::make_unique<PosedScene>(*m_scene, options.threads)),
+          m_threads(thread_count(options)) {
+        measure();
+    }
+
+    void set_scene(std::shared_ptr<const Scene> scene) {
+        if (!m_posed->go_on_with(*scene)) m_posed = std::make_unique<PosedScene>(*scene, m_options.threads);
+        m_scene = std::move(scene);
+        measure();
     }
 
     RenderResult render(const RenderRequest& request, const FrameBuffers& buffers, RenderProgress* progress) {
@@ -167,7 +171,7 @@ public:
         const CameraRays rays(view, request.width, request.height, request.pixel_aspect);
         if (!prepare(std::move(pose), progress)) return RenderResult::aborted;
 
-        const Shader shader(*m_scene, m_posed, rays.forward(), request.samples, m_sky_reach);
+        const Shader shader(*m_scene, *m_posed, rays.forward(), request.samples, m_sky_reach);
         Frame frame(request, rays, shader, frame_seed(request.seconds, view), buffers, progress);
         if (progress != nullptr) progress->set_title("Rendering Image");
         m_threads.run([&frame] { frame.render_tiles(); });
@@ -177,6 +181,13 @@ public:
     }
 
 private:
+    /// Once for a scene, so that a moving object does not change the light elsewhere.
+    void measure() {
+        m_bounds = bounds_of(*m_scene, pose_at(*m_scene, 0));
+        const float size = m_bounds.isEmpty() ? 0 : m_bounds.size().length();
+        m_sky_reach = size > 0 && std::isfinite(size) ? size * 0.1f : 1;
+    }
+
     View view_of(const RenderRequest& request, const Pose& pose) const {
         if (request.view) return *request.view;
         if (request.camera_node >= 0) return camera_view(*m_scene, pose, request.camera_node);
@@ -186,18 +197,19 @@ private:
 
     /// False when the progress said no.
     bool prepare(Pose pose, RenderProgress* progress) {
-        if (progress == nullptr) return m_posed.set_pose(std::move(pose), [](int) { return true; });
+        if (progress == nullptr) return m_posed->set_pose(std::move(pose), [](int) { return true; });
         progress->set_title("Preparing Objects");
-        const int steps = m_posed.steps();
-        return progress->progress(0, 0) &&
-               m_posed.set_pose(std::move(pose), [&](int done) { return progress->progress(done, steps); }) &&
-               progress->progress(steps, steps);
+        const int steps = m_posed->steps();
+        return progress->progress(0, 0) && m_posed->set_pose(std::move(pose), [&](int done) {
+            return progress->progress(done, steps);
+        }) && progress->progress(steps, steps);
     }
 
     std::shared_ptr<const Scene> m_scene;
-    PosedScene m_posed;
+    const RendererOptions m_options;
+    std::unique_ptr<PosedScene> m_posed;
     WorkerThreads m_threads;
-    const Imath::Box3f m_bounds;  ///< at time 0
+    Imath::Box3f m_bounds;  ///< at time 0
     float m_sky_reach = 1;
 };
 
@@ -205,6 +217,10 @@ Renderer::Renderer(std::shared_ptr<const Scene> scene, RendererOptions options)
     : m_implementation(std::make_unique<Implementation>(std::move(scene), options)) {}
 
 Renderer::~Renderer() = default;
+
+void Renderer::set_scene(std::shared_ptr<const Scene> scene) {
+    m_implementation->set_scene(std::move(scene));
+}
 
 RenderResult Renderer::render(const RenderRequest& request, const FrameBuffers& buffers,
                               RenderProgress* progress) {

@@ -90,6 +90,10 @@ public:
     explicit Renderer(std::shared_ptr<const Scene> scene, RendererOptions options = {});
     ~Renderer();
 
+    /// Renders a changed copy of the scene from the next frame on. What it shares with the one before keeps its
+    /// search trees.
+    void set_scene(std::shared_ptr<const Scene> scene);
+
     /// Renders one frame on all threads and returns when they have finished. An aborted frame leaves the
     /// buffers partly written, the Renderer ready for the next. Throws std::invalid_argument, which names the
     /// field, when the request or a buffer's size is wrong, and std::runtime_error when memory for the search

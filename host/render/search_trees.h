@@ -20,6 +20,9 @@ public:
     SearchTrees(const SearchTrees&) = delete;
     SearchTrees& operator=(const SearchTrees&) = delete;
 
+    /// Goes on with a changed copy of the scene; see PosedScene::go_on_with.
+    void set_scene(const Scene& scene) { m_scene = &scene; }
+
     using Positions = std::vector<Imath::V3f>;
 
     /// Builds one mesh's tree, with its primitives' positions as `shown` gives them; triangles with one that is not
@@ -41,7 +44,7 @@ public:
 
 private:
     struct Trees;
-    const Scene& m_scene;
+    const Scene* m_scene;
     std::unique_ptr<Trees> m_trees;
 };
 

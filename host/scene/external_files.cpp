@@ -106,6 +106,10 @@ ExternalFiles::Bytes ExternalFiles::read(const json::Value& uri) {
     return uri.text().starts_with("data:") ? read_data(uri) : read_named(uri);
 }
 
+std::string ExternalFiles::name_of(const json::Value& uri) {
+    return uri.text().starts_with("data:") ? std::string() : percent_decoded(uri.text());
+}
+
 ExternalFiles::Bytes ExternalFiles::hold(std::vector<unsigned char> bytes) {
     const std::size_t size = bytes.size();
     m_context.hold(size);
@@ -132,7 +136,7 @@ ExternalFiles::Bytes ExternalFiles::read_data(const json::Value& uri) {
 }
 
 ExternalFiles::Bytes ExternalFiles::read_named(const json::Value& uri) {
-    const std::string name = percent_decoded(uri.text());
+    const std::string name = name_of(uri);
     const auto [found, added] = m_files.try_emplace(name);
     File& file = found->second;
     if (file.missing) return nullptr;

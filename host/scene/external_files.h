@@ -29,6 +29,8 @@ public:
     /// Null when the file is missing and the caller's policy is to go on. A file that is still in use is not
     /// read twice. Throws json::Error for a broken data: URI, MissingResource as the policy says.
     Bytes read(const json::Value& uri);
+    /// What the uri names, percent signs decoded; empty for data.
+    static std::string name_of(const json::Value& uri);
 
 private:
     Bytes read_data(const json::Value& uri);

@@ -44,10 +44,10 @@ void shift_indices(Scene& part, const Scene& scene) {
 
 void merge_scene(Scene part, Scene& scene) {
     shift_indices(part, scene);
-    append(scene.images, part.images);
+    append(scene.images.own(), part.images.own());
     append(scene.textures, part.textures);
     append(scene.materials, part.materials);
-    append(scene.meshes, part.meshes);
+    append(scene.meshes.own(), part.meshes.own());
     append(scene.cameras, part.cameras);
     append(scene.lights, part.lights);
     append(scene.nodes, part.nodes);

@@ -66,6 +66,14 @@ void apply(const Channel& channel, double seconds, Transform& transform) {
     }
 }
 
+/// False of NaN too.
+bool is_shown(const Imath::V3f& v) {
+    return std::abs(v.x) <= farthest_shown && std::abs(v.y) <= farthest_shown &&
+           std::abs(v.z) <= farthest_shown;
+}
+
+}  // namespace
+
 Imath::M44f matrix_of(const Transform& transform) {
     Imath::M44f matrix = transform.rotation.toMatrix44();
     for (int axis = 0; axis < 3; ++axis) {
@@ -76,13 +84,12 @@ Imath::M44f matrix_of(const Transform& transform) {
     return matrix;
 }
 
-/// False of NaN too.
-bool is_shown(const Imath::V3f& v) {
-    return std::abs(v.x) <= farthest_shown && std::abs(v.y) <= farthest_shown &&
-           std::abs(v.z) <= farthest_shown;
+Transform transform_at(const Scene& scene, int node, double seconds) {
+    Transform transform = scene.nodes[static_cast<std::size_t>(node)].transform;
+    for (const Channel& channel : scene.channels)
+        if (channel.node == node) apply(channel, seconds, transform);
+    return transform;
 }
-
-}  // namespace
 
 Pose pose_at(const Scene& scene, double seconds) {
     std::vector<Transform> transforms(scene.nodes.size());
@@ -92,10 +99,20 @@ Pose pose_at(const Scene& scene, double seconds) {
         apply(channel, seconds, transforms[static_cast<std::size_t>(channel.node)]);
     }
     Pose pose(scene.nodes.size());
+    std::vector<bool> placed(scene.nodes.size());
+    std::vector<std::size_t> waiting;
     for (std::size_t i = 0; i < scene.nodes.size(); ++i) {
-        const SceneNode& node = scene.nodes[i];
-        const Imath::M44f local = node.matrix ? *node.matrix : matrix_of(transforms[i]);
-        pose[i] = node.parent < 0 ? local : local * pose[static_cast<std::size_t>(node.parent)];
+        // From the node up to the first ancestor that has its place, and down again.
+        for (int up = static_cast<int>(i); up >= 0 && !placed[static_cast<std::size_t>(up)];
+             up = scene.nodes[static_cast<std::size_t>(up)].parent)
+            waiting.push_back(static_cast<std::size_t>(up));
+        for (; !waiting.empty(); waiting.pop_back()) {
+            const std::size_t index = waiting.back();
+            const SceneNode& node = scene.nodes[index];
+            const Imath::M44f local = node.matrix ? *node.matrix : matrix_of(transforms[index]);
+            pose[index] = node.parent < 0 ? local : local * pose[static_cast<std::size_t>(node.parent)];
+            placed[index] = true;
+        }
     }
     return pose;
 }
@@ -103,7 +120,7 @@ Pose pose_at(const Scene& scene, double seconds) {
 Imath::Box3f bounds_of(const Scene& scene, const Pose& pose) {
     Imath::Box3f box;
     for (std::size_t i = 0; i < scene.nodes.size(); ++i) {
-        if (scene.nodes[i].mesh < 0) continue;
+        if (scene.nodes[i].mesh < 0 || !scene.nodes[i].shown) continue;
         for (const Primitive& primitive :
              scene.meshes[static_cast<std::size_t>(scene.nodes[i].mesh)].primitives) {
             for (const Imath::V3f& position : primitive.positions) {

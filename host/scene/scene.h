@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scene/render_settings.h"
+#include "scene/shared_list.h"
 
 #include <ImathBox.h>
 #include <ImathColor.h>
@@ -17,7 +18,7 @@
 #include <vector>
 
 // A loaded scene: plain data, never changed after load_scene() (scene/load_scene.h) has returned it, so any
-// number of threads may read it. Right-handed, y up, lengths in the file's units (metres by glTF's
+// number of threads may read it. Changes are made to a copy, which shares the meshes and images. Right-handed, y up, lengths in the file's units (metres by glTF's
 // convention), angles in radians, time in seconds. Matrices are Imath's: row vectors, p' = p * M, translation
 // in the last row. That is also how glTF's column-major matrices lie in memory. All indices are valid, or -1
 // where "none" is allowed.
@@ -29,6 +30,8 @@ struct TextureImage {
     int width = 0;
     int height = 0;
     std::vector<std::uint8_t> rgba;
+    std::string file{};    ///< as the scene names it; empty where the pixels are part of the scene file
+    bool missing = false;  ///< a checker stands in for it
 };
 
 enum class TextureWrap { repeat, clamp_to_edge, mirrored_repeat };
@@ -106,6 +109,7 @@ struct Light {
     float range = std::numeric_limits<float>::infinity();
     float inner_cone = 0;  ///< spot: angle from the axis where the light starts to fall off
     float outer_cone = 0.785398f;
+    bool on = true;
 };
 
 /// A camera's multi-pass effect: the node's extras.multipass. What the passes do is in render/multipass.h.
@@ -127,7 +131,7 @@ struct Transform {
 };
 
 /// Nodes of the file that its scene does not reach are dropped, and a node's index here is not the file's.
-/// Parents come before their children.
+/// Parents come before their children in what has been loaded.
 struct SceneNode {
     std::string name;  ///< an unnamed node is called after its camera, light or mesh; may still be empty
     int parent = -1;
@@ -140,6 +144,7 @@ struct SceneNode {
     int camera = -1;
     int light = -1;
     std::shared_ptr<const MultipassEffect> multipass;
+    bool shown = true;  ///< whether its mesh is rendered
 };
 
 /// One animated property of one node. Before the first key and after the last, the value at that key holds.
@@ -172,10 +177,10 @@ struct Scene {
     std::string name;
     RenderSettings settings;
     std::vector<SceneNode> nodes;
-    std::vector<Mesh> meshes;
+    SharedList<Mesh> meshes;
     std::vector<Material> materials;
     std::vector<Texture> textures;
-    std::vector<TextureImage> images;
+    SharedList<TextureImage> images;
     std::vector<Camera> cameras;
     std::vector<Light> lights;
     std::vector<AnimationChannel> channels;  ///< of all animations: they play together, a later one wins
@@ -189,6 +194,9 @@ struct Scene {
     int find_camera(const std::string& node_name) const;
 };
 
+/// A node's own placement at a time in seconds, beside its parent's. Not of nodes with a matrix.
+Transform transform_at(const Scene& scene, int node, double seconds);
+
 /// Where everything is at one moment: object-to-world matrices, one a node.
 using Pose = std::vector<Imath::M44f>;
 
@@ -198,6 +206,9 @@ Pose pose_at(const Scene& scene, double seconds);
 /// The farthest that anything is shown from the origin, along each axis, in its own space and in the world. Beyond,
 /// float's areas and volumes overflow, and with them the ray tracer's search trees.
 inline constexpr float farthest_shown = 1e15f;
+
+/// The matrix that scales, then rotates, then moves.
+Imath::M44f matrix_of(const Transform& transform);
 
 /// The box around all triangles in that pose; empty (isEmpty()) when there are none. A vertex that the pose
 /// sends beyond farthest_shown is left out.

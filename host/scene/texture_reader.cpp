@@ -98,8 +98,11 @@ TextureImage TextureReader::read_image(const json::Value& part) {
     const auto uri = part.find("uri");
     if (!uri) part.fail("neither uri nor bufferView");
     const ExternalFiles::Bytes bytes = m_files.read(*uri);
-    if (bytes == nullptr) return missing_image();
-    return decode_image(m_context, {bytes->data(), bytes->size()}, part);
+    TextureImage image =
+        bytes == nullptr ? missing_image() : decode_image(m_context, {bytes->data(), bytes->size()}, part);
+    image.file = ExternalFiles::name_of(*uri);
+    image.missing = bytes == nullptr;
+    return image;
 }
 
 }  // namespace corrivane::host

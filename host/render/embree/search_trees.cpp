@@ -83,7 +83,7 @@ struct SearchTrees::Trees {
 };
 
 SearchTrees::SearchTrees(const Scene& scene, int threads)
-    : m_scene(scene), m_trees(std::make_unique<Trees>()) {
+    : m_scene(&scene), m_trees(std::make_unique<Trees>()) {
     const std::string config = threads > 0 ? "threads=" + std::to_string(threads) : std::string();
     m_trees->device.reset(rtcNewDevice(config.c_str()));
     if (!m_trees->device) throw std::runtime_error("the ray tracer does not start");
@@ -99,12 +99,13 @@ void SearchTrees::build_mesh(std::size_t index, Positions (*shown)(Positions)) {
     m_trees->meshes[index].reset(rtcNewScene(m_trees->device.get()));
     RTCScene mesh = m_trees->meshes[index].get();
     rtcSetSceneFlags(mesh, RTC_SCENE_FLAG_ROBUST);
-    const std::vector<Primitive>& primitives = m_scene.meshes[index].primitives;
+    const std::vector<Primitive>& primitives = m_scene->meshes[index].primitives;
     for (std::size_t i = 0; i < primitives.size(); ++i) {
         const Primitive& primitive = primitives[i];
         if (primitive.triangles.empty()) continue;
         RTCGeometry geometry = m_trees->triangles(primitive, shown(primitive.positions));
-        if (m_scene.materials[static_cast<std::size_t>(primitive.material)].alpha_mode != AlphaMode::opaque) {
+        if (m_scene->materials[static_cast<std::size_t>(primitive.material)].alpha_mode !=
+            AlphaMode::opaque) {
             rtcSetGeometryUserData(geometry, const_cast<Primitive*>(&primitive));
             rtcSetGeometryOccludedFilterFunction(geometry, pass_through);
         }
@@ -125,8 +126,8 @@ Imath::Box3f SearchTrees::bounds(std::size_t mesh) const {
 
 void SearchTrees::add_nodes() {
     if (m_trees->has_nodes) return;
-    for (std::size_t node = 0; node < m_scene.nodes.size(); ++node) {
-        const int mesh = m_scene.nodes[node].mesh;
+    for (std::size_t node = 0; node < m_scene->nodes.size(); ++node) {
+        const int mesh = m_scene->nodes[node].mesh;
         if (mesh < 0) continue;
         RTCGeometry instance = rtcNewGeometry(m_trees->device.get(), RTC_GEOMETRY_TYPE_INSTANCE);
         rtcSetGeometryInstancedScene(instance, m_trees->meshes[static_cast<std::size_t>(mesh)].get());
@@ -171,7 +172,7 @@ bool SearchTrees::intersect(const Ray& ray, Hit& hit) const {
 }
 
 float SearchTrees::visibility(const Ray& ray) const {
-    ShadowQuery query{{}, m_scene, 1};
+    ShadowQuery query{{}, *m_scene, 1};
     rtcInitIntersectContext(&query.context);
     RTCRay shadow = to_embree(ray);
     rtcOccluded1(m_trees->top.get(), &query.context, &shadow);

@@ -156,13 +156,13 @@ struct SearchTrees::Trees {
 };
 
 SearchTrees::SearchTrees(const Scene& scene, int /*threads*/)
-    : m_scene(scene), m_trees(std::make_unique<Trees>()) {}
+    : m_scene(&scene), m_trees(std::make_unique<Trees>()) {}
 
 SearchTrees::~SearchTrees() = default;
 
 void SearchTrees::build_mesh(std::size_t index, Positions (*shown)(Positions)) {
     std::vector<Triangle> triangles;
-    const std::vector<Primitive>& primitives = m_scene.meshes[index].primitives;
+    const std::vector<Primitive>& primitives = m_scene->meshes[index].primitives;
     for (std::size_t i = 0; i < primitives.size(); ++i) {
         const Positions positions = shown(primitives[i].positions);
         for (std::size_t number = 0; number < primitives[i].triangles.size(); ++number) {
@@ -192,7 +192,7 @@ void SearchTrees::hide(std::size_t /*node*/) {}
 
 void SearchTrees::place(std::size_t node, const Imath::M44f& matrix) {
     m_trees->instances.push_back(
-        {node, static_cast<std::size_t>(m_scene.nodes[node].mesh), Imath::M44d(matrix).inverse()});
+        {node, static_cast<std::size_t>(m_scene->nodes[node].mesh), Imath::M44d(matrix).inverse()});
 }
 
 void SearchTrees::commit() {}
@@ -218,14 +218,14 @@ float SearchTrees::visibility(const Ray& ray) const {
     Range range{ray.near, ray.far};
     float visible = 1;
     for (const Instance& instance : m_trees->instances) {
-        const Mesh& mesh = m_scene.meshes[instance.mesh];
+        const Mesh& mesh = m_scene->meshes[instance.mesh];
         m_trees->meshes[instance.mesh].trace(line_in_mesh(ray, instance), range, [&](const TriangleHit& hit) {
             const Primitive& primitive = mesh.primitives[static_cast<std::size_t>(hit.triangle->primitive)];
             const bool is_opaque =
-                m_scene.materials[static_cast<std::size_t>(primitive.material)].alpha_mode ==
+                m_scene->materials[static_cast<std::size_t>(primitive.material)].alpha_mode ==
                 AlphaMode::opaque;
             visible *= is_opaque ? 0
-                                 : 1 - opacity_at(m_scene, primitive,
+                                 : 1 - opacity_at(*m_scene, primitive,
                                                   {hit.triangle->number, static_cast<float>(hit.u),
                                                    static_cast<float>(hit.v)});
             if (visible <= 1e-3f) {

@@ -39,7 +39,7 @@ TEST(LoadScene, ReadsOneOfEverything) {
     const Texture& texture = at(scene->textures, material.base_color_texture.texture);
     EXPECT_EQ(texture.wrap_u, TextureWrap::clamp_to_edge);
     EXPECT_EQ(texture.wrap_v, TextureWrap::mirrored_repeat);
-    const TextureImage& image = at(scene->images, texture.image);
+    const TextureImage& image = scene->images.at(static_cast<std::size_t>(texture.image));
     EXPECT_EQ(image.width, 4);
     EXPECT_EQ(image.height, 2);
     EXPECT_THAT(image.rgba, testing::AllOf(testing::SizeIs(32), testing::Each(128)));

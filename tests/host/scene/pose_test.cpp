@@ -88,7 +88,7 @@ TEST(Pose, CombinesScaleRotationTranslationAndParents) {
 
 TEST(Bounds, LeaveOutWhatIsTooFarAway) {
     Scene scene;
-    scene.meshes.emplace_back().primitives.emplace_back().positions = {
+    scene.meshes.own().emplace_back().primitives.emplace_back().positions = {
         {1, 2, 3}, {2e15f, 0, 0}, {0, 2e15f, 0}, {0, 0, -2e15f}};
     scene.nodes.resize(1);
     scene.nodes[0].mesh = 0;
