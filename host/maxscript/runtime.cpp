@@ -77,7 +77,12 @@ MaxScriptRuntime::MaxScriptRuntime(const RuntimeOptions& options) {
     define_array_functions();
     define_geometry_functions();
     define_language_functions();
+    define_bit_functions();
     define_file_functions();
+    define_stream_functions();
+    define_path_functions();
+    define_ini_functions();
+    define_system_functions();
     define_callback_functions();
     define_published_interfaces();
     g_started = true;

@@ -18,6 +18,13 @@ CompiledCode* compile_expression(CharStream& source, bool& found) {
     return code;
 }
 
+Value* run_expression(CharStream& source) {
+    const Rooted source_root(&source);
+    bool found = false;
+    const Rooted code(compile_expression(source, found));
+    return found ? code.get()->eval() : nullptr;
+}
+
 Value* run_stream(CharStream& source) {
     const Rooted source_root(&source);
     // What a script sets for good holds to its end.

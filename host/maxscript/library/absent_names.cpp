@@ -42,6 +42,7 @@ constexpr AbsentNames absent_names[] = {
     {"Python", "python pymxs"},
     {"MAXScript debugger", "MXSDebugger stackTrace"},
     {"registry", "registry"},
+    {"starting of other programs", "DOSCommand HiddenDOSCommand ShellLaunch"},
     {"network manager", "netrender NetRenderJob netRenderObject"},
     {"function",
      "addModifier addModifierWithLocalData deleteModifier collapseStack maxOps.CollapseNode convertTo "

@@ -74,32 +74,95 @@ void merge_sort(std::vector<Value*>& values, Less less) {
 
 /// Sorts a copy, since a comparison may fail half-way, and may be a script that uses the array.
 template <typename Less>
-void sort_elements(ArrayValue& array, Less less) {
+void sort_elements(ArrayValue& array, std::size_t first, std::size_t end, Less less) {
     // The copy's values stay alive through this array, whatever the comparison does to the other.
     auto* copy = new ArrayValue;
     const Rooted root(copy);
     for (Value* element : array.elements())
         copy->append(element);
-    std::vector<Value*> sorted = copy->elements();
+    const auto from = static_cast<std::ptrdiff_t>(first);
+    std::vector<Value*> sorted(copy->elements().begin() + from,
+                               copy->elements().begin() + static_cast<std::ptrdiff_t>(end));
     merge_sort(sorted, less);
-    array.resize(sorted.size());
-    std::copy(sorted.begin(), sorted.end(), array.elements().begin());
+    array.resize(copy->elements().size());
+    std::copy(copy->elements().begin(), copy->elements().end(), array.elements().begin());
+    std::copy(sorted.begin(), sorted.end(), array.elements().begin() + from);
 }
 
 Value* sort(ArrayValue& array) {
-    sort_elements(array, is_less);
+    sort_elements(array, 0, array.elements().size(), is_less);
     return &array;
 }
 
-/// `qsort array compare`: the function gives a number below 0 when its first argument comes first.
-Value* sort_by_function(ArrayValue& array, Value* compare) {
-    static const std::string name = "the function of qsort";
-    sort_elements(array, [&](Value* left, Value* right) {
+/// What `qsort array compare start:2 end:5 key:#size` and bsearch have in common: the function, which gives a number
+/// below 0 when its first argument comes first, the part of the array, and keywords that are the function's.
+class Comparison {
+public:
+    Comparison(Value* function, const ArrayValue& array, const Arguments& arguments) : m_function(function) {
+        const auto bound = [&](const char* keyword, std::size_t otherwise) {
+            Value* given = arguments.keyword(keyword);
+            return given == nullptr ? otherwise : std::min(array_index(given), array.elements().size());
+        };
+        m_first = bound("start", 0);
+        m_end = arguments.keyword("end") == nullptr ? array.elements().size()
+                                                    : std::min(bound("end", 0) + 1, array.elements().size());
+        for (std::size_t i = 0; i < arguments.keyword_count(); ++i) {
+            const KeywordArgument& keyword = arguments.keywords()[i];
+            if (*keyword.name != "start" && *keyword.name != "end" && *keyword.name != "index")
+                m_keywords.push_back(keyword);
+        }
+    }
+    std::size_t first() const { return m_first; }
+    std::size_t end() const { return std::max(m_first, m_end); }
+
+    int operator()(Value* left, Value* right) const {
+        static const std::string name = "the function that compares";
         Value* values[] = {left, right};
-        Arguments compared(name, values, 2, nullptr, 0);
-        return to_integer(call_value(compare, compared)) < 0;
-    });
+        Arguments compared(name, values, 2, m_keywords.data(), m_keywords.size());
+        return to_integer(call_value(m_function, compared));
+    }
+
+private:
+    Value* m_function;
+    std::size_t m_first;
+    std::size_t m_end;
+    std::vector<KeywordArgument> m_keywords;
+};
+
+Value* sort_by_function(Arguments& arguments) {
+    arguments.require(2);
+    auto& array = FromScript<ArrayValue&>::from(arguments[0]);
+    const Comparison compare(arguments[1], array, arguments);
+    sort_elements(array, compare.first(), compare.end(),
+                  [&](Value* left, Value* right) { return compare(left, right) < 0; });
     return &array;
+}
+
+/// `bsearch wanted array compare`: the element that the function finds equal, of a sorted array.
+Value* search_sorted(Arguments& arguments) {
+    arguments.require(3);
+    auto& array = FromScript<ArrayValue&>::from(arguments[1]);
+    const Comparison compare(arguments[2], array, arguments);
+    std::size_t first = compare.first();
+    std::size_t end = compare.end();
+    while (first < end && end <= array.elements().size()) {
+        const std::size_t middle = first + (end - first) / 2;
+        const Rooted element(array.elements()[middle]);
+        const int order = compare(arguments[0], element.get());
+        if (order == 0) return element.get();
+        (order < 0 ? end : first) = order < 0 ? middle : middle + 1;
+    }
+    return &undefined;
+}
+
+/// A new array of the elements, each once.
+Value* make_unique(ArrayValue& array) {
+    auto* unique = new ArrayValue;
+    const Rooted root(unique);
+    const std::vector<Value*> elements = array.elements();
+    for (Value* element : elements)
+        append_if_unique(*unique, element);
+    return unique;
 }
 
 }  // namespace
@@ -114,6 +177,8 @@ void define_array_functions() {
         {"join", join},
         {"sort", sort},
         {"qsort", sort_by_function},
+        {"bsearch", search_sorted},
+        {"makeUniqueArray", make_unique},
     });
 }
 

@@ -1,11 +1,13 @@
 #include "maxscript/language/parser.h"
 #include "maxscript/library/library.h"
+#include "maxscript/library/paths.h"
 #include "maxscript/machine/signature.h"
 #include "maxscript/streams/file_access.h"
 
 #include <max/maxscript/streams.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 
 namespace corrivane::host {
@@ -14,16 +16,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A Windows path in two: up to the last separator, and what is behind it.
-std::pair<std::string, std::string> split_path(const std::string& path) {
-    const std::size_t separator = path.find_last_of("\\/:");
-    if (separator == std::string::npos) return {"", path};
-    return {path.substr(0, separator + 1), path.substr(separator + 1)};
+/// This machine's path, for functions that look at files; empty when there is none.
+std::string allowed_path(const std::string& name) {
+    check_file_access();
+    return machine_path(name);
 }
 
-/// Where a name's type, ".png", begins; its end when it has none.
-std::size_t type_start(const std::string& name) {
-    return std::min(name.rfind('.'), name.size());
+/// What stands there; not_found too where there is no such path.
+fs::file_type kind_of(const std::string& path) {
+    std::error_code error;
+    return path.empty() ? fs::file_type::not_found : fs::status(path, error).type();
 }
 
 Value* open_stream(const std::string& name, const std::string& mode) {
@@ -41,26 +43,8 @@ Value* create_file(const std::string& name) {
     return open_stream(name, "w");
 }
 
-std::string read_line(CharStream& stream) {
-    if (stream.at_eos()) raise_runtime_error("Read beyond end of file: " + excerpt(&stream));
-    std::string line;
-    int character = stream.get_char();
-    for (; character >= 0 && character != '\n'; character = stream.get_char())
-        line += static_cast<char>(character);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    return line;
-}
-
-bool at_end(CharStream& stream) {
-    return stream.at_eos();
-}
-
-void close_stream(CharStream& stream) {
-    stream.close();
-}
-
 /// Runs a script file; its value is the last expression's.
-Value* file_in(const std::string& name) {
+Value* file_in(const std::string& name, const Keyword<"quiet", bool>&) {
     check_file_access();
     auto* stream = new FileStream;
     const Rooted root(stream);
@@ -70,19 +54,30 @@ Value* file_in(const std::string& name) {
     return result.get() != nullptr ? result.get() : &ok;
 }
 
-bool does_file_exist(const std::string& name) {
-    check_file_access();
-    const std::string path = machine_path(name);
+bool does_file_exist(const std::string& name, const Keyword<"allowDirectory", bool>&) {
+    return kind_of(allowed_path(name)) != fs::file_type::not_found;
+}
+
+bool is_directory(const std::string& name) {
+    return kind_of(allowed_path(name)) == fs::file_type::directory;
+}
+
+/// As its permissions say of its owner.
+bool is_writable(const std::string& path) {
     std::error_code error;
-    return !path.empty() && fs::exists(path, error);
+    return (fs::status(path, error).permissions() & fs::perms::owner_write) != fs::perms::none;
+}
+
+bool is_directory_writable(const std::string& name) {
+    const std::string path = allowed_path(name);
+    return kind_of(path) == fs::file_type::directory && is_writable(path);
 }
 
 /// The names in a folder that match `C:\folder\*.png`, as Windows paths in alphabetical order.
 template <bool Folders>
 std::vector<std::string> list_folder(const std::string& wanted) {
-    check_file_access();
     const auto [folder, pattern] = split_path(wanted);
-    const std::string path = machine_path(folder.empty() ? "." : folder);
+    const std::string path = allowed_path(folder.empty() ? "." : folder);
     std::vector<std::string> found;
     std::error_code error;
     for (fs::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
@@ -95,38 +90,85 @@ std::vector<std::string> list_folder(const std::string& wanted) {
     return found;
 }
 
-bool make_folder(const std::string& name) {
-    check_file_access();
-    const std::string path = machine_path(name);
+/// `makeDir name all:true`: false where the folder above is not there, unless all of them are to be made.
+bool make_folder(const std::string& name, const Keyword<"all", bool>& all) {
+    const std::string path = allowed_path(name);
     std::error_code error;
     if (path.empty()) return false;
-    fs::create_directories(path, error);
+    if (all.value_or(true)) {
+        fs::create_directories(path, error);
+    } else {
+        fs::create_directory(path, error);
+    }
     return fs::is_directory(path, error);
 }
 
+bool remove_folder(const std::string& name) {
+    const std::string path = allowed_path(name);
+    std::error_code error;
+    return kind_of(path) == fs::file_type::directory && fs::remove(path, error);
+}
+
 bool delete_file(const std::string& name) {
-    check_file_access();
-    const std::string path = machine_path(name);
+    const std::string path = allowed_path(name);
     std::error_code error;
     return !path.empty() && !fs::is_directory(path, error) && fs::remove(path, error);
 }
 
-std::string folder_of(const std::string& path) {
-    return split_path(path).first;
+/// False when there is a file already, or none to copy.
+bool copy_file(const std::string& from, const std::string& to) {
+    const std::string source = allowed_path(from);
+    const std::string target = machine_path(to);
+    std::error_code error;
+    return kind_of(source) == fs::file_type::regular && kind_of(target) == fs::file_type::not_found &&
+           fs::copy_file(source, target, error);
 }
 
-std::string name_of(const std::string& path) {
-    return split_path(path).second;
+bool rename_file(const std::string& from, const std::string& to) {
+    const std::string source = allowed_path(from);
+    const std::string target = machine_path(to);
+    std::error_code error;
+    if (kind_of(source) == fs::file_type::not_found || target.empty()) return false;
+    if (kind_of(target) != fs::file_type::not_found) return false;
+    fs::rename(source, target, error);
+    return !error;
 }
 
-std::string stem_of(const std::string& path) {
-    const std::string name = name_of(path);
-    return name.substr(0, type_start(name));
+/// 0 for what is not there.
+int file_size(const std::string& name) {
+    const std::string path = allowed_path(name);
+    std::error_code error;
+    if (kind_of(path) != fs::file_type::regular) return 0;
+    return static_cast<int>(std::min<std::uintmax_t>(fs::file_size(path, error), INT32_MAX));
 }
 
-std::string type_of(const std::string& path) {
-    const std::string name = name_of(path);
-    return name.substr(type_start(name));
+std::string file_date(const std::string& name) {
+    const std::string path = allowed_path(name);
+    if (kind_of(path) == fs::file_type::not_found) return {};
+    std::error_code error;
+    const auto written = std::chrono::file_clock::to_sys(fs::last_write_time(path, error));
+    return date_text(std::chrono::system_clock::to_time_t(
+        std::chrono::time_point_cast<std::chrono::system_clock::duration>(written)));
+}
+
+/// `getFileAttribute name #readOnly`.
+bool file_attribute(const std::string& name, const NameValue& attribute) {
+    const std::string path = allowed_path(name);
+    const fs::file_type kind = kind_of(path);
+    if (attribute.key() == "readonly") return kind != fs::file_type::not_found && !is_writable(path);
+    if (attribute.key() == "directory") return kind == fs::file_type::directory;
+    if (attribute.key() == "normal") return kind == fs::file_type::regular;
+    if (attribute.key() == "hidden") return split_path(name).second.starts_with('.');
+    raise_absent("file attribute #" + attribute.text());
+}
+
+bool set_file_attribute(const std::string& name, const NameValue& attribute, bool read_only) {
+    if (attribute.key() != "readonly") raise_absent("file attribute #" + attribute.text());
+    constexpr auto write = fs::perms::owner_write;
+    std::error_code error;
+    fs::permissions(allowed_path(name), write, read_only ? fs::perm_options::remove : fs::perm_options::add,
+                    error);
+    return !error;
 }
 
 }  // namespace
@@ -135,19 +177,22 @@ void define_file_functions() {
     define_functions({
         {"openFile", open_file},
         {"createFile", create_file},
-        {"readLine", read_line},
-        {"eof", at_end},
-        {"close", close_stream},
         {"fileIn", file_in},
         {"doesFileExist", does_file_exist},
+        {"isDirectory", is_directory},
+        {"isDirectoryWriteable", is_directory_writable},
         {"getFiles", list_folder<false>},
         {"getDirectories", list_folder<true>},
         {"makeDir", make_folder},
+        {"removeDir", remove_folder},
         {"deleteFile", delete_file},
-        {"getFilenamePath", folder_of},
-        {"filenameFromPath", name_of},
-        {"getFilenameFile", stem_of},
-        {"getFilenameType", type_of},
+        {"copyFile", copy_file},
+        {"renameFile", rename_file},
+        {"getFileSize", file_size},
+        {"getFileModDate", file_date},
+        {"getFileCreateDate", file_date},
+        {"getFileAttribute", file_attribute},
+        {"setFileAttribute", set_file_attribute},
     });
 }
 

@@ -58,7 +58,8 @@ Value* string_stream(const std::string& text) {
 
 Value* class_of(Value* value) {
     if (auto* instance = value_as<StructInstance>(value)) return &instance->definition();
-    return new ClassValue(value->value_class());
+    const auto* own = dynamic_cast<ScriptValue*>(value);
+    return new ClassValue(own != nullptr ? own->shown_class() : value->value_class());
 }
 
 /// A value that can be changed without the other's knowing.

@@ -112,6 +112,9 @@ constexpr auto float_functions = std::to_array<FloatFunction>({
     {"atan", [](double x) { return std::atan(x) * degrees; }},
     {"degToRad", [](double x) { return x / degrees; }},
     {"radToDeg", [](double x) { return x * degrees; }},
+    {"sinh", [](double x) { return std::sinh(x); }},
+    {"cosh", [](double x) { return std::cosh(x); }},
+    {"tanh", [](double x) { return std::tanh(x); }},
 });
 
 }  // namespace

@@ -1,7 +1,10 @@
 #include "maxscript/library/library.h"
+#include "maxscript/machine/operators.h"
 #include "maxscript/machine/signature.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <random>
 
 namespace corrivane::host {
 
@@ -79,6 +82,83 @@ bool match_pattern(const std::string& text, const Required<"pattern", std::strin
     return matches_pattern(lower_case(text), lower_case(*pattern));
 }
 
+/// One conversion of printf's: `[flags][width][.precision]type`, with or without a % in front.
+struct NumberFormat {
+    std::string flags;
+    char type = 's';
+
+    explicit NumberFormat(std::string text) {
+        if (text.starts_with('%')) text.erase(0, 1);
+        const bool known = !text.empty() && text.size() < 16 &&
+                           types.find(text.back()) != std::string_view::npos &&
+                           text.find_first_not_of("#0+- .123456789") >= text.size() - 1;
+        if (!known) raise_runtime_error("formattedPrint: this is no format: \"" + text + "\"");
+        type = text.back();
+        flags = text.substr(0, text.size() - 1);
+        // Longer than any number needs, and than memory likes.
+        std::size_t digits = 0;
+        for (const char character : flags) {
+            digits = character >= '0' && character <= '9' ? digits + 1 : 0;
+            if (digits > 3) raise_runtime_error("formattedPrint: too wide: \"" + text + "\"");
+        }
+    }
+
+    template <typename T>
+    std::string apply(const char* length, T number) const {
+        const std::string format = "%" + flags + length + type;
+        const int size = std::snprintf(nullptr, 0, format.c_str(), number);
+        std::string text(static_cast<std::size_t>(size) + 1, '\0');
+        std::snprintf(text.data(), text.size(), format.c_str(), number);
+        text.pop_back();
+        return text;
+    }
+
+    static constexpr std::string_view types = "diuoxXeEfFgGs";
+};
+
+/// `formattedPrint 3.14159 format:"8.2f"`.
+std::string formatted(Value* value, const Keyword<"format", std::string>& wanted) {
+    if (!wanted) return plain_text(value);
+    const NumberFormat format(*wanted);
+    if (format.type == 's') return format.apply("", plain_text(value).c_str());
+    if (std::string_view("diuoxX").find(format.type) != std::string_view::npos)
+        return format.apply("", to_integer(value));
+    return format.apply("", static_cast<double>(to_float(value)));
+}
+
+int compare_without_case(const std::string& left, const std::string& right) {
+    const int order = lower_case(left).compare(lower_case(right));
+    return (order > 0) - (order < 0);
+}
+
+bool is_space(const std::string& text) {
+    return !text.empty() && text.find_first_not_of(" \t\r\n\f\v") == std::string::npos;
+}
+
+/// `genGUID noBrackets:true`.
+std::string make_guid(const Keyword<"noBrackets", bool>& bare) {
+    std::random_device source;
+    std::string text;
+    for (int i = 0; i < 4; ++i) {
+        char digits[9];
+        std::snprintf(digits, sizeof digits, "%08X", static_cast<unsigned>(source()));
+        text += digits;
+    }
+    text[12] = '4';  // of random numbers
+    text[16] = "89AB"[source() % 4];
+    for (const std::size_t place : {8U, 13U, 18U, 23U})
+        text.insert(place, "-");
+    return bare.value_or(false) ? text : "{" + text + "}";
+}
+
+/// `getHashValue value start`: the same number for equal values in every run.
+int hash_value(Value* value, std::optional<int> start) {
+    auto hash = static_cast<std::uint32_t>(start.value_or(0)) ^ 2166136261U;
+    for (const char character : printed_form(value))
+        hash = (hash ^ static_cast<unsigned char>(character)) * 16777619U;
+    return static_cast<int>(hash);
+}
+
 }  // namespace
 
 bool matches_pattern(std::string_view text, std::string_view pattern) {
@@ -116,6 +196,11 @@ void define_text_functions() {
         {"substituteString", substitute},
         {"replace", replace},
         {"matchPattern", match_pattern},
+        {"formattedPrint", formatted},
+        {"stricmp", compare_without_case},
+        {"isSpace", is_space},
+        {"genGUID", make_guid},
+        {"getHashValue", hash_value},
     });
 }
 

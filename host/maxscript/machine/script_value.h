@@ -28,6 +28,8 @@ public:
     virtual void set_element(Value* index, Value* content);
     /// `value argument argument keyword:argument`.
     virtual Value* call(Arguments& arguments);
+    /// What classOf gives, where that is not the class that functions ask for.
+    virtual const ValueMetaClass& shown_class() const { return value_class(); }
     /// `value operation other`, or with `reversed` `other operation value`; null where there is no such operation.
     virtual Value* operate(Operator operation, Value* other, bool reversed);
     /// `-value`; null where there is no such operation.

@@ -151,7 +151,7 @@ struct Parameter {
     /// `position` counts the arguments that have been read.
     static Stored read(const Arguments& arguments, std::size_t& position) {
         Value* value = arguments[position++];
-        if constexpr (std::is_reference_v<Stored>) {
+        if constexpr (std::is_reference_v<Stored> || requires { FromScript<Stored>::is_object; }) {
             // Functions of a class are known for the text with which they refuse what is none of it.
             if (position == 1 && !accepts(value)) raise_no_function(arguments.function(), value);
         }
@@ -199,6 +199,7 @@ struct Parameter<K> {
     static constexpr bool is_optional = false;
     static constexpr bool is_rest = false;
     using Stored = K;
+    static bool accepts(Value*) { return false; }
     static Stored read(const Arguments& arguments, std::size_t&) { return Stored(arguments); }
 };
 

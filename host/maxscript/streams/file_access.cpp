@@ -138,6 +138,17 @@ bool read_descriptor(int file, std::string& failure, TextReader& reader) {
     return true;
 }
 
+std::FILE* open_stream(const std::string& path, int flags, const char* mode) {
+    const int file = open_plain_file(path.c_str(), O_WRONLY | flags);
+    if (file < 0) return nullptr;
+    std::FILE* stream = fdopen(file, mode);
+    if (stream != nullptr) return stream;
+    const int error = errno;
+    close(file);
+    errno = error;
+    return nullptr;
+}
+
 }  // namespace
 
 void set_file_access(bool allowed) {
@@ -163,28 +174,33 @@ bool read_file(const std::string& name, std::string& failure, TextReader& reader
     return read_descriptor(file.number(), failure, reader);
 }
 
-std::FILE* open_for_writing(const std::string& name, const std::string& mode, std::string& failure) {
-    const bool appends = mode == "a" || mode == "at" || mode == "ab";
-    if (!appends && mode != "w" && mode != "wt" && mode != "wb") {
-        failure = "the mode \"" + mode + "\" is not known";
-        return nullptr;
+std::optional<FileMode> FileMode::from(const std::string& text) {
+    const bool updates = text.find('+') != std::string::npos;
+    const std::size_t known = text.find_first_not_of("tb+", 1);
+    if (text.empty() || text.size() > 3 || known != std::string::npos) return std::nullopt;
+    switch (text.front()) {
+        case 'r':
+            return FileMode{.reads = true, .writes = updates};
+        case 'w':
+            return FileMode{.reads = updates, .writes = true, .empties = true};
+        case 'a':
+            return FileMode{.reads = updates, .writes = true, .appends = true};
+        default:
+            return std::nullopt;
     }
+}
+
+std::FILE* open_for_writing(const std::string& name, const FileMode& mode, std::string& failure) {
     const std::string path = path_to_open(name, native_output_path, failure);
     if (path.empty()) return nullptr;
-    std::FILE* file = open_machine_file_for_writing(path, appends);
+    const int flags = (mode.appends ? O_APPEND | O_CREAT : 0) | (mode.empties ? O_TRUNC | O_CREAT : 0);
+    std::FILE* file = open_stream(path, flags, mode.appends ? "a" : "w");
     if (file == nullptr) failure = plain_file_error(errno);
     return file;
 }
 
 std::FILE* open_machine_file_for_writing(const std::string& path, bool appends) {
-    const int file = open_plain_file(path.c_str(), O_WRONLY | O_CREAT | (appends ? O_APPEND : O_TRUNC));
-    if (file < 0) return nullptr;
-    std::FILE* stream = fdopen(file, appends ? "a" : "w");
-    if (stream != nullptr) return stream;
-    const int error = errno;
-    close(file);
-    errno = error;
-    return nullptr;
+    return open_stream(path, O_CREAT | (appends ? O_APPEND : O_TRUNC), appends ? "a" : "w");
 }
 
 }  // namespace corrivane::host

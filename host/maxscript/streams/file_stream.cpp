@@ -13,9 +13,10 @@
 
 using corrivane::host::raise_runtime_error;
 
-/// The file behind a stream: read as a whole when it is opened, written piece by piece.
+/// The file behind a stream: read as a whole when it is opened, written piece by piece. What is both is written to
+/// the text that was read, too.
 struct FileStream::File {
-    enum class State { unopened, failed, reading, writing, closed };
+    enum class State { unopened, failed, open, closed };
     /// What an open file counts as: more than its buffer, so that files which scripts forget to close are
     /// collected before the process has no descriptors left.
     static constexpr std::size_t output_bytes = 16384;
@@ -30,24 +31,29 @@ struct FileStream::File {
         output = nullptr;
         held.update(0);
         reader.clear();
-        if (state == State::reading || state == State::writing) state = State::closed;
+        if (state == State::open) state = State::closed;
         if (error != 0) raise_not_written(error);
     }
 
     void open(const std::string& mode) {
         state = State::failed;
-        if (mode == "r" || mode == "rt" || mode == "rb") {
-            if (!corrivane::host::read_file(name, failure, reader)) return;
-            state = State::reading;
-        } else {
-            held.update(output_bytes);
-            output = corrivane::host::open_for_writing(name, mode, failure);
-            if (output != nullptr) state = State::writing;
+        const auto wanted = corrivane::host::FileMode::from(mode);
+        if (!wanted) {
+            failure = "the mode \"" + mode + "\" is not known";
+            return;
         }
+        use = *wanted;
+        if (use.writes) {
+            held.update(output_bytes);
+            output = corrivane::host::open_for_writing(name, use, failure);
+            if (output == nullptr) return;
+        }
+        if (use.reads && !corrivane::host::read_file(name, failure, reader)) return;
+        state = State::open;
     }
 
     corrivane::host::TextReader& readable() {
-        if (state == State::reading) return reader;
+        if (state == State::open && use.reads) return reader;
         if (state == State::failed) raise_runtime_error("Unable to open file: " + name + ": " + failure);
         if (state == State::unopened) raise_runtime_error("The file stream has not been opened");
         raise_runtime_error(
@@ -55,7 +61,14 @@ struct FileStream::File {
     }
 
     void write(const char* text, std::size_t size) {
-        if (state != State::writing) raise_runtime_error("The file is not open for writing: " + name);
+        if (state != State::open || !use.writes)
+            raise_runtime_error("The file is not open for writing: " + name);
+        if (use.reads) {
+            if (use.appends) reader.seek(reader.text().size());
+            if (std::fseek(output, static_cast<long>(reader.position()), SEEK_SET) != 0)
+                raise_not_written(errno);
+            reader.overwrite(text, size);
+        }
         if (std::fwrite(text, 1, size, output) != size) raise_not_written(errno);
     }
 
@@ -64,6 +77,7 @@ struct FileStream::File {
     }
 
     State state = State::unopened;
+    corrivane::host::FileMode use;
     std::string name;
     std::string failure;
     corrivane::host::TextReader reader;
@@ -114,6 +128,22 @@ bool FileStream::at_eos() {
 
 void FileStream::flush_whitespace() {
     m_file->readable().skip_whitespace();
+}
+
+std::ptrdiff_t FileStream::tell() {
+    if (m_file->state == File::State::open && !m_file->use.reads) return std::ftell(m_file->output);
+    return static_cast<std::ptrdiff_t>(m_file->readable().position());
+}
+
+bool FileStream::seek(std::ptrdiff_t place) {
+    if (m_file->state == File::State::open && !m_file->use.reads)
+        return !m_file->use.appends && std::fseek(m_file->output, place, SEEK_SET) == 0;
+    m_file->readable().seek(static_cast<std::size_t>(place));
+    return true;
+}
+
+void FileStream::flush() {
+    if (m_file->output != nullptr && std::fflush(m_file->output) != 0) m_file->raise_not_written(errno);
 }
 
 void FileStream::close() {

@@ -57,6 +57,15 @@ void StringStream::flush_whitespace() {
     m_buffer->reader.skip_whitespace();
 }
 
+std::ptrdiff_t StringStream::tell() {
+    return static_cast<std::ptrdiff_t>(m_buffer->reader.position());
+}
+
+bool StringStream::seek(std::ptrdiff_t place) {
+    m_buffer->reader.seek(static_cast<std::size_t>(place));
+    return true;
+}
+
 void StringStream::close() {
     m_buffer->reader.clear();
 }

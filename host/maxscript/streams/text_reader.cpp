@@ -21,6 +21,18 @@ void TextReader::clear() {
     set_text({});
 }
 
+void TextReader::seek(std::size_t position) {
+    m_position = 0;
+    m_line = 1;
+    advance_to(std::min(position, m_text.size()));
+}
+
+void TextReader::overwrite(const char* text, std::size_t size) {
+    m_held.update(std::max(m_text.size(), m_position + size));
+    m_text.replace(m_position, std::min(size, m_text.size() - m_position), text, size);
+    advance_to(m_position + size);
+}
+
 int TextReader::get() {
     if (at_end()) return -1;
     const char character = m_text[m_position++];

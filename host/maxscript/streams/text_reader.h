@@ -19,6 +19,12 @@ public:
     int line() const { return m_line; }
     bool at_end() const { return m_position == m_text.size(); }
 
+    std::size_t position() const { return m_position; }
+    /// Goes to a place, at the most to the end.
+    void seek(std::size_t position);
+    /// Writes over what stands at the position, and behind the end of the text.
+    void overwrite(const char* text, std::size_t size);
+
     /// The next character, -1 at the end.
     int get();
     void unget();

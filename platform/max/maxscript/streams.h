@@ -29,6 +29,12 @@ public:
     virtual bool at_eos() = 0;
     /// Skips white space and comments up to the next expression.
     virtual void flush_whitespace() = 0;
+    /// Where the next character is read or written, counted from the start; -1 where there is no such place.
+    virtual std::ptrdiff_t tell() { return -1; }
+    /// Goes to such a place, at the most to the end. False where that is not possible.
+    virtual bool seek(std::ptrdiff_t /*place*/) { return false; }
+    /// Hands on what has been written.
+    virtual void flush() {}
     /// Lets go of what the stream reads or writes. Closing twice does nothing.
     virtual void close() = 0;
     /// Where the next character stands.
@@ -56,6 +62,9 @@ public:
     void unget_char() override;
     bool at_eos() override;
     void flush_whitespace() override;
+    std::ptrdiff_t tell() override;
+    bool seek(std::ptrdiff_t place) override;
+    void flush() override;
     void close() override;
     SourcePosition position() const override;
 
@@ -85,6 +94,8 @@ public:
     void unget_char() override;
     bool at_eos() override;
     void flush_whitespace() override;
+    std::ptrdiff_t tell() override;
+    bool seek(std::ptrdiff_t place) override;
     void close() override;
     SourcePosition position() const override;
 

@@ -43,6 +43,10 @@ TEST_P(ScriptCasesTest, Builtins) {
     run("builtins.md");
 }
 
+TEST_P(ScriptCasesTest, Library) {
+    run("library.md");
+}
+
 TEST_P(ScriptCasesTest, Errors) {
     run("errors.md");
 }
