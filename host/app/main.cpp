@@ -6,6 +6,7 @@
 #include "maxscript/runtime.h"
 #include "os/end_requests.h"
 #include "os/output_files.h"
+#include "scripting/names.h"
 
 #include <system/drive_map.h>
 #include <system/plain_files.h>
@@ -109,7 +110,7 @@ int run(const HostOptions& options) {
         throw std::runtime_error("cannot open the scene " + options.scene_file);
     }
     run_script(options);
-    return 0;
+    return requested_exit_code();
 }
 
 /// What has been lost earlier counts too: the Listener passes over it.

@@ -1,42 +1,26 @@
 #include "app/script_globals.h"
 
-#include "app/element_manager.h"
-#include "app/scene_values.h"
 #include "core/fault_injection.h"
 #include "core/processor_faults.h"
 #include "maxscript/machine/scene_access.h"
 #include "maxscript/machine/times.h"
 #include "maxscript/runtime.h"
+#include "scripting/names.h"
+#include "scripting/scripted_scene.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <type_traits>
 
 namespace corrivane::host {
 
 namespace {
 
-/// Runs a call into the host; what it refuses is an error of the script.
-template <typename Call>
-auto as_script_error(Call call) {
-    try {
-        return call();
-    } catch (const std::invalid_argument& error) {
-        throw RuntimeError(error.what());
-    }
-}
-
 /// What the language asks of the open scene.
 class OpenScene final : public SceneAccess {
 public:
     explicit OpenScene(Core& core) : m_core(core) {}
 
-    Value* find_path(const std::string& path) override {
-        if (path.empty() || path.find_first_of("*?/\\") != std::string::npos)
-            raise_absent("collections of objects: $" + path);
-        const HostNode* node = m_core.document().nodes().find(path);
-        return node == nullptr ? &undefined : new NodeScriptValue(m_core, node->index());
-    }
+    Value* find_path(const std::string& path) override { return host::find_path(path); }
     int ticks_per_frame() override { return m_core.document().ticks_per_frame(); }
     int slider_time() override { return m_core.GetTime(); }
 
@@ -64,30 +48,6 @@ void define_time(Core& core) {
     define_globals(times, core);
 }
 
-/// A whole number of the render settings.
-void define_setting(Core& core, const char* name, int RenderSettings::*field, void (Document::*set)(int)) {
-    define_variable(
-        name, [&core, field] { return make_integer(core.document().settings().*field); },
-        [&core, set](Value* number) {
-            as_script_error([&] { (core.document().*set)(to_integer(number)); });
-        });
-}
-
-void define_render_settings(Core& core) {
-    define_setting(core, "frameRate", &RenderSettings::frame_rate, &Document::set_frame_rate);
-    define_setting(core, "renderWidth", &RenderSettings::width, &Document::set_width);
-    define_setting(core, "renderHeight", &RenderSettings::height, &Document::set_height);
-    define_variable(
-        "rendOutputFilename", [&core] { return make_string(core.GetRendFileBI().Name()); },
-        [&core](Value* name) { core.GetRendFileBI().SetName(to_text(name).c_str()); });
-}
-
-/// Length of the folder part of a Windows path, its last separator included.
-std::size_t folder_length(const std::string& path) {
-    const std::size_t separator = path.find_last_of("\\/");
-    return separator == std::string::npos ? 0 : separator + 1;
-}
-
 /// What a frame of the open scene is saved as, for whoever wants to find it: a line `size` with width and height, a
 /// line `skip` where frames whose file is there are skipped, a line `main` with the output's name where the plug-in
 /// saves it, and for each render element that is saved `element` and its name. Asked between frames, since during one
@@ -111,31 +71,8 @@ std::string output_lines(Core& core) {
     return lines;
 }
 
-void define_scene(Core& core) {
-    define_function("standin.outputs", [&core](Arguments& arguments) -> Value* {
-        arguments.require(0);
-        return make_string(output_lines(core));
-    });
-    define_variable("maxFilePath", [&core] {
-        const std::string& path = core.document().file_name();
-        return make_string(path.substr(0, folder_length(path)));
-    });
-    define_variable("maxFileName", [&core] {
-        const std::string& path = core.document().file_name();
-        return make_string(path.substr(folder_length(path)));
-    });
-    define_function("maxOps.GetCurRenderElementMgr", [&core](Arguments& arguments) -> Value* {
-        arguments.require(0);
-        return new ElementManagerScriptValue(core);
-    });
-    define_function("getNodeByName", [&core](Arguments& arguments) -> Value* {
-        arguments.require(1);
-        const HostNode* node = core.document().nodes().find(arguments.text(0));
-        if (node == nullptr) {
-            return &undefined;
-        }
-        return new NodeScriptValue(core, node->index());
-    });
+void define_outputs(Core& core) {
+    define_functions({{"standin.outputs", [&core] { return output_lines(core); }}});
 }
 
 void define_failures() {
@@ -176,14 +113,22 @@ void define_script_arguments(const HostOptions& options) {
 
 void define_script_globals(Core& core, const HostOptions& options) {
     define_time(core);
-    define_render_settings(core);
-    define_scene(core);
+    define_node_functions();
+    define_material_functions();
+    define_layer_functions();
+    define_render_globals();
+    define_render_element_functions();
+    define_bitmap_functions();
+    define_render_function();
+    define_scene_file_functions();
+    define_viewport_functions();
     define_failures();
+    define_outputs(core);
     define_script_arguments(options);
     static OpenScene scene(core);
     set_scene_access(&scene);
-    core.set_render_hooks(
-        {[] { run_callbacks("preRenderFrame"); }, [] { run_callbacks("postRenderFrame"); }});
+    core.set_render_hooks({[] { run_callbacks("preRenderFrame"); }, [] { run_callbacks("postRenderFrame"); },
+                           [] { run_callbacks("preRender"); }, [] { run_callbacks("postRender"); }});
 }
 
 }  // namespace corrivane::host

@@ -31,6 +31,7 @@ std::string where(const ScriptExample& example) {
 void set_the_scene(const ScriptExample& example, const std::filesystem::path& drive_c) {
     write_file(drive_c / "scripts/example.ms", example.script);
     save_scene(small_scene(), drive_c / "scenes");
+    std::filesystem::copy(CORRIVANE_EXAMPLE_SCRIPTS, drive_c / "scripts");
 }
 
 std::string run_by_hand(const ScriptExample& example) {

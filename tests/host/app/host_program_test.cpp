@@ -179,7 +179,7 @@ TEST_F(HostProgramTest, ScriptsSeeTheScene) {
             "print maxFilePath; print maxFileName; print frameRate; print renderWidth; print renderHeight; "
             "print rendOutputFilename; print currentTime; print animationRange",
             with_scene));
-    EXPECT_EQ("$Camera01\n\"Camera01\"\n[1,2.5,-3]\n2.5\n[1,2.5,-3]\nundefined\n",
+    EXPECT_EQ("$Freecamera:Camera01 @ [1,2.5,-3]\n\"Camera01\"\n[1,2.5,-3]\n2.5\n[1,2.5,-3]\nundefined\n",
               listener("n = $Camera01; print n; print n.name; print n.pos; print n.position.y; "
                        "print n.transform.row4; print (getNodeByName \"Camera02\")",
                        with_scene));
