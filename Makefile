@@ -88,7 +88,8 @@ format-check: ## name what make format would change
 windows: ## build the host and the library for WINDOWS_TARGETS="i686 x86_64", and a ZIP of each
 	@$(packages) build windows
 	@set -e; for target in $(WINDOWS_TARGETS); do \
-		cmake --preset windows-$$target && cmake --build --preset windows-$$target -j $(JOBS) && \
+		cmake --preset windows-$$target; \
+		cmake --build --preset windows-$$target -j $(JOBS) --target windows_programs; \
 		(cd build/windows-$$target && cpack); done
 
 windows-test: ## run the tests there, under Wine; TEST=regex picks some
@@ -98,6 +99,7 @@ windows-test: ## run the tests there, under Wine; TEST=regex picks some
 		cmake/windows/wine/set_up.sh $$target && \
 		cmake --preset windows-$$target && cmake --build --preset windows-$$target -j $(JOBS) && \
 		ctest --preset windows-$$target -j $(JOBS) -R '$(TEST)' || failed="$$failed $$target"; done; \
+		rmdir /tmp/.wine-$$(id -u) 2>/dev/null; \
 		[ -z "$$failed" ] || { echo "FAILED for$$failed"; exit 1; }
 
 windows-bench: bench-build ## for information: guards and round trips there, under Wine

@@ -17,7 +17,10 @@ file(COPY ${runtime_libraries} DESTINATION ${CMAKE_BINARY_DIR}/tests)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/corrivane-host.in ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/corrivane-host @ONLY
     FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
+add_custom_target(windows_programs DEPENDS corrivane corrivane_alone corrivane-host corrivane_imageio)
+
 # The package: a ZIP with the host and its library, and the library alone for a host without these runtime libraries.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 install(TARGETS corrivane-host RUNTIME DESTINATION .)
 install(TARGETS corrivane corrivane_imageio LIBRARY DESTINATION .)
 install(TARGETS corrivane_alone LIBRARY DESTINATION alone)
