@@ -3,6 +3,7 @@
 
 #include <system/guarded_call.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 
