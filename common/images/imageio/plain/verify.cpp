@@ -9,8 +9,8 @@
 
 namespace corrivane {
 
-/// PNG, JPEG, BMP and Targa.
-ImageFacts verify_image(const std::string& path) {
+/// PNG, JPEG, BMP and Targa, always to the last pixel.
+ImageFacts verify_image(const std::string& path, ImageLook /*look*/) {
     ImageFacts facts;
     const std::unique_ptr<stbi_uc, void (*)(void*)> pixels(
         stbi_load(path.c_str(), &facts.width, &facts.height, &facts.channels, 0), stbi_image_free);
