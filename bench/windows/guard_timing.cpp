@@ -3,6 +3,7 @@
 
 #include <system/guarded_call.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 
@@ -39,7 +40,8 @@ double time_of(int count, void (*call)(void*), SehFilter filter) {
 void measure(const char* place) {
     std::printf("%s guard: %.2f us\n", place, time_of(100'000, nothing, take));
     std::printf("%s guard, trapped fault: %.1f us\n", place, time_of(5'000, fault, take));
-    std::printf("%s guard, trapped fault with a report: %.0f us\n", place, time_of(200, fault, report_and_take));
+    std::printf("%s guard, trapped fault with a report: %.0f us\n", place,
+                time_of(200, fault, report_and_take));
 }
 
 }  // namespace
