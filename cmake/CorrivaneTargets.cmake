@@ -16,6 +16,8 @@ add_compile_options(
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
     -fno-omit-frame-pointer -fno-optimize-sibling-calls
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+# When it optimises, GCC takes the value that an empty std::optional lacks for one that is used.
+add_compile_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-maybe-uninitialized>)
 if(WIN32)
     # What describes a thread there lies at the beginning of a segment, not at a null pointer.
     add_compile_options(--param=min-pagesize=0)
