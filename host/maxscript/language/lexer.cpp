@@ -271,7 +271,8 @@ std::string Lexer::read_number_text(int first) {
     const bool hexadecimal = first == '0' && (look() == 'x' || look() == 'X');
     for (;;) {
         const int character = look();
-        if (is_word_character(character)) {
+        const bool is_sign = (character == '+' || character == '-') && !hexadecimal && ends_in_exponent(text);
+        if (is_word_character(character) || is_sign) {
             text += static_cast<char>(read());
         } else if (character == '.' && !hexadecimal && text.find('.') == std::string::npos) {
             read();
@@ -282,8 +283,6 @@ std::string Lexer::read_number_text(int first) {
                 return text;
             }
             text += '.';
-        } else if ((character == '+' || character == '-') && !hexadecimal && ends_in_exponent(text)) {
-            text += static_cast<char>(read());
         } else {
             return text;
         }

@@ -85,8 +85,8 @@ M44f orthogonal(const M44f& matrix) {
 }
 
 /// `matrix3 1`, or four rows.
-M44f make_matrix(Value* first, std::optional<V3f> second, std::optional<V3f> third,
-                 std::optional<V3f> fourth) {
+M44f make_matrix(Value* first, const std::optional<V3f>& second, const std::optional<V3f>& third,
+                 const std::optional<V3f>& fourth) {
     M44f matrix;
     if (!second) {
         if (to_integer(first) == 0) matrix *= M44f().setScale(0.0F);
