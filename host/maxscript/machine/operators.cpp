@@ -2,6 +2,7 @@
 
 #include "maxscript/machine/conversions.h"
 #include "maxscript/machine/errors.h"
+#include "maxscript/machine/rooted.h"
 #include "maxscript/machine/times.h"
 
 #include <max/maxscript/streams.h>
@@ -177,6 +178,7 @@ Value* convert(Value* value, const ValueMetaClass& wanted) {
         if (Value* number = number_as(value, wanted)) return number;
     }
     if (auto* own = dynamic_cast<ScriptValue*>(value)) {
+        const Rooted source(value);
         if (Value* result = own->converted(wanted)) return result;
     }
     if (value->is(String_class)) return text_as(to_text(value), value, wanted);
@@ -193,6 +195,8 @@ Value* apply(Operator operation, Value* left, Value* right) {
         return whole_result(operation, left_integer->number(), right_integer->number(), make_integer);
     const bool left_is_number = is_number(left);
     if (left_is_number && is_number(right)) return number_result(operation, left, right);
+    const Rooted first(left);
+    const Rooted second(right);
     if (auto* value = dynamic_cast<ScriptValue*>(left)) {
         if (Value* result = value->operate(operation, right, false)) return result;
     }
@@ -218,6 +222,7 @@ Value* negate(Value* value) {
         return make_integer64(
             static_cast<std::int64_t>(0U - static_cast<std::uint64_t>(to_integer64(value))));
     if (auto* own = dynamic_cast<ScriptValue*>(value)) {
+        const Rooted operand(value);  // the result's memory is taken before the operand is read
         if (Value* result = own->negated()) return result;
     }
     raise_no_function("-", value);
